@@ -1,0 +1,26 @@
+// The server's command line: help, version, and the folder to serve.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelmor {
+
+struct CommandLine {
+    enum class Action { serve, help, version, missingFolderPath };
+
+    static constexpr const char* version = "0.2.0";
+    /// Printed for --help and -h, without its trailing newline.
+    static const std::string& helpText();
+    static constexpr const char* missingFolderPathMessage = "zelmor-mcp: --transcripts-folder requires a path";
+
+    Action action = Action::serve;
+    /// The folder after --transcripts-folder, tilde-expanded against `home`, made absolute.
+    std::optional<std::string> transcriptsFolder;
+
+    /// Unknown arguments are ignored; help wins over version, version over everything else.
+    static CommandLine parse(const std::vector<std::string>& arguments, const std::string& home);
+};
+
+} // namespace zelmor

@@ -1,0 +1,14 @@
+// What the server learns about its client during the session: only the client's name, which
+// activity records carry. Shared so that handlers can fill it in without mutating the server.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace zelmor {
+
+struct MCPClientContext {
+    std::optional<std::string> name;
+};
+
+} // namespace zelmor

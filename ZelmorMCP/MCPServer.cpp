@@ -1,0 +1,127 @@
+// JSON-RPC envelope, dispatch table and the four protocol errors. Features live elsewhere;
+// the handlers here only adapt them to the wire.
+#include "ZelmorMCP/MCPServer.h"
+
+#include "ZelmorMCP/CommandLine.h"
+#include "ZelmorMCP/ToolCatalogue.h"
+#include "ZelmorMarkdownKit/JSONWriter.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
+
+namespace zelmor {
+
+namespace {
+
+using json = nlohmann::json;
+
+constexpr int parseErrorCode = -32700;
+constexpr int invalidRequestCode = -32600;
+constexpr int methodNotFoundCode = -32601;
+
+constexpr const char* instructions =
+    R"(Access to the user's Zelmor meeting transcripts — the speaker-labeled markdown files Zelmor writes into a folder the user owns. Typical flow: search_meetings to shortlist by keyword/participant/date (multi-term queries AND together, "double quotes" match a phrase, sort: 'relevance' ranks by match density for asks that span the whole history), read_meeting for a full transcript, list_participants to see who the user meets with. Cite meetings by title + date when answering from them; when a search comes back empty, say so honestly — never invent a meeting or a citation. These tools READ; Zelmor itself writes the notes into each meeting file after the call.)";
+
+struct MethodBinding {
+    std::string_view method;
+    json (MCPServer::*handler)(const json& id, const json& params) const;
+};
+
+} // namespace
+
+bool MCPServer::isSupportedProtocolVersion(std::string_view version) {
+    return version == "2024-11-05" || version == "2025-03-26" || version == "2025-06-18";
+}
+
+MCPServer::ActivityAttribution MCPServer::attribution(const std::map<std::string, std::string>& environment) {
+    auto isOne = [&](const char* name) {
+        auto found = environment.find(name);
+        return found != environment.end() && found->second == "1";
+    };
+    if (isOne("ZELMOR_CONNECT_PROBE")) return ActivityAttribution::probe;
+    if (isOne("ZELMOR_TRIGGERED_RUN")) return ActivityAttribution::zelmorTriggered;
+    return ActivityAttribution::user;
+}
+
+MCPServer::MCPServer(TranscriptFolderResolver resolver, ActivityAttribution attribution,
+                     std::shared_ptr<MCPClientContext> clientContext)
+    : resolver_(std::move(resolver)), attribution_(attribution), clientContext_(std::move(clientContext)) {}
+
+std::optional<std::string> MCPServer::handle(std::string_view line) const {
+    json message = json::parse(line.begin(), line.end(), nullptr, /*allow_exceptions=*/false);
+    if (message.is_discarded() || !(message.is_object() || message.is_array()))
+        return JSONWriter::compact(errorResponse(nullptr, parseErrorCode, "Parse error: message is not valid JSON"));
+    if (!message.is_object())
+        return JSONWriter::compact(errorResponse(
+            nullptr, invalidRequestCode,
+            "Invalid request: expected a single JSON-RPC object (batches are not supported)"));
+    auto reply = handleMessage(message);
+    if (!reply) return std::nullopt;
+    return JSONWriter::compact(*reply);
+}
+
+std::optional<json> MCPServer::handleMessage(const json& message) const {
+    if (message.empty()) return std::nullopt;
+    auto idMember = message.find("id");
+    if (idMember == message.end()) return std::nullopt; // a notification: never answered
+    const json& id = *idMember;
+
+    auto methodMember = message.find("method");
+    if (methodMember == message.end() || !methodMember->is_string())
+        return errorResponse(id, invalidRequestCode, "Invalid request: missing method");
+    const auto& method = methodMember->get_ref<const std::string&>();
+
+    static const json emptyParams = json::object();
+    auto paramsMember = message.find("params");
+    const json& params = paramsMember != message.end() && paramsMember->is_object() ? *paramsMember : emptyParams;
+
+    static constexpr MethodBinding methods[] = {
+        {"initialize", &MCPServer::onInitialize},
+        {"ping", &MCPServer::onPing},
+        {"tools/list", &MCPServer::onToolsList},
+        {"tools/call", &MCPServer::onToolsCall},
+    };
+    for (const auto& binding : methods) {
+        if (binding.method != method) continue;
+        if (binding.method == "tools/call" && !toolCall_) break;
+        return (this->*binding.handler)(id, params);
+    }
+    return errorResponse(id, methodNotFoundCode, "Method not found: " + method);
+}
+
+json MCPServer::initializeResult(const json& params) const {
+    if (auto info = params.find("clientInfo"); info != params.end() && info->is_object()) {
+        if (auto name = info->find("name"); name != info->end() && name->is_string()) {
+            std::string_view trimmed = Whitespace::trim(name->get_ref<const std::string&>());
+            if (!trimmed.empty()) clientContext_->name = std::string(trimmed);
+        }
+    }
+    std::string version = latestProtocolVersion;
+    if (auto requested = params.find("protocolVersion"); requested != params.end() && requested->is_string()) {
+        if (isSupportedProtocolVersion(requested->get_ref<const std::string&>())) version = *requested;
+    }
+    return {{"protocolVersion", version},
+            {"capabilities", {{"tools", json::object()}}},
+            {"serverInfo", {{"name", "zelmor-mcp"}, {"title", "Zelmor meeting transcripts"}, {"version", CommandLine::version}}},
+            {"instructions", instructions}};
+}
+
+json MCPServer::onInitialize(const json& id, const json& params) const {
+    return successResponse(id, initializeResult(params));
+}
+
+json MCPServer::onPing(const json& id, const json&) const { return successResponse(id, json::object()); }
+
+json MCPServer::onToolsList(const json& id, const json&) const {
+    return successResponse(id, {{"tools", ToolCatalogue::toolDefinitions()}});
+}
+
+json MCPServer::onToolsCall(const json& id, const json& params) const { return toolCall_(id, params); }
+
+json MCPServer::successResponse(const json& id, json result) {
+    return {{"jsonrpc", "2.0"}, {"id", id}, {"result", std::move(result)}};
+}
+
+json MCPServer::errorResponse(const json& id, int code, const std::string& message) {
+    return {{"jsonrpc", "2.0"}, {"id", id}, {"error", {{"code", code}, {"message", message}}}};
+}
+
+} // namespace zelmor

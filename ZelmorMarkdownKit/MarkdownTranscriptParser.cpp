@@ -1,0 +1,293 @@
+// One pass over the frontmatter lines and one search per section heading; it runs on every
+// file of every scan, so it works on views of the text and copies only the values it keeps.
+#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+
+#include "ZelmorMarkdownKit/Whitespace.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+namespace zelmor::MarkdownTranscriptParser {
+
+namespace {
+
+using Whitespace::trim;
+using Whitespace::trimSpacesAndTabs;
+
+std::optional<std::string_view> frontmatterValue(std::string_view key, std::string_view line) {
+    if (line.size() <= key.size() || line.compare(0, key.size(), key) != 0 || line[key.size()] != ':')
+        return std::nullopt;
+    return trimSpacesAndTabs(line.substr(key.size() + 1));
+}
+
+std::string unquoted(std::string_view value) {
+    if (value.size() < 2 || value.front() != '"' || value.back() != '"') return std::string(value);
+    std::string out;
+    value = value.substr(1, value.size() - 2);
+    out.reserve(value.size());
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (value[i] == '\\' && i + 1 < value.size() && value[i + 1] == '"') continue;
+        out += value[i];
+    }
+    return out;
+}
+
+long long integerValue(std::string_view value) {
+    // An optional sign, then ASCII digits only; anything else (or overflow) reads as 0.
+    std::string_view digits = value;
+    bool negative = false;
+    if (!digits.empty() && (digits[0] == '+' || digits[0] == '-')) {
+        negative = digits[0] == '-';
+        digits.remove_prefix(1);
+    }
+    if (digits.empty() || !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
+        return 0;
+    unsigned long long magnitude = 0;
+    auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
+    if (error != std::errc() || end != digits.data() + digits.size()) return 0;
+    constexpr auto limit = static_cast<unsigned long long>(std::numeric_limits<long long>::max());
+    if (negative) return magnitude > limit + 1 ? 0 : static_cast<long long>(0ULL - magnitude);
+    return magnitude > limit ? 0 : static_cast<long long>(magnitude);
+}
+
+std::optional<double> decimalValue(std::string_view value) {
+    if (value.empty() || Whitespace::isSpaceOrTab(static_cast<unsigned char>(value[0]))) return std::nullopt;
+    std::string copy(value);
+    char* end = nullptr;
+    double number = std::strtod(copy.c_str(), &end);
+    if (end != copy.c_str() + copy.size()) return std::nullopt;
+    return number;
+}
+
+std::string lowercasedASCII(std::string value) {
+    for (char& c : value) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+    return value;
+}
+
+std::vector<std::string> parseInlineTags(std::string_view value) {
+    std::vector<std::string> tags;
+    if (value.size() >= 2 && value.front() == '[' && value.back() == ']') {
+        std::string_view inner = value.substr(1, value.size() - 2);
+        size_t start = 0;
+        while (start <= inner.size()) {
+            size_t comma = inner.find(',', start);
+            if (comma == std::string_view::npos) comma = inner.size();
+            std::string tag = unquoted(trimSpacesAndTabs(inner.substr(start, comma - start)));
+            if (!tag.empty()) tags.push_back(std::move(tag));
+            start = comma + 1;
+        }
+    } else if (std::string tag = unquoted(value); !tag.empty()) {
+        tags.push_back(std::move(tag));
+    }
+    return tags;
+}
+
+enum class OpenList { none, participants, pendingAudio, tags };
+
+struct FrontmatterState {
+    TranscriptDocument& doc;
+    OpenList list = OpenList::none;
+    bool sawSource = false;
+};
+
+struct KeyRule {
+    std::string_view key;
+    void (*apply)(std::string_view value, FrontmatterState& state);
+};
+
+// Tested in this order for each line; the first key that matches wins.
+constexpr KeyRule keyRules[] = {
+    {"title", [](std::string_view v, FrontmatterState& s) { s.doc.title = unquoted(v); }},
+    {"started_at", [](std::string_view v, FrontmatterState& s) { s.doc.startedAt = v; }},
+    {"date", [](std::string_view v, FrontmatterState& s) { s.doc.date = v; }},
+    {"duration_min", [](std::string_view v, FrontmatterState& s) { s.doc.durationMin = integerValue(v); }},
+    {"source_app", [](std::string_view v, FrontmatterState& s) { s.doc.sourceApp = unquoted(v); }},
+    {"source",
+     [](std::string_view v, FrontmatterState& s) {
+         s.doc.source = v;
+         s.sawSource = true;
+     }},
+    {"asr_summary", [](std::string_view v, FrontmatterState& s) { s.doc.asrSummary = unquoted(v); }},
+    {"asr", [](std::string_view v, FrontmatterState& s) { s.doc.asr = v; }},
+    {"status", [](std::string_view v, FrontmatterState& s) { s.doc.status = v; }},
+    {"private",
+     [](std::string_view v, FrontmatterState& s) {
+         std::string flag = lowercasedASCII(unquoted(v));
+         s.doc.isPrivate = flag == "true" || flag == "yes" || flag == "1";
+     }},
+    {"calendar_event_id", [](std::string_view v, FrontmatterState& s) { s.doc.calendarEventID = unquoted(v); }},
+    {"spend_id", [](std::string_view v, FrontmatterState& s) { s.doc.spendID = unquoted(v); }},
+    {"pending_offset",
+     [](std::string_view v, FrontmatterState& s) {
+         if (auto number = decimalValue(v)) {
+             s.doc.pendingOffsetSeconds = *number;
+             s.doc.hasPendingOffset = true;
+         }
+     }},
+    {"pending_reason", [](std::string_view v, FrontmatterState& s) { s.doc.pendingReason = unquoted(v); }},
+    {"topic_hint", [](std::string_view v, FrontmatterState& s) { s.doc.topicHint = unquoted(v); }},
+    {"participants", [](std::string_view, FrontmatterState& s) { s.list = OpenList::participants; }},
+    {"pending_audio", [](std::string_view, FrontmatterState& s) { s.list = OpenList::pendingAudio; }},
+    {"tags",
+     [](std::string_view v, FrontmatterState& s) {
+         if (v.empty()) s.list = OpenList::tags;
+         else for (auto& tag : parseInlineTags(v)) s.doc.tags.push_back(std::move(tag));
+     }},
+};
+
+void addListItem(std::string_view item, FrontmatterState& state) {
+    switch (state.list) {
+    case OpenList::participants: state.doc.participants.emplace_back(item); break;
+    case OpenList::pendingAudio: state.doc.pendingAudioPaths.push_back(unquoted(item)); break;
+    case OpenList::tags:
+        if (std::string tag = unquoted(item); !tag.empty()) state.doc.tags.push_back(std::move(tag));
+        break;
+    case OpenList::none: break;
+    }
+}
+
+void readFrontmatter(std::string_view frontmatter, TranscriptDocument& doc) {
+    FrontmatterState state{doc};
+    size_t start = 0;
+    while (start <= frontmatter.size()) {
+        size_t end = frontmatter.find('\n', start);
+        if (end == std::string_view::npos) end = frontmatter.size();
+        std::string_view line = frontmatter.substr(start, end - start);
+        start = end + 1;
+
+        if (line.substr(0, 4) == "  - ") {
+            addListItem(trimSpacesAndTabs(line.substr(4)), state);
+            continue;
+        }
+        state.list = OpenList::none; // any other line, blank ones included, ends a list
+        for (const auto& rule : keyRules) {
+            if (auto value = frontmatterValue(rule.key, line)) {
+                rule.apply(*value, state);
+                break;
+            }
+        }
+    }
+    if (!state.sawSource) doc.source = "Zelmor";
+}
+
+std::string_view section(std::string_view body, size_t headerIndex) {
+    std::string_view header = knownSectionHeaders[headerIndex];
+    size_t at = 0;
+    while (true) {
+        at = body.find(header, at);
+        if (at == std::string_view::npos) return {};
+        if (at + header.size() < body.size() && body[at + header.size()] == '\n') break;
+        ++at;
+    }
+    size_t start = at + header.size() + 1;
+    size_t end = body.size();
+    auto narrowTo = [&](std::string_view follower) {
+        // "\n" + follower, searched from the section's start.
+        size_t from = start;
+        while (true) {
+            size_t found = body.find(follower, from);
+            if (found == std::string_view::npos || found >= end + 1) return;
+            if (found > 0 && found - 1 >= start && body[found - 1] == '\n') {
+                end = std::min(end, found - 1);
+                return;
+            }
+            from = found + 1;
+        }
+    };
+    for (size_t k = 0; k < std::size(knownSectionHeaders); ++k) {
+        if (k != headerIndex) narrowTo(knownSectionHeaders[k]);
+    }
+    narrowTo(machineBlockEndMarker);
+    return body.substr(start, end - start);
+}
+
+std::string stripCommentLines(std::string_view text) {
+    if (text.find("<!--") == std::string_view::npos) return std::string(text);
+    std::string out;
+    bool first = true;
+    size_t start = 0;
+    while (start <= text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string_view::npos) end = text.size();
+        std::string_view line = text.substr(start, end - start);
+        start = end + 1;
+        std::string_view bare = trimSpacesAndTabs(line);
+        if (bare.size() >= 4 && bare.substr(0, 4) == "<!--" && bare.size() >= 3 &&
+            bare.substr(bare.size() - 3) == "-->")
+            continue;
+        if (!first) out += '\n';
+        out += line;
+        first = false;
+    }
+    return out;
+}
+
+std::vector<TranscriptDocument::Turn> parseTurns(std::string_view section) {
+    std::vector<TranscriptDocument::Turn> turns;
+    size_t start = 0;
+    while (start <= section.size()) {
+        size_t end = section.find("\n\n", start);
+        if (end == std::string_view::npos) end = section.size();
+        std::string_view paragraph = trim(section.substr(start, end - start));
+        start = end + 2;
+        if (paragraph.empty()) continue;
+        size_t close = paragraph.size() >= 2 && paragraph.substr(0, 2) == "**" ? paragraph.find(":**")
+                                                                              : std::string_view::npos;
+        if (close != std::string_view::npos) {
+            std::string_view speaker = paragraph.substr(2, close - 2);
+            std::string_view text = paragraph.substr(close + 3);
+            if (!text.empty() && text[0] == ' ') text.remove_prefix(1);
+            if (!speaker.empty()) turns.push_back({std::string(speaker), std::string(text)});
+        } else if (!turns.empty()) {
+            turns.back().text.append("\n\n").append(paragraph);
+        }
+    }
+    return turns;
+}
+
+std::string replaceCRLF(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+        out += text[i];
+    }
+    return out;
+}
+
+} // namespace
+
+std::optional<TranscriptDocument> parse(std::string_view original) {
+    std::string normalized;
+    std::string_view text = original;
+    if (original.find("\r\n") != std::string_view::npos) {
+        normalized = replaceCRLF(original);
+        text = normalized;
+    }
+    if (text.size() < 4 || text.substr(0, 4) != "---\n") return std::nullopt;
+
+    size_t close = text.find("\n---\n", 4);
+    size_t bodyStart = close + 5;
+    if (close == std::string_view::npos) {
+        close = text.find("\n---", 4);
+        if (close == std::string_view::npos) return std::nullopt;
+        bodyStart = close + 4;
+    }
+
+    TranscriptDocument doc;
+    readFrontmatter(text.substr(4, close - 4), doc);
+
+    std::string_view body = text.substr(bodyStart);
+    doc.notes = trim(section(body, 0));
+    doc.turns = parseTurns(section(body, 1));
+    doc.summary = trim(stripCommentLines(section(body, 2)));
+    doc.meetingNotes = trim(stripCommentLines(section(body, 3)));
+    doc.actionItems = trim(stripCommentLines(section(body, 4)));
+    doc.keyMoments = trim(stripCommentLines(section(body, 5)));
+    return doc;
+}
+
+} // namespace zelmor::MarkdownTranscriptParser

@@ -1,0 +1,79 @@
+// Validation runs over every transcript on every scan: ASCII is checked eight bytes at a time.
+#include "ZelmorMarkdownKit/UTF8.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace zelmor::UTF8 {
+
+namespace {
+
+/// Length of the well-formed sequence at `at`, or the length of its maximal ill-formed
+/// subpart negated (at least 1), following the Unicode recommendation for U+FFFD substitution.
+int sequenceLength(std::string_view s, size_t at) {
+    auto byte = [&](size_t k) { return static_cast<unsigned char>(s[k]); };
+    unsigned char b0 = byte(at);
+    if (b0 < 0x80) return 1;
+    int need;
+    unsigned char lo = 0x80, hi = 0xBF;
+    if (b0 >= 0xC2 && b0 <= 0xDF) need = 1;
+    else if (b0 >= 0xE0 && b0 <= 0xEF) {
+        need = 2;
+        if (b0 == 0xE0) lo = 0xA0;
+        if (b0 == 0xED) hi = 0x9F;
+    } else if (b0 >= 0xF0 && b0 <= 0xF4) {
+        need = 3;
+        if (b0 == 0xF0) lo = 0x90;
+        if (b0 == 0xF4) hi = 0x8F;
+    } else {
+        return -1;
+    }
+    for (int k = 1; k <= need; ++k) {
+        size_t index = at + static_cast<size_t>(k);
+        if (index >= s.size()) return -k;
+        unsigned char b = byte(index);
+        bool ok = k == 1 ? (b >= lo && b <= hi) : (b >= 0x80 && b <= 0xBF);
+        if (!ok) return -k;
+    }
+    return need + 1;
+}
+
+} // namespace
+
+bool isValid(std::string_view s) {
+    size_t i = 0;
+    while (i < s.size()) {
+        if (i + 8 <= s.size()) {
+            std::uint64_t chunk;
+            std::memcpy(&chunk, s.data() + i, 8);
+            if ((chunk & 0x8080808080808080ULL) == 0) {
+                i += 8;
+                continue;
+            }
+        }
+        int n = sequenceLength(s, i);
+        if (n < 0) return false;
+        i += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+std::string repaired(std::string_view s) {
+    if (isValid(s)) return std::string(s);
+    std::string out;
+    out.reserve(s.size() + 16);
+    size_t i = 0;
+    while (i < s.size()) {
+        int n = sequenceLength(s, i);
+        if (n > 0) {
+            out.append(s.substr(i, static_cast<size_t>(n)));
+            i += static_cast<size_t>(n);
+        } else {
+            out += "\xEF\xBF\xBD";
+            i += static_cast<size_t>(-n);
+        }
+    }
+    return out;
+}
+
+} // namespace zelmor::UTF8

@@ -1,0 +1,16 @@
+// UTF-8 validation and repair: files must be valid UTF-8 to be read as text, and protocol
+// lines are decoded with replacement characters, as a line reader of the platform does.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zelmor::UTF8 {
+
+/// True when the bytes are well-formed UTF-8 (no overlongs, surrogates or values past U+10FFFF).
+bool isValid(std::string_view bytes);
+
+/// The text with every ill-formed sequence replaced by U+FFFD (maximal subparts, one each).
+std::string repaired(std::string_view bytes);
+
+} // namespace zelmor::UTF8

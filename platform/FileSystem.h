@@ -1,0 +1,49 @@
+// File-system operations the kit and the server need, behind one header so that the
+// rest of the code never calls the operating system directly.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zelmor::platform {
+
+/// The current user's home folder: $HOME when set and not empty, else the password database.
+std::string homeDirectory();
+
+/// The process's working folder, or "/" when it cannot be read.
+std::string currentDirectory();
+
+/// Expands a leading "~" or "~user" the way a shell does; any other path is returned unchanged.
+std::string expandTilde(const std::string& path, const std::string& home);
+
+/// Removes empty, "." and ".." components from an absolute path (no trailing slash except for "/").
+/// Symbolic links are left alone.
+std::string standardizePath(std::string_view path);
+
+/// Makes a path absolute against the working folder, then standardises it.
+std::string absolutePath(std::string_view path);
+
+/// Resolves every symbolic link along an absolute, standardised path. Components that do not
+/// exist are kept as written, so a missing file still gets its existing parent folders resolved.
+std::string resolveSymlinks(const std::string& path);
+
+/// True when the path exists (following links) and is a folder.
+bool isDirectory(const std::string& path);
+
+/// True when something exists at the path (following links).
+bool exists(const std::string& path);
+
+/// Reads a whole regular file. Folders, FIFOs, sockets and devices are refused without
+/// blocking; a file that cannot be opened or read gives nothing.
+std::optional<std::string> readFile(const std::string& path);
+
+/// Writes the whole contents to a temporary file beside the destination and renames it into
+/// place, so readers see either the old or the new file, never a part. The folder is not created.
+bool writeFileAtomically(const std::string& path, std::string_view contents);
+
+/// Modification time of the file in seconds since 1970, or nothing when it cannot be read.
+std::optional<double> modificationTime(const std::string& path);
+
+} // namespace zelmor::platform

@@ -1,0 +1,108 @@
+// Runs every tests/protocol/cases/*.test file against the real zelmor-mcp binary and compares
+// its standard output byte for byte.
+//
+// File format, one directive per line:
+//   # text             a comment
+//   #! args: A B       command-line arguments (split at spaces)
+//   #! env: K=V        an environment variable (repeatable)
+//   #! exit: N         the expected exit status (default 0)
+//   #! stderr: TEXT    a line the standard error must contain
+//   #! no-final-newline  the last input line is sent without its line break
+//   > LINE             a line sent to standard input
+//   < LINE             a line expected on standard output, in order
+// In arguments, environment and lines, {home} is a fresh temporary home folder and
+// {examples} the bundled example transcripts folder.
+#include "tests/support/Subprocess.h"
+#include "tests/support/TempFolder.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace zelmor::test {
+namespace {
+
+std::string substituted(std::string text, const std::string& home) {
+    auto replace = [&](const std::string& from, const std::string& to) {
+        for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+            text.replace(at, from.size(), to);
+    };
+    replace("{home}", home);
+    replace("{examples}", std::string(ZELMOR_SOURCE_DIR) + "/examples/transcripts");
+    return text;
+}
+
+std::vector<std::string> caseFiles() {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(std::string(ZELMOR_SOURCE_DIR) + "/tests/protocol/cases"))
+        if (entry.path().extension() == ".test") files.push_back(entry.path().filename().string());
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+class ProtocolFile : public testing::TestWithParam<std::string> {};
+
+TEST_P(ProtocolFile, RepliesMatchByteForByte) {
+    TempFolder home;
+    std::string text = readFile(std::string(ZELMOR_SOURCE_DIR) + "/tests/protocol/cases/" + GetParam());
+    ProcessOptions options;
+    options.environment = std::map<std::string, std::string>{{"HOME", home.path()}, {"PATH", "/usr/bin:/bin"}};
+    std::string expected;
+    std::vector<std::string> stderrNeedles;
+    int expectedExit = 0;
+    bool finalNewline = true;
+
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
+        std::string line = text.substr(start, end - start);
+        start = end + 1;
+        auto directive = [&](const std::string& name) -> std::optional<std::string> {
+            std::string prefix = "#! " + name;
+            if (line.rfind(prefix, 0) != 0) return std::nullopt;
+            std::string rest = line.substr(prefix.size());
+            if (!rest.empty() && rest[0] == ':') rest.erase(0, 1);
+            if (!rest.empty() && rest[0] == ' ') rest.erase(0, 1);
+            return substituted(rest, home.path());
+        };
+        if (line.rfind("> ", 0) == 0 || line == ">") {
+            options.input += substituted(line.size() > 2 ? line.substr(2) : "", home.path()) + "\n";
+        } else if (line.rfind("< ", 0) == 0) {
+            expected += substituted(line.substr(2), home.path()) + "\n";
+        } else if (auto args = directive("args")) {
+            size_t at = 0;
+            while (at <= args->size()) {
+                size_t space = args->find(' ', at);
+                if (space == std::string::npos) space = args->size();
+                options.arguments.push_back(args->substr(at, space - at));
+                at = space + 1;
+            }
+        } else if (auto env = directive("env")) {
+            size_t equals = env->find('=');
+            (*options.environment)[env->substr(0, equals)] = env->substr(equals + 1);
+        } else if (auto status = directive("exit")) {
+            expectedExit = std::stoi(*status);
+        } else if (auto needle = directive("stderr")) {
+            stderrNeedles.push_back(*needle);
+        } else if (directive("no-final-newline")) {
+            finalNewline = false;
+        }
+    }
+    if (!finalNewline && !options.input.empty()) options.input.pop_back();
+
+    ProcessResult result = runProcess(ZELMOR_MCP_BINARY, options);
+    EXPECT_EQ(result.out, expected);
+    EXPECT_EQ(result.exitStatus, expectedExit);
+    EXPECT_EQ(result.signal, 0);
+    for (const auto& needle : stderrNeedles) EXPECT_NE(result.err.find(needle), std::string::npos) << result.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, ProtocolFile, testing::ValuesIn(caseFiles()),
+                         [](const testing::TestParamInfo<std::string>& param) {
+                             std::string name = param.param.substr(0, param.param.rfind('.'));
+                             for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+                             return name;
+                         });
+
+} // namespace
+} // namespace zelmor::test

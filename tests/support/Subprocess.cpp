@@ -1,0 +1,98 @@
+// fork/exec with three pipes; input is written while output is read, so large exchanges
+// cannot deadlock.
+#include "tests/support/Subprocess.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zelmor::test {
+
+ProcessResult runProcess(const std::string& executable, const ProcessOptions& options) {
+    std::signal(SIGPIPE, SIG_IGN);
+    int in[2], out[2], err[2];
+    if (::pipe(in) != 0 || ::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe failed");
+
+    std::vector<std::string> argvStrings{executable};
+    argvStrings.insert(argvStrings.end(), options.arguments.begin(), options.arguments.end());
+    std::vector<char*> argv;
+    for (auto& s : argvStrings) argv.push_back(s.data());
+    argv.push_back(nullptr);
+    std::vector<std::string> envStrings;
+    std::vector<char*> envp;
+    if (options.environment) {
+        for (const auto& [key, value] : *options.environment) envStrings.push_back(key + "=" + value);
+        for (auto& s : envStrings) envp.push_back(s.data());
+        envp.push_back(nullptr);
+    }
+
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(in[0], 0);
+        ::dup2(out[1], 1);
+        ::dup2(err[1], 2);
+        for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) ::close(fd);
+        if (options.environment) ::execve(argv[0], argv.data(), envp.data());
+        else ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    ::close(in[0]);
+    ::close(out[1]);
+    ::close(err[1]);
+    if (options.closeOutputEarly) {
+        ::close(out[0]);
+        out[0] = -1;
+    }
+
+    ProcessResult result;
+    size_t written = 0;
+    int inFd = in[1];
+    if (options.input.empty()) {
+        ::close(inFd);
+        inFd = -1;
+    } else {
+        ::fcntl(inFd, F_SETFL, O_NONBLOCK);
+    }
+    char buffer[65536];
+    while (inFd >= 0 || out[0] >= 0 || err[0] >= 0) {
+        std::vector<pollfd> fds;
+        if (inFd >= 0) fds.push_back({inFd, POLLOUT, 0});
+        if (out[0] >= 0) fds.push_back({out[0], POLLIN, 0});
+        if (err[0] >= 0) fds.push_back({err[0], POLLIN, 0});
+        if (::poll(fds.data(), fds.size(), -1) < 0) {
+            if (errno == EINTR) continue;
+            break;
+        }
+        for (const auto& p : fds) {
+            if (p.revents == 0) continue;
+            if (p.fd == inFd) {
+                ssize_t n = ::write(inFd, options.input.data() + written, options.input.size() - written);
+                if (n > 0) written += static_cast<size_t>(n);
+                if (n < 0 && errno != EAGAIN) written = options.input.size();
+                if (written == options.input.size()) {
+                    ::close(inFd);
+                    inFd = -1;
+                }
+            } else {
+                ssize_t n = ::read(p.fd, buffer, sizeof buffer);
+                if (n > 0) {
+                    (p.fd == out[0] ? result.out : result.err).append(buffer, static_cast<size_t>(n));
+                } else if (n == 0 || errno != EINTR) {
+                    ::close(p.fd);
+                    (p.fd == out[0] ? out[0] : err[0]) = -1;
+                }
+            }
+        }
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+    return result;
+}
+
+} // namespace zelmor::test

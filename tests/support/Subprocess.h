@@ -1,0 +1,29 @@
+// Runs one of our executables with given arguments, environment and standard input, and
+// captures what it wrote and how it ended.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelmor::test {
+
+struct ProcessResult {
+    std::string out;
+    std::string err;
+    int exitStatus = -1; ///< -1 when the process did not exit normally
+    int signal = 0;      ///< the signal that ended it, or 0
+};
+
+struct ProcessOptions {
+    std::vector<std::string> arguments;
+    /// Replaces the whole environment when set; HOME should then be given.
+    std::optional<std::map<std::string, std::string>> environment;
+    std::string input;
+    bool closeOutputEarly = false; ///< close our end of its stdout right after start
+};
+
+ProcessResult runProcess(const std::string& executable, const ProcessOptions& options);
+
+} // namespace zelmor::test
