@@ -1,4 +1,5 @@
-// Each subcommand lives in its own source file and registers itself with one function.
+// Each subcommand lives in its own source file and registers itself with one function,
+// declared here and listed in main.cpp's table.
 #pragma once
 
 #include <CLI/CLI.hpp>
