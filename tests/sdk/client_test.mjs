@@ -1,0 +1,123 @@
+// Drives the built server with the official MCP TypeScript SDK client: one connection per
+// protocol version the server knows, plus a newer one it must answer with its latest.
+// Usage: node client_test.mjs PATH_TO_zelmor-mcp
+import { Client } from "@modelcontextprotocol/sdk/client/index.js";
+import { StdioClientTransport } from "@modelcontextprotocol/sdk/client/stdio.js";
+import assert from "node:assert/strict";
+import { mkdtempSync, mkdirSync, writeFileSync, readFileSync, rmSync, existsSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+
+const server = process.argv[2];
+const root = mkdtempSync(join(tmpdir(), "zelmor-sdk-"));
+const home = join(root, "home");
+const folder = join(root, "transcripts");
+mkdirSync(join(home, "Library/Application Support/Zelmor"), { recursive: true });
+mkdirSync(folder, { recursive: true });
+
+const meeting = (title, date, who, lines) =>
+  ["---", `title: ${title}`, `date: ${date}`, `started_at: ${date}T09:00:00Z`, "duration_min: 30",
+   "participants:", ...who.map((n) => `  - ${n}`), "source: Zelmor", "---", "", "## Notes", "", "",
+   "## Transcript", "", ...lines.map(([s, t]) => `**${s}:** ${t}\n`)].join("\n");
+writeFileSync(join(folder, "pricing.md"), meeting("Pricing review", "2026-10-02", ["Ana Ruiz", "Me"],
+  [["Ana Ruiz", "We should raise the starter plan price to twelve dollars."], ["Me", "Agreed, ship it in November."]]));
+writeFileSync(join(folder, "hiring.md"), meeting("Hiring sync", "2026-10-09", ["Wenna Okafor", "Me"],
+  [["Wenna Okafor", "The backend candidate did well on the pricing exercise."], ["Me", "Let us make an offer."]]));
+writeFileSync(join(root, "outside.md"), meeting("Outside", "2026-10-01", ["X"], [["X", "secret"]]));
+
+// Rewrites the protocol version that the client asks for, to exercise each one.
+class VersionedTransport {
+  constructor(inner, version) {
+    this.inner = inner;
+    this.version = version;
+    this.answeredVersion = undefined;
+  }
+  async start() {
+    this.inner.onmessage = (message) => {
+      if (message.id === this.initializeId) this.answeredVersion = message.result?.protocolVersion;
+      this.onmessage?.(message);
+    };
+    this.inner.onerror = (error) => this.onerror?.(error);
+    this.inner.onclose = () => this.onclose?.();
+    return this.inner.start();
+  }
+  async send(message, options) {
+    if (message.method === "initialize") {
+      this.initializeId = message.id;
+      message = { ...message, params: { ...message.params, protocolVersion: this.version } };
+    }
+    return this.inner.send(message, options);
+  }
+  async close() { return this.inner.close(); }
+  setProtocolVersion(version) { this.inner.setProtocolVersion?.(version); }
+}
+
+async function session(version, expectedVersion) {
+  const inner = new StdioClientTransport({
+    command: server,
+    args: ["--transcripts-folder", folder],
+    env: { HOME: home, PATH: process.env.PATH ?? "/usr/bin:/bin" },
+    stderr: "pipe",
+  });
+  const transport = new VersionedTransport(inner, version);
+  const client = new Client({ name: "sdk-test", version: "1.0.0" });
+  await client.connect(transport);
+  assert.equal(transport.answeredVersion, expectedVersion);
+  assert.equal(client.getServerVersion()?.name, "zelmor-mcp");
+
+  const { tools } = await client.listTools();
+  assert.deepEqual(tools.map((t) => t.name), ["search_meetings", "read_meeting", "list_participants"]);
+  assert.equal(tools[0].annotations.readOnlyHint, true);
+
+  const search = await client.callTool({ name: "search_meetings", arguments: { query: "pricing", sort: "relevance" } });
+  assert.equal(search.isError, false);
+  assert.equal(search.structuredContent.total, 2);
+  assert.equal(search.structuredContent.sort, "relevance");
+  assert.deepEqual(JSON.parse(search.content[0].text), search.structuredContent);
+  const first = search.structuredContent.meetings[0];
+  assert.ok(first.snippets.length >= 1);
+
+  const read = await client.callTool({ name: "read_meeting", arguments: { path: first.path } });
+  assert.equal(read.isError, false);
+  assert.equal(read.content[0].text, readFileSync(first.path, "utf8"));
+  assert.equal(read.structuredContent, undefined);
+
+  const refused = await client.callTool({ name: "read_meeting", arguments: { path: join(root, "outside.md") } });
+  assert.equal(refused.isError, true);
+  assert.match(refused.content[0].text, /^Refused: .* is outside the transcript folder\./);
+
+  const missing = await client.callTool({ name: "read_meeting", arguments: {} });
+  assert.equal(missing.isError, true);
+
+  const people = await client.callTool({ name: "list_participants", arguments: {} });
+  assert.equal(people.structuredContent.total, 3);
+  assert.equal(people.structuredContent.participants[0].name, "Me");
+  assert.equal(people.structuredContent.participants[0].meeting_count, 2);
+
+  await assert.rejects(client.callTool({ name: "delete_everything", arguments: {} }), /Unknown tool: delete_everything/);
+  await client.ping();
+  await client.close();
+}
+
+let failures = 0;
+const cases = [["2024-11-05", "2024-11-05"], ["2025-03-26", "2025-03-26"], ["2025-06-18", "2025-06-18"],
+               ["2025-11-25", "2025-06-18"]];
+for (const [asked, answered] of cases) {
+  try {
+    await session(asked, answered);
+    console.log(`ok - session with protocol ${asked}`);
+  } catch (error) {
+    failures++;
+    console.log(`not ok - session with protocol ${asked}: ${error.stack ?? error}`);
+  }
+}
+const feed = join(home, "Library/Application Support/Zelmor/agent-activity-log.jsonl");
+if (!existsSync(feed) || !readFileSync(feed, "utf8").includes('"client":"sdk-test"')) {
+  failures++;
+  console.log("not ok - activity feed names the SDK client");
+} else {
+  console.log("ok - activity feed names the SDK client");
+}
+rmSync(root, { recursive: true, force: true });
+console.log(`${cases.length + 1 - failures} passed, ${failures} failed`);
+process.exit(failures === 0 ? 0 : 1);
