@@ -1,0 +1,215 @@
+// bench_driver: times zelmor-mcp tool calls over one long-lived process against ripgrep on the
+// same corpus, and prints a markdown table (our median, ripgrep's median, the ratio) plus the
+// server's peak resident memory and its start-up time to the initialize reply.
+//
+// usage: bench_driver SERVER CORPUS [--runs N]
+#include "bench/corpus/CorpusGenerator.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <optional>
+#include <signal.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double millisecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    size_t n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+class Server {
+public:
+    Server(const std::string& binary, const std::string& folder, const std::string& home) {
+        int in[2], out[2];
+        if (::pipe(in) != 0 || ::pipe(out) != 0) std::abort();
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::dup2(in[0], 0);
+            ::dup2(out[1], 1);
+            int devnull = ::open("/dev/null", O_WRONLY);
+            ::dup2(devnull, 2);
+            ::setenv("HOME", home.c_str(), 1);
+            ::execl(binary.c_str(), binary.c_str(), "--transcripts-folder", folder.c_str(), nullptr);
+            ::_exit(127);
+        }
+        ::close(in[0]);
+        ::close(out[1]);
+        to_ = in[1];
+        from_ = out[0];
+    }
+    ~Server() {
+        ::close(to_);
+        ::close(from_);
+        ::waitpid(pid_, nullptr, 0);
+    }
+    /// Sends one request line and returns the reply line.
+    std::string call(const std::string& request) {
+        std::string line = request + "\n";
+        for (size_t done = 0; done < line.size();) {
+            ssize_t n = ::write(to_, line.data() + done, line.size() - done);
+            if (n <= 0) std::abort();
+            done += static_cast<size_t>(n);
+        }
+        while (true) {
+            size_t newline = buffer_.find('\n');
+            if (newline != std::string::npos) {
+                std::string reply = buffer_.substr(0, newline);
+                buffer_.erase(0, newline + 1);
+                return reply;
+            }
+            char chunk[1 << 16];
+            ssize_t n = ::read(from_, chunk, sizeof chunk);
+            if (n <= 0) std::abort();
+            buffer_.append(chunk, static_cast<size_t>(n));
+        }
+    }
+    /// Peak resident set size in MB, from the kernel's high-water mark.
+    double peakMegabytes() const {
+        std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+        std::string key;
+        while (status >> key) {
+            if (key == "VmHWM:") {
+                double kb;
+                status >> kb;
+                return kb / 1024;
+            }
+            status.ignore(1 << 20, '\n');
+        }
+        return 0;
+    }
+
+private:
+    pid_t pid_;
+    int to_, from_;
+    std::string buffer_;
+};
+
+double timeRipgrep(const std::string& word, const std::string& folder, int runs) {
+    std::vector<double> times;
+    for (int i = 0; i < runs; ++i) {
+        auto start = Clock::now();
+        pid_t pid = ::fork();
+        if (pid == 0) {
+            int devnull = ::open("/dev/null", O_WRONLY);
+            ::dup2(devnull, 1);
+            ::dup2(devnull, 2);
+            ::execlp("rg", "rg", "-i", "-F", "-l", word.c_str(), folder.c_str(), nullptr);
+            ::_exit(127);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        if (!WIFEXITED(status) || WEXITSTATUS(status) > 1) {
+            std::fprintf(stderr, "ripgrep failed (is the ripgrep package installed?)\n");
+            std::exit(1);
+        }
+        times.push_back(millisecondsSince(start));
+    }
+    return median(times);
+}
+
+std::string toolCall(int id, const std::string& name, const std::string& arguments) {
+    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"tools/call","params":{"name":")" + name +
+           R"(","arguments":)" + arguments + "}}";
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        std::fprintf(stderr, "usage: bench_driver SERVER CORPUS [--runs N]\n");
+        return 2;
+    }
+    std::string binary = argv[1], folder = argv[2];
+    int runs = 9;
+    for (int i = 3; i + 1 < argc; ++i)
+        if (!std::strcmp(argv[i], "--runs")) runs = std::atoi(argv[++i]);
+    char homeTemplate[] = "/tmp/zelmor-bench-home-XXXXXX";
+    std::string home = ::mkdtemp(homeTemplate);
+
+    using Words = zelmor::bench::CorpusWords;
+    struct Case {
+        std::string label;
+        std::string tool;
+        std::string arguments;
+        std::optional<std::string> reference; // the word ripgrep searches for
+    };
+    std::string rare = Words::rare, frequent = Words::frequent;
+    std::vector<Case> cases = {
+        {"search: rare word", "search_meetings", R"({"query":")" + rare + R"("})", rare},
+        {"search: frequent word", "search_meetings", R"({"query":")" + frequent + R"("})", frequent},
+        {"search: two words", "search_meetings", R"({"query":")" + rare + " " + frequent + R"("})", rare},
+        {"search: quoted phrase", "search_meetings", R"({"query":"\")" + std::string(Words::phrase) + R"(\""})",
+         "pricing page"},
+        {"search: sort relevance", "search_meetings", R"({"query":")" + frequent + R"(","sort":"relevance"})",
+         frequent},
+        {"search: participant + dates", "search_meetings",
+         R"({"query":")" + rare + R"(","participant":"tomás","date_from":"2023-01-01","date_to":"2025-12-31"})", rare},
+        {"search: no query", "search_meetings", "{}", rare},
+        {"list_participants", "list_participants", "{}", rare},
+    };
+
+    // Start-up to the initialize reply, each in a fresh process.
+    std::vector<double> startups;
+    for (int i = 0; i < runs; ++i) {
+        auto start = Clock::now();
+        Server fresh(binary, folder, home);
+        fresh.call(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{}})");
+        startups.push_back(millisecondsSince(start));
+    }
+
+    Server server(binary, folder, home);
+    server.call(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{}})");
+    std::printf("| call | zelmor-mcp (ms) | ripgrep (ms) | ratio |\n|---|---:|---:|---:|\n");
+    int id = 1;
+    std::string somePath;
+    for (const auto& c : cases) {
+        std::vector<double> times;
+        server.call(toolCall(id++, c.tool, c.arguments)); // warm-up
+        for (int i = 0; i < runs; ++i) {
+            auto start = Clock::now();
+            std::string reply = server.call(toolCall(id++, c.tool, c.arguments));
+            times.push_back(millisecondsSince(start));
+            if (somePath.empty()) {
+                size_t at = reply.find(R"("path":")");
+                if (at != std::string::npos) somePath = reply.substr(at + 8, reply.find('"', at + 8) - at - 8);
+            }
+        }
+        double ours = median(times);
+        double reference = timeRipgrep(*c.reference, folder, runs);
+        std::printf("| %s | %.1f | %.1f (`rg -i -F -l %s`) | %.2fx |\n", c.label.c_str(), ours, reference,
+                    c.reference->c_str(), ours / reference);
+    }
+    if (!somePath.empty()) {
+        std::string path;
+        for (size_t i = 0; i < somePath.size(); ++i) { // undo "\/" escaping
+            if (somePath[i] == '\\' && i + 1 < somePath.size() && somePath[i + 1] == '/') continue;
+            path += somePath[i];
+        }
+        std::vector<double> times;
+        for (int i = 0; i < runs; ++i) {
+            auto start = Clock::now();
+            server.call(toolCall(id++, "read_meeting", R"({"path":")" + path + R"("})"));
+            times.push_back(millisecondsSince(start));
+        }
+        std::printf("| read_meeting | %.1f | | |\n", median(times));
+    }
+    std::printf("\nStart-up to the initialize reply: %.2f ms (median of %d)\n", median(startups), runs);
+    std::printf("Peak resident memory of the long-lived server: %.1f MB\n", server.peakMegabytes());
+    std::string cleanup = "rm -rf '" + home + "'";
+    return std::system(cleanup.c_str()) == 0 ? 0 : 1;
+}
