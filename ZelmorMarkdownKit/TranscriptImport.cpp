@@ -10,6 +10,7 @@
 #include "ZelmorMarkdownKit/Whitespace.h"
 #include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
 
+#include <charconv>
 #include <cstdio>
 
 namespace zelmor::TranscriptImport {
@@ -120,8 +121,11 @@ std::optional<std::string> isoDay(std::string_view text) {
         if (piece.empty()) continue;
         if (pieces == 3) return std::nullopt;
         if (piece[0] == '+') piece.remove_prefix(1);
-        if (piece.empty() || piece.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
-        numbers[pieces++] = std::stoi(std::string(piece));
+        int value = 0;
+        auto [end, error] = std::from_chars(piece.data(), piece.data() + piece.size(), value);
+        // Ten digits overflow an int; from_chars reports it instead of throwing.
+        if (piece.empty() || error != std::errc() || end != piece.data() + piece.size()) return std::nullopt;
+        numbers[pieces++] = value;
     }
     if (pieces != 3) return std::nullopt;
     auto [year, month, dayOfMonth] = numbers;

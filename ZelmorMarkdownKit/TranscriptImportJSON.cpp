@@ -76,9 +76,13 @@ void walkContents(const json& nodes, int depth, std::vector<Turn>& turns) {
         // Headings title the entry and its sections; every other node with content is speech.
         if (type.rfind("heading", 0) != 0) {
             if (auto content = text(node, "content")) {
+                // The wearer is marked "user" and named "You"; both mean the app's "Me".
                 std::optional<std::string> speaker;
-                if (auto name = text(node, "speakerName")) speaker = named(*name);
-                if (!speaker && text(node, "speakerIdentifier") == "user") speaker = "Me";
+                if (text(node, "speakerIdentifier") == "user") speaker = "Me";
+                if (!speaker) {
+                    if (auto name = text(node, "speakerName")) speaker = named(*name);
+                    if (speaker) speaker = normalizeSpeaker(*speaker);
+                }
                 append(turns, speaker.value_or("Speaker 1"), *content);
             }
         }

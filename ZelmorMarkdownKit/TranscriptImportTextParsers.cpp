@@ -81,9 +81,7 @@ bool hasSRTCue(std::string_view text) {
     return pattern.foundIn(text);
 }
 
-std::vector<Turn> parseCueBased(std::string_view text, [[maybe_unused]] Timing timing) {
-    // Both timings read alike: WebVTT files in the wild carry cue numbers too, and the timing
-    // line is recognised by its arrow whatever separates the milliseconds.
+std::vector<Turn> parseCueBased(std::string_view text, Timing timing) {
     std::vector<Turn> turns;
     std::string previousSpeaker = "Speaker 1";
     for (std::string_view block : split(text, "\n\n")) {
@@ -103,7 +101,9 @@ std::vector<Turn> parseCueBased(std::string_view text, [[maybe_unused]] Timing t
         }
         if (lines.empty()) continue;
         if (startsWith(lines[0], "NOTE") || startsWith(lines[0], "STYLE") || startsWith(lines[0], "REGION")) continue;
-        if (lines.size() > 1 && isInteger(lines[0]) && contains(lines[1], "-->")) lines.erase(lines.begin());
+        // SRT numbers its cues; a WebVTT cue may carry any identifier ("intro-1") above its timing.
+        bool identifier = timing == Timing::webVTT || isInteger(lines[0]);
+        if (lines.size() > 1 && identifier && contains(lines[1], "-->")) lines.erase(lines.begin());
         if (!lines.empty() && contains(lines[0], "-->")) lines.erase(lines.begin());
 
         // A cue normally has one speaker; a line naming another ("- Ben: ...") starts a new piece.
