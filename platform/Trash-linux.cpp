@@ -82,17 +82,24 @@ bool makePrivateFolder(const std::string& path) {
     return false;
 }
 
+/// $XDG_DATA_HOME/Trash when that is an absolute path, else ~/.local/share/Trash.
+std::string trashFolder(const TrashOwner& owner) {
+    bool usable = owner.dataHome && !owner.dataHome->empty() && (*owner.dataHome)[0] == '/';
+    return (usable ? *owner.dataHome : owner.homeDirectory + "/.local/share") + "/Trash";
+}
+
 } // namespace
+
+std::string trashedFilesFolder(const TrashOwner& owner) { return trashFolder(owner) + "/files"; }
 
 std::optional<std::string> moveToTrash(const std::string& path, const TrashOwner& owner) {
     std::string source = absolutePath(path);
     struct stat st {};
     if (::lstat(source.c_str(), &st) != 0) return std::nullopt;
 
-    bool usableDataHome = owner.dataHome && !owner.dataHome->empty() && (*owner.dataHome)[0] == '/';
-    std::string dataHome = usableDataHome ? *owner.dataHome : owner.homeDirectory + "/.local/share";
-    std::string trash = dataHome + "/Trash";
-    if (!createFolders(dataHome) || !makePrivateFolder(trash) || !makePrivateFolder(trash + "/files") ||
+    std::string trash = trashFolder(owner);
+    if (!createFolders(trash.substr(0, trash.rfind('/'))) || !makePrivateFolder(trash) ||
+        !makePrivateFolder(trash + "/files") ||
         !makePrivateFolder(trash + "/info")) {
         return std::nullopt;
     }

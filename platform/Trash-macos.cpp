@@ -23,11 +23,13 @@ std::string candidateName(const std::string& name, int attempt) {
 
 } // namespace
 
+std::string trashedFilesFolder(const TrashOwner& owner) { return owner.homeDirectory + "/.Trash"; }
+
 std::optional<std::string> moveToTrash(const std::string& path, const TrashOwner& owner) {
     std::string source = absolutePath(path);
     struct stat st {};
     if (::lstat(source.c_str(), &st) != 0) return std::nullopt;
-    std::string trash = owner.homeDirectory + "/.Trash";
+    std::string trash = trashedFilesFolder(owner);
     if (::mkdir(trash.c_str(), 0700) != 0 && errno != EEXIST) return std::nullopt;
     std::string name = source.substr(source.rfind('/') + 1);
     for (int attempt = 1; attempt <= maxNameAttempts; ++attempt) {

@@ -17,6 +17,9 @@ struct TrashOwner {
     static TrashOwner currentUser();
 };
 
+/// The folder that receives trashed files: DATA/Trash/files on Linux, ~/.Trash on macOS.
+std::string trashedFilesFolder(const TrashOwner& owner);
+
 /// Moves a file into the owner's trash under a name no other trashed item has, and returns
 /// where it went; nothing when it could not be moved (the file is then left where it was).
 /// Linux follows the freedesktop.org layout (files/ plus info/NAME.trashinfo); macOS uses ~/.Trash.

@@ -1,11 +1,12 @@
-// Planning which text twins may go, and moving them into a freedesktop.org trash in a temporary home.
+// Planning which text twins may go, and moving them into the trash of a temporary home.
 #include "ZelmorMarkdownKit/TxtTwinTidy.h"
 #include "platform/FileSystem.h"
+#include "platform/FolderListing.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <set>
 
 namespace zelmor {
 namespace {
@@ -53,46 +54,26 @@ TEST_F(TxtTwinTidyTest, TheMarkerIsLiteral) {
     EXPECT_FALSE(TxtTwinTidy::isZelmorTwin("Source: Zelmor"));
 }
 
-TEST_F(TxtTwinTidyTest, TrashMovesFilesAndRecordsWhereTheyCameFrom) {
-    std::string twin = folder.write("Weekly sync #3.txt", twinText);
-    EXPECT_EQ(TxtTwinTidy::trash({twin}, {home.path(), std::nullopt}), 1u);
-    EXPECT_FALSE(platform::exists(twin));
-    std::string trash = home / ".local/share/Trash";
-    EXPECT_EQ(readFile(trash + "/files/Weekly sync #3.txt"), twinText);
-    std::string info = readFile(trash + "/info/Weekly sync #3.txt.trashinfo");
-    std::string encoded = folder.path() + "/Weekly%20sync%20%233.txt";
-    std::regex expected("\\[Trash Info\\]\nPath=" + std::regex_replace(encoded, std::regex(R"([.^$|()\[\]{}*+?\\])"), R"(\$&)") +
-                        "\nDeletionDate=\\d{4}-\\d{2}-\\d{2}T\\d{2}:\\d{2}:\\d{2}\n");
-    EXPECT_TRUE(std::regex_match(info, expected)) << info;
-}
-
-TEST_F(TxtTwinTidyTest, TrashNamesCollisionsUniquely) {
+TEST_F(TxtTwinTidyTest, TrashMovesEveryFileEvenWhenNamesCollide) {
     std::string first = folder.write("a/notes.txt", "one");
     std::string second = folder.write("b/notes.txt", "two");
     std::string third = folder.write("c/notes.txt", "three");
-    EXPECT_EQ(TxtTwinTidy::trash({first, second, third}, {home.path(), std::nullopt}), 3u);
-    std::string files = home / ".local/share/Trash/files/";
-    EXPECT_EQ(readFile(files + "notes.txt"), "one");
-    EXPECT_EQ(readFile(files + "notes.2.txt"), "two");
-    EXPECT_EQ(readFile(files + "notes.3.txt"), "three");
-    EXPECT_TRUE(platform::exists(home / ".local/share/Trash/info/notes.3.txt.trashinfo"));
-}
-
-TEST_F(TxtTwinTidyTest, TrashUsesTheDataHomeWhenGiven) {
-    std::string twin = folder.write("x.txt", "x");
-    EXPECT_EQ(TxtTwinTidy::trash({twin}, {home.path(), home / "data"}), 1u);
-    EXPECT_EQ(readFile(home / "data/Trash/files/x.txt"), "x");
-    // A relative data home is not valid and falls back to the home's.
-    std::string other = folder.write("y.txt", "y");
-    EXPECT_EQ(TxtTwinTidy::trash({other}, {home.path(), "relative/data"}), 1u);
-    EXPECT_EQ(readFile(home / ".local/share/Trash/files/y.txt"), "y");
+    platform::TrashOwner owner{home.path(), std::nullopt};
+    EXPECT_EQ(TxtTwinTidy::trash({first, second, third}, owner), 3u);
+    EXPECT_FALSE(platform::exists(first) || platform::exists(second) || platform::exists(third));
+    auto trashed = platform::listFilesRecursively(platform::trashedFilesFolder(owner));
+    ASSERT_TRUE(trashed.has_value());
+    std::multiset<std::string> contents;
+    for (const std::string& path : *trashed) contents.insert(readFile(path));
+    EXPECT_EQ(contents, (std::multiset<std::string>{"one", "three", "two"}));
 }
 
 TEST_F(TxtTwinTidyTest, TrashCountsOnlyWhatMovedAndGoesOnPastFailures) {
-    EXPECT_EQ(TxtTwinTidy::trash({}, {home.path(), std::nullopt}), 0u);
+    platform::TrashOwner owner{home.path(), std::nullopt};
+    EXPECT_EQ(TxtTwinTidy::trash({}, owner), 0u);
     std::string kept = folder.write("kept.txt", "k");
-    EXPECT_EQ(TxtTwinTidy::trash({folder / "gone.txt", kept}, {home.path(), std::nullopt}), 1u);
-    EXPECT_FALSE(platform::exists(home / ".local/share/Trash/info/gone.txt.trashinfo"));
+    EXPECT_EQ(TxtTwinTidy::trash({folder / "gone.txt", kept}, owner), 1u);
+    EXPECT_EQ(readFile(platform::trashedFilesFolder(owner) + "/kept.txt"), "k");
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
+#include "platform/Trash.h"
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"
 
@@ -110,7 +111,7 @@ TEST_F(KitCommandTest, TidyListsFirstAndTrashesOnlyWithYes) {
     EXPECT_EQ(moved.exitStatus, 0);
     EXPECT_EQ(moved.out, twin + "\nMoved 1 of 1 plain-text twin to the trash.\n");
     EXPECT_FALSE(platform::exists(twin));
-    EXPECT_TRUE(platform::exists(home / ".local/share/Trash/files/sync.txt"));
+    EXPECT_TRUE(platform::exists(platform::trashedFilesFolder({home.path(), std::nullopt}) + "/sync.txt"));
 
     auto nothing = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--folder", into.path(), "--yes"}));
     EXPECT_EQ(nothing.out, "No plain-text twins in " + into.path() + "\n");

@@ -34,7 +34,9 @@ constexpr const char* importFooter =
     "imported before is recognised and left alone, so running the command again is safe.\n"
     "\n"
     "Prints one line per file, then how many were imported, already imported, already Zelmor\n"
-    "transcripts, unrecognized, without speech, or unreadable. Exits 1 when a SOURCE does not exist.";
+    "transcripts, unrecognized, without speech, or unreadable. Progress for folders goes to\n"
+    "standard error. Exits 1, importing nothing, when a SOURCE does not exist, --into names a file,\n"
+    "or the --legacy-encoding is unknown.";
 
 int runImport(const ImportSettings& settings) {
     std::string home = platform::homeDirectory();
