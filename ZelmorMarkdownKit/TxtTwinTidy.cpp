@@ -1,4 +1,4 @@
-// Twin tidy: earlier versions of the recorder wrote a ".txt" copy beside each transcript.
+// Twin tidy: a transcript kept both as markdown and as plain text leaves a redundant ".txt" copy.
 #include "ZelmorMarkdownKit/TxtTwinTidy.h"
 
 #include "ZelmorMarkdownKit/UTF8.h"

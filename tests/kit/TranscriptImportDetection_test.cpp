@@ -94,9 +94,9 @@ TEST(ImportDetection, FormatWordAnywhereInTheHeadNamesTheMarkdownDialect) {
 }
 
 TEST(ImportDetection, BoldLabelThatIsNotANameStillTriesExportLines) {
-    // "**Key points, part 2:**" fails the name test, so the inline rule is skipped, but the
+    // "**Key points, round two:**" fails the name test, so the inline rule is skipped, but the
     // export rules still read the line.
-    EXPECT_EQ(detect("**Key points, part 2:** budget\n"), std::nullopt);
+    EXPECT_EQ(detect("**Key points, round two:** budget\n"), std::nullopt);
     EXPECT_EQ(detect("[SYS] 00:01 hello\n"), Format::speakerMarkdown);
 }
 

@@ -108,7 +108,7 @@ TEST(MarkdownSpeakerLine, ReadsBoldNameWithColonInside) {
     EXPECT_EQ(markdownSpeakerLine("**Ana:** Hello"), (SpeakerLine{"Ana", "Hello"}));
     EXPECT_EQ(markdownSpeakerLine("** You :**Fine"), (SpeakerLine{"Me", "Fine"}));
     EXPECT_EQ(markdownSpeakerLine("**Ana**: Hello"), std::nullopt);
-    EXPECT_EQ(markdownSpeakerLine("**Notes, part 1:** x"), std::nullopt);
+    EXPECT_EQ(markdownSpeakerLine("**Notes, take one:** x"), std::nullopt);
     EXPECT_EQ(markdownSpeakerLine("Ana: Hello"), std::nullopt);
 }
 
