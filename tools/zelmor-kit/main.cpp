@@ -15,6 +15,8 @@ int main(int argc, char** argv) {
     int exitStatus = 0;
     static constexpr Registration registrations[] = {
         nullptr, // placeholder so the table is never empty; skipped below
+        registerImportCommand,
+        registerTidyCommand,
     };
     for (Registration add : registrations) {
         if (add) add(app, exitStatus);

@@ -1,0 +1,30 @@
+// Writes an imported meeting as our own markdown transcript file, byte for byte the form the
+// transcript parser reads, with the provenance line that later recognises a re-import.
+#pragma once
+
+#include "ZelmorMarkdownKit/TranscriptDocument.h"
+#include "ZelmorMarkdownKit/TranscriptImport.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelmor::TranscriptImport {
+
+/// The whole file: frontmatter (title, date when known, participants, zero duration, the
+/// "source: Zelmor" marker, the asr line naming the format, "imported_from:"), the notes block
+/// with its placeholder, and the turns. Nothing is quoted or escaped.
+std::string render(std::string_view title, const std::optional<std::string>& date,
+                   const std::vector<std::string>& participants, const std::vector<TranscriptDocument::Turn>& turns,
+                   Format format, std::string_view filename);
+
+/// Distinct speakers in order of first appearance, with "Me" moved to the front.
+std::vector<std::string> orderedParticipants(const std::vector<TranscriptDocument::Turn>& turns);
+
+/// A title from a file name without its extension: the first date removed, "_" and "-" runs as
+/// spaces, trailing "transcript", "recording" and "export" words cut; "Imported meeting" when
+/// nothing is left.
+std::string titleFromFilename(std::string_view name);
+
+} // namespace zelmor::TranscriptImport

@@ -1,0 +1,190 @@
+// Format names, detection order, and the refusals of conversion.
+#include "ZelmorMarkdownKit/TranscriptImport.h"
+#include "tests/kit/ImportTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace zelmor {
+namespace {
+
+using namespace TranscriptImport;
+using test::importFixture;
+
+TEST(ImportFormat, RawValuesAndLabelsInCaseOrder) {
+    std::string table;
+    for (Format format : allFormats) table += std::string(rawValue(format)) + "=" + std::string(label(format)) + " ";
+    EXPECT_EQ(table, "webVTT=vtt srt=srt otterText=otter granolaMarkdown=granola limitlessMarkdown=limitless "
+                     "speakerMarkdown=markdown limitlessLifelog=limitless fathomJSON=fathom firefliesJSON=fireflies "
+                     "circlebackJSON=circleback granolaJSON=granola granolaCSV=granola genericJSON=json ");
+}
+
+TEST(ImportFormat, RawValueLookupIsExactAndCaseSensitive) {
+    for (Format format : allFormats) EXPECT_EQ(formatFromRawValue(rawValue(format)), format);
+    EXPECT_EQ(formatFromRawValue("WebVTT"), std::nullopt);
+    EXPECT_EQ(formatFromRawValue("json"), std::nullopt);
+    EXPECT_EQ(formatFromRawValue(""), std::nullopt);
+}
+
+TEST(ImportFailure, EachCaseHasItsOwnText) {
+    EXPECT_EQ(describe(Failure::unrecognizedFormat), "not a transcript format we recognise");
+    EXPECT_EQ(describe(Failure::noSpeech), "no speaker turns found");
+    EXPECT_EQ(describe(Failure::alreadyZelmor), "already a Zelmor transcript");
+}
+
+TEST(ImportDetection, EachFixtureIsItsOwnFormat) {
+    const std::pair<const char*, Format> expected[] = {
+        {"standup-2025-03-14.vtt", Format::webVTT},
+        {"design-review.vtt", Format::webVTT},
+        {"interview.srt", Format::srt},
+        {"Budget Planning Transcript.txt", Format::otterText},
+        {"granola-notes.md", Format::granolaMarkdown},
+        {"limitless-2025-02-03.md", Format::limitlessMarkdown},
+        {"retro.md", Format::speakerMarkdown},
+        {"lifelog.json", Format::genericJSON},
+        {"fathom.json", Format::genericJSON},
+        {"segments.json", Format::genericJSON},
+        {"granola-export.csv", Format::granolaCSV},
+    };
+    for (const auto& [name, format] : expected) {
+        // Conversion hands detection the text with "\r\n" already turned into "\n".
+        std::string text;
+        for (char c : importFixture(name)) {
+            if (c != '\r') text += c;
+        }
+        EXPECT_EQ(detect(text), format) << name;
+    }
+}
+
+TEST(ImportDetection, WebVTTHeaderAfterABlankFirstLine) {
+    EXPECT_EQ(detect("\nWEBVTT\n\n1\n00:00:01,000 --> 00:00:02,000\nHi\n"), Format::webVTT);
+}
+
+TEST(ImportDetection, SRTNeedsCommaMillisecondsAndANumberLineDirectlyAbove) {
+    EXPECT_EQ(detect("1\n00:00:01,000 --> 00:00:02,000\nHi\n"), Format::srt);
+    EXPECT_EQ(detect("1\n00:00:01.000 --> 00:00:02.000\nHi\n"), Format::webVTT);
+    EXPECT_EQ(detect("1\nHi\n00:00:01,000 --> 00:00:02,000\n"), Format::webVTT);
+    EXPECT_EQ(detect("00:00:01,000 --> 00:00:02,000\nHi\n"), Format::webVTT);
+}
+
+TEST(ImportDetection, JSONComesFirstAndNeedsAMeeting) {
+    EXPECT_EQ(detect(R"({"segments":[{"speaker":"A","text":"Hi --> there"}]})"), Format::genericJSON);
+    // A list of plain texts holds no meeting, so it is not JSON for detection.
+    EXPECT_EQ(detect(R"(["Ana: hello", "Ben: hi"])"), std::nullopt);
+    EXPECT_EQ(detect(R"({"name": "settings", "value": 3})"), std::nullopt);
+}
+
+TEST(ImportDetection, CSVNeedsTwoHeaderFieldsOneMentioningTranscript) {
+    EXPECT_EQ(detect("Title,Full Transcript\nA,\"Ana: hi\"\n"), Format::granolaCSV);
+    EXPECT_EQ(detect("Transcript\nAna: hi\n"), Format::speakerMarkdown);
+    EXPECT_EQ(detect("Title,Notes\nAna: hi,x\n"), Format::speakerMarkdown);
+}
+
+TEST(ImportDetection, OtterHeadersComeBeforeSpeakerLines) {
+    EXPECT_EQ(detect("Ana: hello\nBen Okafor  1:02:03\nHi.\n"), Format::otterText);
+    // A header whose name is not name-shaped is not an Otter header.
+    EXPECT_EQ(detect("see you at the meeting, 10:30\nnothing else\n"), std::nullopt);
+}
+
+TEST(ImportDetection, FormatWordAnywhereInTheHeadNamesTheMarkdownDialect) {
+    EXPECT_EQ(detect("Ana: we moved off GRANOLA last year\n"), Format::granolaMarkdown);
+    EXPECT_EQ(detect("Ana: my Limitless pendant died\n"), Format::limitlessMarkdown);
+    EXPECT_EQ(detect("Ana: granola and limitless\n"), Format::granolaMarkdown);
+    std::string late = "Ana: hello\n" + std::string(4000, 'x') + "\ngranola\n";
+    EXPECT_EQ(detect(late), Format::speakerMarkdown);
+}
+
+TEST(ImportDetection, BoldLabelThatIsNotANameStillTriesExportLines) {
+    // "**Key points, round two:**" fails the name test, so the inline rule is skipped, but the
+    // export rules still read the line.
+    EXPECT_EQ(detect("**Key points, round two:** budget\n"), std::nullopt);
+    EXPECT_EQ(detect("[SYS] 00:01 hello\n"), Format::speakerMarkdown);
+}
+
+TEST(ImportDetection, PlainProseIsNoFormat) {
+    EXPECT_EQ(detect(""), std::nullopt);
+    EXPECT_EQ(detect("Remember to buy milk.\nAnd eggs.\n"), std::nullopt);
+}
+
+TEST(ImportConversion, OwnTranscriptsAreRefusedBeforeDetection) {
+    EXPECT_EQ(std::get<Failure>(convertAll(importFixture("own-transcript.md"), "own-transcript.md", std::nullopt)),
+              Failure::alreadyZelmor);
+    std::string vtt = "source: Zelmor\nWEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi\n";
+    EXPECT_EQ(std::get<Failure>(convertAll(vtt, "a.vtt", std::nullopt)), Failure::alreadyZelmor);
+    EXPECT_EQ(std::get<Failure>(convertAll("---\r\nsource: Zelmor\r\n---\r\n", "a.md", std::nullopt)),
+              Failure::alreadyZelmor);
+    // Only the exact line counts; with a trailing space it is an ordinary "Name: text" line.
+    auto spaced = std::get<std::vector<Result>>(convertAll("note\nsource: Zelmor \n", "a.txt", std::nullopt));
+    EXPECT_EQ(spaced[0].participants, (std::vector<std::string>{"source"}));
+}
+
+TEST(ImportConversion, RecognisedFormatWithoutTurnsIsNoSpeech) {
+    EXPECT_EQ(std::get<Failure>(convertAll("WEBVTT\n\nNOTE nothing was said\n", "a.vtt", std::nullopt)),
+              Failure::noSpeech);
+    EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[{"speaker":"A"}]})", "a.json", std::nullopt)),
+              Failure::noSpeech);
+    EXPECT_EQ(std::get<Failure>(convertAll("Title,Transcript\nA,\n", "a.csv", std::nullopt)), Failure::noSpeech);
+}
+
+TEST(ImportConversion, DayComesFromContentThenFileNameThenFallback) {
+    std::string vtt = "WEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi\n";
+    EXPECT_EQ(std::get<Result>(convert(vtt, "call_2024_12_30.vtt", "2025-01-01")).date, "2024-12-30");
+    EXPECT_EQ(std::get<Result>(convert(vtt, "call-2024-13-30.vtt", "2025-01-01")).date, "2025-01-01");
+    EXPECT_EQ(std::get<Result>(convert(vtt, "call.vtt", std::nullopt)).date, std::nullopt);
+    std::string markdown = "---\ndate: 2023-05-06\n---\nAna: hi\n";
+    EXPECT_EQ(std::get<Result>(convert(markdown, "notes-2024-01-01.md", "2025-01-01")).date, "2023-05-06");
+}
+
+TEST(ImportConversion, ResultCarriesFormatTitleParticipantsAndCount) {
+    Result result = std::get<Result>(convert(importFixture("standup-2025-03-14.vtt"), "standup-2025-03-14.vtt", std::nullopt));
+    EXPECT_EQ(result.format, Format::webVTT);
+    EXPECT_EQ(result.title, "standup");
+    EXPECT_EQ(result.date, "2025-03-14");
+    EXPECT_EQ(result.participants, (std::vector<std::string>{"Ana Lopez", "Ben Okafor"}));
+    EXPECT_EQ(result.turnCount, 3u);
+}
+
+TEST(ImportConversion, MultiMeetingExportGivesEveryMeetingButConvertOnlyTheFirst) {
+    std::string text = importFixture("weekly-export.json");
+    auto all = std::get<std::vector<Result>>(convertAll(text, "weekly-export.json", std::nullopt));
+    ASSERT_EQ(all.size(), 3u);
+    EXPECT_EQ(all[0].title, "Monday planning");
+    EXPECT_EQ(all[1].title, "Wednesday check-in");
+    EXPECT_EQ(all[2].title, "Friday demo");
+    EXPECT_EQ(all[2].date, "2025-03-07");
+    EXPECT_EQ(std::get<Result>(convert(text, "weekly-export.json", std::nullopt)), all[0]);
+}
+
+TEST(ImportConversion, JSONMeetingsCarryTheirOwnDialect) {
+    const std::pair<const char*, Format> expected[] = {
+        {"lifelog.json", Format::limitlessLifelog}, {"fathom.json", Format::fathomJSON},
+        {"fireflies.json", Format::firefliesJSON},  {"circleback.json", Format::circlebackJSON},
+        {"granola.json", Format::granolaJSON},      {"segments.json", Format::genericJSON},
+    };
+    for (const auto& [name, format] : expected) {
+        Result result = std::get<Result>(convert(importFixture(name), name, std::nullopt));
+        EXPECT_EQ(result.format, format) << name;
+    }
+}
+
+TEST(ImportConversion, SurvivesTruncatedFixturesAndHostileShapes) {
+    const char* names[] = {"standup-2025-03-14.vtt", "interview.srt", "Budget Planning Transcript.txt",
+                           "granola-notes.md", "lifelog.json", "fireflies.json", "granola-export.csv"};
+    size_t converted = 0;
+    for (const char* name : names) {
+        std::string text = importFixture(name);
+        for (size_t length = 0; length <= text.size(); length += 5) {
+            Conversion conversion = convertAll(text.substr(0, length), name, std::nullopt);
+            converted += std::holds_alternative<std::vector<Result>>(conversion) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(converted, 0u);
+    std::string deep = std::string(100000, '[') + std::string(100000, ']');
+    EXPECT_EQ(std::get<Failure>(convertAll(deep, "deep.json", std::nullopt)), Failure::unrecognizedFormat);
+    std::string longLine = "Ana: " + std::string(200000, 'a') + "\n";
+    EXPECT_EQ(std::get<std::vector<Result>>(convertAll(longLine, "long.txt", std::nullopt))[0].turnCount, 1u);
+    EXPECT_EQ(std::get<Failure>(convertAll("\"unterminated,\"x\n<v\n**:**\n[MIC]", "odd.txt", std::nullopt)),
+              Failure::noSpeech);
+}
+
+} // namespace
+} // namespace zelmor

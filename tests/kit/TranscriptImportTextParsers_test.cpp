@@ -1,0 +1,138 @@
+// Caption, Otter and speaker-markdown readers, on hand-made snippets and on the fixtures.
+#include "ZelmorMarkdownKit/TranscriptImportTextParsers.h"
+#include "tests/kit/ImportTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace zelmor {
+namespace {
+
+using namespace TranscriptImport;
+using test::importFixture;
+using test::Turns;
+
+TEST(CueParser, WebVTTFixtureDropsHeaderNotesStylesAndCueIdentifiers) {
+    EXPECT_EQ(parseCueBased(importFixture("standup-2025-03-14.vtt"), Timing::webVTT),
+              (Turns{{"Ana Lopez", "Morning, everyone. Let's keep it short today."},
+                     {"Ben Okafor", "I finished the billing migration yesterday. which means invoices go out from "
+                                    "the new system."},
+                     {"Ana Lopez", "Great. Any blockers?"}}));
+}
+
+TEST(CueParser, VoiceWithClassAnnotationNamesTheSpeaker) {
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v.first.loud Ana>Hi</v>\n", Timing::webVTT),
+              (Turns{{"Ana", "Hi"}}));
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v Ana Maria>Hi\n", Timing::webVTT),
+              (Turns{{"Ana Maria", "Hi"}}));
+}
+
+TEST(CueParser, SpeakerOneUntilSomeoneIsNamedThenThePreviousSpeaker) {
+    std::string text = "00:01.000 --> 00:02.000\nHello?\n\n"
+                       "00:02.000 --> 00:03.000\nBen: Hi there.\n\n"
+                       "00:03.000 --> 00:04.000\nSorry, I was muted.\n";
+    EXPECT_EQ(parseCueBased(text, Timing::webVTT),
+              (Turns{{"Speaker 1", "Hello?"}, {"Ben", "Hi there. Sorry, I was muted."}}));
+}
+
+TEST(CueParser, ConsecutiveCuesOfOneSpeakerBecomeOneTurn) {
+    std::string text = "1\n00:00:01,000 --> 00:00:02,000\nAna: One.\n\n"
+                       "2\n00:00:02,000 --> 00:00:03,000\nAna: Two.\n";
+    EXPECT_EQ(parseCueBased(text, Timing::srt), (Turns{{"Ana", "One. Two."}}));
+}
+
+TEST(CueParser, SRTFixtureWithCRLFAndMultiLineCues) {
+    std::string text = importFixture("interview.srt");
+    std::string normalized;
+    for (char c : text) {
+        if (c != '\r') normalized += c;
+    }
+    EXPECT_EQ(parseCueBased(normalized, Timing::srt),
+              (Turns{{"INTERVIEWER", "Thanks for joining us today."},
+                     {"Dana Kim", "Happy to be here. I lead the platform team, about twelve engineers."},
+                     {"INTERVIEWER", "How did the team start?"}}));
+}
+
+TEST(CueParser, CueNumberIsDroppedOnlyAboveATimingLine) {
+    EXPECT_EQ(parseCueBased("42\nthe answer\n", Timing::srt), (Turns{{"Speaker 1", "42 the answer"}}));
+    EXPECT_EQ(parseCueBased("42\n00:00:01,000 --> 00:00:02,000\nthe answer\n", Timing::srt),
+              (Turns{{"Speaker 1", "the answer"}}));
+}
+
+TEST(CueParser, OnlyWebVTTTakesAnyTextAsACueIdentifier) {
+    std::string text = "intro\n00:01.000 --> 00:02.000\nHello\n";
+    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Speaker 1", "Hello"}}));
+    EXPECT_EQ(parseCueBased(text, Timing::srt), (Turns{{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}));
+}
+
+TEST(CueParser, TwoVoicesInOneCueStayTwoTurns) {
+    std::string text = "00:01.000 --> 00:03.000\n<v Ana>Ready?\n<v Ben>Go.\n";
+    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Ana", "Ready?"}, {"Ben", "Go."}}));
+}
+
+TEST(CueParser, HeaderBlockMetadataIsNotSpeech) {
+    std::string text = "WEBVTT\nKind: captions\nLanguage: en\n\nREGION\nid:left\n\n00:01.000 --> 00:02.000\nHi\n";
+    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Speaker 1", "Hi"}}));
+}
+
+TEST(CueParser, SectionWordLabelsStayInTheText) {
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\nAgenda: budget first\n", Timing::webVTT),
+              (Turns{{"Speaker 1", "Agenda: budget first"}}));
+}
+
+TEST(OtterParser, FixtureTurnsWithTheFooterInTheLastParagraph) {
+    EXPECT_EQ(parseOtter(importFixture("Budget Planning Transcript.txt")),
+              (Turns{{"Ana Lopez", "Okay, let's look at the numbers for next quarter. The travel line is the one "
+                                   "that grew."},
+                     {"Ben Okafor", "Most of that is the offsite in May."},
+                     {"Ana Lopez", "Then let's keep it, but cap hotels. Transcribed by https://otter.ai"}}));
+}
+
+TEST(OtterParser, SpeakerOneBeforeTheFirstHeaderAndSelfIsMe) {
+    std::string text = "Intro words\n\nYou  0:05\nHello\n\nsomeone lower 0:09\nstill me\n";
+    EXPECT_EQ(parseOtter(text), (Turns{{"Speaker 1", "Intro words"}, {"Me", "Hello someone lower 0:09 still me"}}));
+}
+
+TEST(SpeakerMarkdownParser, FrontmatterTitleAndDateWithQuotes) {
+    SpeakerMarkdown parsed = parse(importFixture("retro.md"));
+    EXPECT_EQ(parsed.title, "Sprint 14 retro");
+    EXPECT_EQ(parsed.date, "2025-01-28");
+    EXPECT_EQ(parsed.turns, (Turns{{"Ana", "What went well this sprint?"},
+                                   {"Ben", "The release checklist saved us twice. And on-call was quiet."},
+                                   {"Marco", "Flaky tests are still a problem. They failed four times on Tuesday."}}));
+}
+
+TEST(SpeakerMarkdownParser, HeadingTitleAndDatedLineInTheBody) {
+    SpeakerMarkdown parsed = parse(importFixture("granola-notes.md"));
+    EXPECT_EQ(parsed.title, "Q2 roadmap sync");
+    EXPECT_EQ(parsed.date, "2025-04-02");
+    EXPECT_EQ(parsed.turns, (Turns{{"Me", "Can we go through the roadmap first?"},
+                                   {"Them", "Sure. Mobile is the big one. It slipped by two weeks because of the "
+                                            "payments review."},
+                                   {"Me", "Then June is realistic."}}));
+}
+
+TEST(SpeakerMarkdownParser, TimedListLinesAndYouAsMe) {
+    SpeakerMarkdown parsed = parse(importFixture("limitless-2025-02-03.md"));
+    EXPECT_EQ(parsed.title, "Lunch with Priya");
+    EXPECT_EQ(parsed.date, std::nullopt); // the day is only in the file name
+    EXPECT_EQ(parsed.turns, (Turns{{"Priya Shah", "Did you see the draft of the partner agreement?"},
+                                   {"Me", "Only the first half. The payment terms looked odd."},
+                                   {"Priya Shah", "Net ninety. We should push back."}}));
+}
+
+TEST(SpeakerMarkdownParser, OnlyTheFirstTitleAndAnAcceptedDateCount) {
+    SpeakerMarkdown parsed = parse("---\ntitle: ''\ndate: someday\n---\n# First\n# Second\n"
+                                   "Ref 2024-13-01\nOn 2024_02_29 we met\nAna: hi\n");
+    EXPECT_EQ(parsed.title, "First");
+    EXPECT_EQ(parsed.date, "2024-02-29");
+    EXPECT_EQ(parsed.turns, (Turns{{"Ana", "hi"}}));
+}
+
+TEST(SpeakerMarkdownParser, UnclosedFrontmatterIsBody) {
+    SpeakerMarkdown parsed = parse("---\ntitle: Not read\nAna: hi\n");
+    EXPECT_EQ(parsed.title, std::nullopt);
+    EXPECT_EQ(parsed.turns, (Turns{{"Ana", "hi"}}));
+}
+
+} // namespace
+} // namespace zelmor
