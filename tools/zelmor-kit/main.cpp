@@ -3,10 +3,6 @@
 
 #include <iostream>
 
-namespace zelmor::kitcli {
-// Registrations, one per subcommand file.
-} // namespace zelmor::kitcli
-
 int main(int argc, char** argv) {
     using namespace zelmor::kitcli;
     CLI::App app{"zelmor-kit: import, tidy, ask and edit Zelmor meeting transcripts from the terminal."};
@@ -14,17 +10,17 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     int exitStatus = 0;
     static constexpr Registration registrations[] = {
-        nullptr, // placeholder so the table is never empty; skipped below
         registerImportCommand,
         registerTidyCommand,
     };
     for (Registration add : registrations) {
-        if (add) add(app, exitStatus);
+        add(app, exitStatus);
     }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error);
+        // Help and version exit 0; every usage error is status 1, like any other failure.
+        return app.exit(error) == 0 ? 0 : 1;
     }
     return exitStatus;
 }
