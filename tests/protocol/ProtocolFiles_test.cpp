@@ -10,8 +10,11 @@
 //   #! no-final-newline  the last input line is sent without its line break
 //   > LINE             a line sent to standard input
 //   < LINE             a line expected on standard output, in order
-// In arguments, environment and lines, {home} is a fresh temporary home folder and
-// {examples} the bundled example transcripts folder.
+// Folder tokens: {home} is a fresh temporary home folder, {examples} the bundled example
+// transcripts and {fixtures} the small test folder tests/fixtures/meetings. They stand for the
+// plain path in arguments, environment and input; in expected lines for the path as a JSON
+// string holds it ("/" written "\/"), and with the suffix ":text" for the path inside a tool
+// result's text, which is JSON written into a JSON string ("\\\/").
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"
 
@@ -21,13 +24,28 @@
 namespace zelmor::test {
 namespace {
 
-std::string substituted(std::string text, const std::string& home) {
-    auto replace = [&](const std::string& from, const std::string& to) {
-        for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-            text.replace(at, from.size(), to);
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
+enum class Context { plain, expected };
+
+std::string substituted(std::string text, const std::string& home, Context context = Context::plain) {
+    const std::pair<std::string, std::string> folders[] = {
+        {"home", home},
+        {"examples", std::string(ZELMOR_SOURCE_DIR) + "/examples/transcripts"},
+        {"fixtures", std::string(ZELMOR_SOURCE_DIR) + "/tests/fixtures/meetings"},
     };
-    replace("{home}", home);
-    replace("{examples}", std::string(ZELMOR_SOURCE_DIR) + "/examples/transcripts");
+    for (auto [name, path] : folders) {
+        if (context == Context::expected) {
+            std::string inText = path;
+            replaceAll(inText, "/", R"(\\\/)");
+            replaceAll(text, "{" + name + ":text}", inText);
+            replaceAll(path, "/", R"(\/)");
+        }
+        replaceAll(text, "{" + name + "}", path);
+    }
     return text;
 }
 
@@ -68,7 +86,7 @@ TEST_P(ProtocolFile, RepliesMatchByteForByte) {
         if (line.rfind("> ", 0) == 0 || line == ">") {
             options.input += substituted(line.size() > 2 ? line.substr(2) : "", home.path()) + "\n";
         } else if (line.rfind("< ", 0) == 0) {
-            expected += substituted(line.substr(2), home.path()) + "\n";
+            expected += substituted(line.substr(2), home.path(), Context::expected) + "\n";
         } else if (auto args = directive("args")) {
             size_t at = 0;
             while (at <= args->size()) {
