@@ -92,12 +92,5 @@ TEST_F(AgentActivityLogTest, CountsSaturateInsteadOfOverflowing) {
     EXPECT_EQ(totalCalls(table, 1, utc(2025, 3, 14, 12), *berlin), LLONG_MAX);
 }
 
-TEST_F(AgentActivityLogTest, MissingSupportFolderIsNeverCreated) {
-    std::string missing = support / "Zelmor";
-    EXPECT_EQ(fileURL(missing + "/"), missing + "/agent-activity.json");
-    recordCall("read_meeting", fileURL(missing), utc(2025, 3, 14, 12), *berlin);
-    EXPECT_TRUE(test::fileNames(support.path()).empty());
-}
-
 } // namespace
 } // namespace zelmor
