@@ -41,8 +41,8 @@ std::optional<long long> offsetSeconds(std::string_view zone) {
 std::optional<std::string> optionalString(const nlohmann::json& object, const char* key, bool& ok) {
     auto member = object.find(key);
     if (member == object.end() || member->is_null()) return std::nullopt;
-    if (!member->is_string()) ok = false;
-    else return member->get<std::string>();
+    if (member->is_string()) return member->get<std::string>();
+    ok = false;
     return std::nullopt;
 }
 
@@ -80,7 +80,8 @@ std::string joined(const std::vector<Entry>& list) {
 } // namespace
 
 std::string fileURL(const std::string& supportDirectory) {
-    if (!supportDirectory.empty() && supportDirectory.back() == '/') return supportDirectory + std::string(fileName);
+    if (!supportDirectory.empty() && supportDirectory.back() == '/')
+        return supportDirectory + std::string(fileName);
     return supportDirectory + "/" + std::string(fileName);
 }
 
@@ -111,7 +112,8 @@ std::optional<Instant> parsedTimestamp(std::string_view text) {
         return std::nullopt;
     year_month_day date{year(y), month(static_cast<unsigned>(mo)), day(static_cast<unsigned>(d))};
     if (!date.ok()) return std::nullopt;
-    long long since1970 = sys_days(date).time_since_epoch().count() * 86400LL + h * 3600LL + mi * 60LL + s - *offset;
+    long long since1970 =
+        sys_days(date).time_since_epoch().count() * 86400LL + h * 3600LL + mi * 60LL + s - *offset;
     // Years the nanosecond clock cannot hold are as unreadable as a bad date.
     constexpr long long limit = duration_cast<std::chrono::seconds>(Instant::duration::max()).count() - 1;
     if (since1970 > limit || since1970 < -limit) return std::nullopt;
@@ -156,11 +158,13 @@ std::vector<Entry> capped(std::vector<Entry> list, Instant now, const icu::Calen
         std::erase_if(list, [&](const Entry& entry) { return entry.ts < *cutoff; });
     }
     std::stable_sort(list.begin(), list.end(), [](const Entry& a, const Entry& b) { return a.ts < b.ts; });
-    if (list.size() > maxEntries) list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(maxEntries));
+    if (list.size() > maxEntries)
+        list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(maxEntries));
     return list;
 }
 
-void append(const Entry& entry, const std::string& supportDirectory, Instant now, const icu::Calendar& calendar) {
+void append(const Entry& entry, const std::string& supportDirectory, Instant now,
+            const icu::Calendar& calendar) {
     std::vector<Entry> list = load(supportDirectory);
     list.push_back(entry);
     platform::writeFileAtomically(fileURL(supportDirectory), joined(capped(std::move(list), now, calendar)));

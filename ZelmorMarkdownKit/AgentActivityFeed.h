@@ -63,7 +63,8 @@ std::vector<Entry> capped(std::vector<Entry> entries, Instant now, const icu::Ca
 
 /// Adds the entry and rewrites the file whole. The support folder is never created and no
 /// failure reaches the caller.
-void append(const Entry& entry, const std::string& supportDirectory, Instant now, const icu::Calendar& calendar);
+void append(const Entry& entry, const std::string& supportDirectory, Instant now,
+            const icu::Calendar& calendar);
 
 /// The same with the user's current calendar and time zone.
 void append(const Entry& entry, const std::string& supportDirectory, Instant now);

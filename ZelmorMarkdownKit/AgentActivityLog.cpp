@@ -36,7 +36,8 @@ std::optional<long long> integerValue(const nlohmann::json& value) {
 } // namespace
 
 std::string fileURL(const std::string& supportDirectory) {
-    if (!supportDirectory.empty() && supportDirectory.back() == '/') return supportDirectory + std::string(fileName);
+    if (!supportDirectory.empty() && supportDirectory.back() == '/')
+        return supportDirectory + std::string(fileName);
     return supportDirectory + "/" + std::string(fileName);
 }
 
@@ -80,7 +81,8 @@ CountTable load(const std::string& path) {
     return text ? decoded(*text) : CountTable{};
 }
 
-void recordCall(const std::string& tool, const std::string& path, Instant now, const icu::Calendar& calendar) {
+void recordCall(const std::string& tool, const std::string& path, Instant now,
+                const icu::Calendar& calendar) {
     std::string key = dayKey(now, calendar);
     if (key.empty()) return;
     CountTable table = pruned(bumped(load(path), tool, key), now, calendar);

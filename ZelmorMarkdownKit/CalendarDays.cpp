@@ -24,7 +24,8 @@ std::optional<Instant> fromUDate(UDate date) {
 }
 
 /// A private copy set to the instant: the caller's calendar is shared and must not change.
-std::unique_ptr<icu::Calendar> calendarAt(Instant instant, const icu::Calendar& calendar, UErrorCode& status) {
+std::unique_ptr<icu::Calendar> calendarAt(Instant instant, const icu::Calendar& calendar,
+                                          UErrorCode& status) {
     std::unique_ptr<icu::Calendar> copy(calendar.clone());
     if (!copy) {
         status = U_MEMORY_ALLOCATION_ERROR;

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 namespace zelmor {
@@ -30,12 +31,13 @@ protected:
 };
 
 TEST_F(AgentActivityFeedTest, AppendingToAMissingFileWritesOneSortedLineAtWholeSeconds) {
-    append(Entry{now + std::chrono::milliseconds(750), "read_meeting", "Q1 / Q2 \"plan\"", "/Users/ana/Zelmor/m.md",
-                 true, "claude-ai"});
+    append(Entry{now + std::chrono::milliseconds(750), "read_meeting", "Q1 / Q2 \"plan\"",
+                 "/Users/ana/Zelmor/m.md", true, "claude-ai"});
     EXPECT_EQ(readFile(file), "{\"client\":\"claude-ai\",\"detail\":\"Q1 \\/ Q2 \\\"plan\\\"\","
                               "\"path\":\"\\/Users\\/ana\\/Zelmor\\/m.md\",\"tool\":\"read_meeting\","
                               "\"triggered\":true,\"ts\":\"2025-03-14T11:05:09Z\"}\n");
-    std::vector<Entry> back{{now, "read_meeting", "Q1 / Q2 \"plan\"", "/Users/ana/Zelmor/m.md", true, "claude-ai"}};
+    std::vector<Entry> back{
+        {now, "read_meeting", "Q1 / Q2 \"plan\"", "/Users/ana/Zelmor/m.md", true, "claude-ai"}};
     EXPECT_EQ(load(support.path()), back);
 }
 
@@ -74,13 +76,14 @@ TEST_F(AgentActivityFeedTest, AppendingToAFullFeedDropsTheOldest) {
 }
 
 TEST_F(AgentActivityFeedTest, LinesThatDoNotDecodeAreDroppedAndTheRestSortedByTime) {
-    support.write("agent-activity-log.jsonl",
-                  "  " + line(at(now, "c")) + "not json\r\n\n" + R"({"tool":"x","triggered":true})" "\n" +
-                      R"({"tool":"x","triggered":1,"ts":"2025-03-14T11:05:09Z"})" "\n" +
-                      R"({"detail":5,"tool":"x","triggered":true,"ts":"2025-03-14T11:05:09Z"})" "\n" +
-                      R"({"tool":"x","triggered":true,"ts":"2025-02-29T11:05:09Z"})" "\n" +
-                      R"({"client":null,"tool":"a","triggered":false,"ts":"2025-03-13T10:00:00Z","extra":1})" "\r" +
-                      line(at(utc(2025, 3, 13, 12), "b")));
+    std::string text = "  " + line(at(now, "c")) + "not json\r\n\n";
+    for (const char* bad :
+         {R"({"tool":"x","triggered":true})", R"({"tool":"x","triggered":1,"ts":"2025-03-14T11:05:09Z"})",
+          R"({"detail":5,"tool":"x","triggered":true,"ts":"2025-03-14T11:05:09Z"})",
+          R"({"tool":"x","triggered":true,"ts":"2025-02-29T11:05:09Z"})"})
+        text += std::string(bad) + "\n";
+    text += R"({"client":null,"tool":"a","triggered":false,"ts":"2025-03-13T10:00:00Z","extra":1})";
+    support.write("agent-activity-log.jsonl", text + "\r" + line(at(utc(2025, 3, 13, 12), "b")));
     append(at(now, "d"));
     EXPECT_EQ(readFile(file), line(at(utc(2025, 3, 13, 10), "a")) + line(at(utc(2025, 3, 13, 12), "b")) +
                                   line(at(now, "c")) + line(at(now, "d")));
@@ -122,7 +125,8 @@ TEST_F(AgentActivityFeedTest, RacingWritersLeaveWholeFilesAndNoTemporaries) {
     std::thread first(writer, "a"), second(writer, "b");
     first.join();
     second.join();
-    EXPECT_EQ(test::fileNames(support.path()), (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
+    EXPECT_EQ(test::fileNames(support.path()),
+              (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
     std::string text = readFile(file);
     size_t lines = std::count(text.begin(), text.end(), '\n');
     EXPECT_GE(lines, 40u);

@@ -43,9 +43,10 @@ TEST_F(AgentActivityLogTest, CallsEitherSideOfLocalMidnightLandUnderTwoDays) {
 }
 
 TEST_F(AgentActivityLogTest, FileNotShapedAsTheTableIsTreatedAsEmptyAndOverwritten) {
-    for (const char* damaged : {"[1,2]", "garbage", "", R"({"2025-03-14":[1]})", R"({"2025-03-14":{"x":"1"}})",
-                                R"({"2025-03-14":{"x":1.5}})", R"({"2025-03-14":{"x":null}})",
-                                R"({"2025-03-14":{"x":18446744073709551615}})", R"({"a":{"x":1}} trailing)"}) {
+    for (const char* damaged :
+         {"[1,2]", "garbage", "", R"({"2025-03-14":[1]})", R"({"2025-03-14":{"x":"1"}})",
+          R"({"2025-03-14":{"x":1.5}})", R"({"2025-03-14":{"x":null}})",
+          R"({"2025-03-14":{"x":18446744073709551615}})", R"({"a":{"x":1}} trailing)"}) {
         support.write("agent-activity.json", damaged);
         EXPECT_TRUE(load(file).empty()) << damaged;
         recordCall("read_meeting", file, utc(2025, 3, 14, 12), *berlin);
@@ -60,7 +61,8 @@ TEST_F(AgentActivityLogTest, PruningKeepsTheDaySixtyCalendarDaysBackAndDropsTheO
     // 00:30 on 10 May in Berlin (summer time): sixty calendar days back is 11 March, while
     // sixty times 24 hours would reach 23:30 on 10 March.
     CountTable acrossClockChange{{"2025-03-10", {{"a", 1}}}, {"2025-03-11", {{"a", 1}}}};
-    EXPECT_EQ(pruned(acrossClockChange, utc(2025, 5, 9, 22, 30), *berlin), (CountTable{{"2025-03-11", {{"a", 1}}}}));
+    EXPECT_EQ(pruned(acrossClockChange, utc(2025, 5, 9, 22, 30), *berlin),
+              (CountTable{{"2025-03-11", {{"a", 1}}}}));
 }
 
 TEST_F(AgentActivityLogTest, RecordingDropsDaysPastTheKeepLimit) {
@@ -70,7 +72,8 @@ TEST_F(AgentActivityLogTest, RecordingDropsDaysPastTheKeepLimit) {
 }
 
 TEST_F(AgentActivityLogTest, TotalCallsCountsTrailingDaysIncludingToday) {
-    CountTable table{{"2025-03-07", {{"search_meetings", 100}}}, {"2025-03-08", {{"search_meetings", 10}}},
+    CountTable table{{"2025-03-07", {{"search_meetings", 100}}},
+                     {"2025-03-08", {{"search_meetings", 10}}},
                      {"2025-03-13", {{"read_meeting", 4}}},
                      {"2025-03-14", {{"search_meetings", 2}, {"read_meeting", 1}}},
                      {"2025-03-15", {{"search_meetings", 1000}}}};
