@@ -5,6 +5,7 @@
 #include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <unicode/brkiter.h>
+#include <unicode/uchar.h>
 #include <unicode/locid.h>
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
@@ -185,6 +186,15 @@ char32_t firstCodePoint(std::string_view text) {
     if (text.empty()) return 0;
     size_t at = 0;
     return Whitespace::decodeUtf8(text, at);
+}
+
+bool isNumeric(std::string_view text) {
+    if (text.empty()) return false;
+    bool numeric = true;
+    forEachCharacter(text, [&](std::string_view character) {
+        numeric = numeric && u_getNumericValue(static_cast<UChar32>(firstCodePoint(character))) != U_NO_NUMERIC_VALUE;
+    });
+    return numeric;
 }
 
 } // namespace zelmor::ICUText

@@ -62,4 +62,8 @@ void forEachCharacter(std::string_view text, const std::function<void(std::strin
 /// The first code point of a non-empty text.
 char32_t firstCodePoint(std::string_view text);
 
+/// True when the text is not empty and every user-perceived character is a number: its first
+/// code point has a Unicode numeric value (digits of any script, Roman and CJK numerals).
+bool isNumeric(std::string_view text);
+
 } // namespace zelmor::ICUText

@@ -54,7 +54,9 @@ long long integerValue(std::string_view value) {
 }
 
 std::optional<double> decimalValue(std::string_view value) {
-    if (value.empty() || Whitespace::isSpaceOrTab(static_cast<unsigned char>(value[0]))) return std::nullopt;
+    // strtod skips leading white space (a stray "\r", say) that a whole-value reading refuses.
+    if (value.empty() || Whitespace::isWhitespaceOrNewline(static_cast<unsigned char>(value[0])))
+        return std::nullopt;
     std::string copy(value);
     char* end = nullptr;
     double number = std::strtod(copy.c_str(), &end);

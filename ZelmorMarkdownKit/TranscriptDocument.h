@@ -19,7 +19,18 @@ struct TranscriptDocument {
     static constexpr const char* notesPlaceholder =
         "_(User-added context. Empty until the user types here in the Library window.)_";
 
-    // Field order is the memberwise order: the first seven are required, the rest have defaults.
+    TranscriptDocument() = default;
+    /// Memberwise, in field order; the fields from `startedAt` on may be left out.
+    TranscriptDocument(std::string title, std::string date, std::vector<std::string> participants,
+                       long long durationMin, std::string source, std::string notes, std::vector<Turn> turns,
+                       std::string startedAt = {}, std::string asr = {}, std::string status = {},
+                       std::string calendarEventID = {}, std::vector<std::string> pendingAudioPaths = {},
+                       double pendingOffsetSeconds = 0, bool hasPendingOffset = false,
+                       std::string pendingReason = {}, std::string spendID = {}, std::string topicHint = {},
+                       std::string asrSummary = {}, std::string sourceApp = {}, std::vector<std::string> tags = {},
+                       std::string summary = {}, std::string meetingNotes = {}, std::string actionItems = {},
+                       std::string keyMoments = {}, bool isPrivate = false);
+
     std::string title;
     std::string date;
     std::vector<std::string> participants;

@@ -4,44 +4,64 @@
 #include <algorithm>
 #include <cerrno>
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace zelmor::platform {
 
 namespace {
 
-/// Subfolder walks stop this deep; real transcript trees are a few levels, and the bound keeps
-/// a pathological tree from exhausting the stack.
-constexpr int maxDepth = 64;
+enum class Kind { file, folder, other };
 
-bool namesOf(const std::string& folder, std::vector<std::string>& names) {
-    DIR* dir = ::opendir(folder.c_str());
-    if (dir == nullptr) return false;
-    while (const dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (!name.empty() && name[0] != '.') names.push_back(std::move(name));
+struct Entry {
+    std::string name;
+    Kind kind;
+};
+
+/// What a name in an open folder is, without following a link to a folder and without opening
+/// anything: d_type when the file system fills it, otherwise one fstatat.
+Kind kindOf(int folderFD, const dirent& entry) {
+    unsigned char type = entry.d_type;
+    if (type == DT_REG) return Kind::file;
+    if (type == DT_DIR) return Kind::folder;
+    struct stat st {};
+    if (type == DT_UNKNOWN) {
+        if (::fstatat(folderFD, entry.d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) return Kind::other;
+        if (S_ISREG(st.st_mode)) return Kind::file;
+        if (S_ISDIR(st.st_mode)) return Kind::folder;
+        if (!S_ISLNK(st.st_mode)) return Kind::other;
+        type = DT_LNK;
     }
-    ::closedir(dir);
-    std::sort(names.begin(), names.end());
-    return true;
+    // A link counts as a file only when it leads to one; a link to a folder is not descended.
+    if (type == DT_LNK && ::fstatat(folderFD, entry.d_name, &st, 0) == 0 && S_ISREG(st.st_mode))
+        return Kind::file;
+    return Kind::other;
 }
 
-void walk(const std::string& folder, int depth, std::vector<std::string>& files) {
-    std::vector<std::string> names;
-    if (depth > maxDepth || !namesOf(folder, names)) return;
-    for (const std::string& name : names) {
-        std::string path = folder == "/" ? "/" + name : folder + "/" + name;
-        struct stat st {};
-        if (::lstat(path.c_str(), &st) != 0) continue;
-        if (S_ISDIR(st.st_mode)) {
-            walk(path, depth + 1, files);
-        } else if (S_ISREG(st.st_mode) || S_ISLNK(st.st_mode)) {
-            // A link counts as a file only when it leads to one.
-            struct stat target {};
-            if (S_ISLNK(st.st_mode) && (::stat(path.c_str(), &target) != 0 || !S_ISREG(target.st_mode))) continue;
-            files.push_back(path);
-        }
+/// The visible entries of a folder in byte order, or nothing when it cannot be opened. Below the
+/// root, O_NOFOLLOW keeps a folder swapped for a link mid-walk from being followed.
+std::optional<std::vector<Entry>> entriesOf(const std::string& folder, bool followLink) {
+    int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | (followLink ? 0 : O_NOFOLLOW));
+    if (fd < 0) return std::nullopt;
+    DIR* dir = ::fdopendir(fd);
+    if (dir == nullptr) {
+        ::close(fd);
+        return std::nullopt;
     }
+    std::vector<Entry> entries;
+    while (const dirent* entry = ::readdir(dir)) {
+        if (entry->d_name[0] == '.' || entry->d_name[0] == '\0') continue; // hidden, "." and ".."
+        Kind kind = kindOf(fd, *entry);
+        if (kind != Kind::other) entries.push_back({entry->d_name, kind});
+    }
+    ::closedir(dir); // closes fd too
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
+    return entries;
+}
+
+std::string joined(const std::string& folder, const std::string& name) {
+    return folder == "/" ? "/" + name : folder + "/" + name;
 }
 
 } // namespace
@@ -49,10 +69,32 @@ void walk(const std::string& folder, int depth, std::vector<std::string>& files)
 std::optional<std::vector<std::string>> listFilesRecursively(const std::string& folder) {
     std::string root = folder;
     while (root.size() > 1 && root.back() == '/') root.pop_back();
-    std::vector<std::string> probe;
-    if (!namesOf(root, probe)) return std::nullopt;
+    auto top = entriesOf(root, true);
+    if (!top) return std::nullopt;
+
+    // An explicit stack rather than recursion, so that no depth of nesting can exhaust the stack.
+    struct Level {
+        std::string path;
+        std::vector<Entry> entries;
+        size_t next = 0;
+    };
+    std::vector<Level> stack;
+    stack.push_back({root, std::move(*top), 0});
     std::vector<std::string> files;
-    walk(root, 0, files);
+    while (!stack.empty()) {
+        Level& level = stack.back();
+        if (level.next == level.entries.size()) {
+            stack.pop_back();
+            continue;
+        }
+        const Entry& entry = level.entries[level.next++];
+        std::string path = joined(level.path, entry.name);
+        if (entry.kind == Kind::file) {
+            files.push_back(std::move(path));
+        } else if (auto entries = entriesOf(path, false)) {
+            stack.push_back({std::move(path), std::move(*entries), 0}); // invalidates `level`
+        }
+    }
     return files;
 }
 

@@ -8,9 +8,11 @@
 
 namespace zelmor::platform {
 
-/// Every file below the folder, depth first, with the names of each folder in byte order.
-/// Hidden files and folders (names starting with ".") are skipped, and links to folders are
-/// not followed, so a link cycle cannot trap the walk. Nothing when the folder cannot be read.
+/// Every regular file below the folder at any depth, depth first, with the names of each folder
+/// in byte order. Hidden files and folders (names starting with ".") and all below them are
+/// skipped; a link to a regular file is listed, a link to a folder is never followed (so a link
+/// cycle cannot trap the walk); FIFOs, sockets and devices are left out without being opened;
+/// a subfolder that cannot be read is passed over. Nothing when the folder itself cannot be read.
 std::optional<std::vector<std::string>> listFilesRecursively(const std::string& folder);
 
 /// Creates the folder and any missing parents; true when it exists as a folder afterwards.

@@ -1,0 +1,304 @@
+// Reading transcript files: delimiters, frontmatter keys and lists, sections, comments, turns.
+#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+
+#include <gtest/gtest.h>
+
+namespace zelmor {
+namespace {
+
+using Turn = TranscriptDocument::Turn;
+using Strings = std::vector<std::string>;
+
+TranscriptDocument parsed(const std::string& text) {
+    auto doc = MarkdownTranscriptParser::parse(text);
+    EXPECT_TRUE(doc.has_value()) << text;
+    return doc.value_or(TranscriptDocument{});
+}
+
+/// A file whose frontmatter is the given lines and whose body follows the closing delimiter.
+TranscriptDocument withFrontmatter(const std::string& lines, const std::string& body = "") {
+    return parsed("---\n" + lines + "\n---\n" + body);
+}
+
+const std::string appFile = "---\n"
+                            "title: Weekly sync\n"
+                            "date: 2025-03-14\n"
+                            "started_at: 2025-03-14T09:30:00Z\n"
+                            "duration_min: 42\n"
+                            "participants:\n"
+                            "  - Ana\n"
+                            "  - Speaker 2\n"
+                            "source: Zelmor\n"
+                            "---\n"
+                            "\n"
+                            "## Notes\n"
+                            "\n"
+                            "Bring the Q3 numbers.\n"
+                            "\n"
+                            "## Transcript\n"
+                            "\n"
+                            "**Ana:** Good morning.\n"
+                            "\n"
+                            "**Speaker 2:** Morning.\n"
+                            "Second line of the same paragraph.\n"
+                            "\n"
+                            "And a second paragraph.\n";
+
+TEST(MarkdownTranscriptParser, ReadsTheFileTheAppWrites) {
+    TranscriptDocument doc = parsed(appFile);
+    EXPECT_EQ(doc.title, "Weekly sync");
+    EXPECT_EQ(doc.date, "2025-03-14");
+    EXPECT_EQ(doc.startedAt, "2025-03-14T09:30:00Z");
+    EXPECT_EQ(doc.durationMin, 42);
+    EXPECT_EQ(doc.participants, (Strings{"Ana", "Speaker 2"}));
+    EXPECT_EQ(doc.source, "Zelmor");
+    EXPECT_EQ(doc.notes, "Bring the Q3 numbers.");
+    EXPECT_EQ(doc.turns, (std::vector<Turn>{
+                             {"Ana", "Good morning."},
+                             {"Speaker 2", "Morning.\nSecond line of the same paragraph.\n\nAnd a second paragraph."},
+                         }));
+}
+
+TEST(MarkdownTranscriptParser, CRLFParsesExactlyLikeLF) {
+    std::string crlf;
+    for (char c : appFile) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    EXPECT_EQ(parsed(crlf), parsed(appFile));
+}
+
+TEST(MarkdownTranscriptParser, Delimiters) {
+    using MarkdownTranscriptParser::parse;
+    EXPECT_FALSE(parse("--- \ntitle: x\n---\n"));
+    EXPECT_FALSE(parse("\n---\ntitle: x\n---\n"));
+    EXPECT_FALSE(parse("---\ntitle: x\n"));
+    EXPECT_FALSE(parse(""));
+    // The opening line break is not part of a closing delimiter.
+    EXPECT_FALSE(parse("---\n---"));
+
+    // Fallback: "\n---" at the very end.
+    TranscriptDocument fallback = parsed("---\ntitle: Only a title\n---");
+    EXPECT_EQ(fallback.title, "Only a title");
+    EXPECT_EQ(fallback.notes, "");
+    EXPECT_TRUE(fallback.turns.empty());
+
+    // The first "\n---\n" wins over an earlier "\n----".
+    TranscriptDocument first = parsed("---\ntitle: A\n----\ndate: 2025-01-02\n---\n## Notes\nN\n");
+    EXPECT_EQ(first.title, "A");
+    EXPECT_EQ(first.date, "2025-01-02");
+    EXPECT_EQ(first.notes, "N");
+
+    // An empty frontmatter still makes a document, with the source defaulted.
+    TranscriptDocument empty = parsed("---\n\n---\n");
+    EXPECT_EQ(empty.source, "Zelmor");
+    EXPECT_EQ(empty.title, "");
+}
+
+TEST(MarkdownTranscriptParser, KeyPrefixesAreLiteral) {
+    TranscriptDocument doc = withFrontmatter("source_app: \"Meet\"\n"
+                                             "asr_summary: \"ok\"\n"
+                                             "asr: pending");
+    EXPECT_EQ(doc.sourceApp, "Meet");
+    EXPECT_EQ(doc.source, "Zelmor") << "source_app: is not source:";
+    EXPECT_EQ(doc.asrSummary, "ok");
+    EXPECT_EQ(doc.asr, "pending") << "asr_summary: is not asr:";
+
+    TranscriptDocument other = withFrontmatter("source: Otter\n"
+                                               "asr: done\n"
+                                               "Title: ignored\n"
+                                               " title: indented\n"
+                                               "title:  Kept  \n"
+                                               "title: Last wins");
+    EXPECT_EQ(other.source, "Otter");
+    EXPECT_EQ(other.asr, "done");
+    EXPECT_EQ(other.asrSummary, "");
+    EXPECT_EQ(other.title, "Last wins");
+
+    EXPECT_EQ(withFrontmatter("source:").source, "") << "an empty source line is still a source";
+    EXPECT_EQ(withFrontmatter("titles: x").title, "");
+}
+
+TEST(MarkdownTranscriptParser, EveryKeyReachesItsField) {
+    TranscriptDocument doc = withFrontmatter("status: incomplete\n"
+                                             "calendar_event_id: \"evt-1\"\n"
+                                             "spend_id: \"sp-9\"\n"
+                                             "pending_reason: \"no network\"\n"
+                                             "topic_hint: \"pricing\"\n"
+                                             "pending_offset: 12.5\n"
+                                             "pending_audio:\n"
+                                             "  - \"/tmp/a.m4a\"\n"
+                                             "  - \n"
+                                             "  - b.m4a");
+    EXPECT_EQ(doc.status, "incomplete");
+    EXPECT_EQ(doc.calendarEventID, "evt-1");
+    EXPECT_EQ(doc.spendID, "sp-9");
+    EXPECT_EQ(doc.pendingReason, "no network");
+    EXPECT_EQ(doc.topicHint, "pricing");
+    EXPECT_EQ(doc.pendingOffsetSeconds, 12.5);
+    EXPECT_TRUE(doc.hasPendingOffset);
+    EXPECT_EQ(doc.pendingAudioPaths, (Strings{"/tmp/a.m4a", "", "b.m4a"}));
+}
+
+TEST(MarkdownTranscriptParser, UnquotingOnlyWhereTheValueIsQuotedAtBothEnds) {
+    EXPECT_EQ(withFrontmatter(R"(title: "Say \"hi\" now")").title, R"(Say "hi" now)");
+    EXPECT_EQ(withFrontmatter(R"(title: "half)").title, R"("half)");
+    EXPECT_EQ(withFrontmatter(R"(title: half")").title, R"(half")");
+    EXPECT_EQ(withFrontmatter(R"(title: ")").title, R"(")");
+    EXPECT_EQ(withFrontmatter(R"(title: "")").title, "");
+    EXPECT_EQ(withFrontmatter(R"(title: "a\\"b")").title, R"(a\"b)");
+    // Dates, start times, status and source are kept as written.
+    TranscriptDocument kept = withFrontmatter("date: \"2025-01-01\"\nstarted_at: \"x\"\nstatus: \"s\"\nsource: \"Zelmor\"");
+    EXPECT_EQ(kept.date, "\"2025-01-01\"");
+    EXPECT_EQ(kept.startedAt, "\"x\"");
+    EXPECT_EQ(kept.status, "\"s\"");
+    EXPECT_EQ(kept.source, "\"Zelmor\"");
+}
+
+TEST(MarkdownTranscriptParser, DurationIsAWholeSignedInteger) {
+    EXPECT_EQ(withFrontmatter("duration_min: 42.5").durationMin, 0);
+    EXPECT_EQ(withFrontmatter("duration_min: +7").durationMin, 7);
+    EXPECT_EQ(withFrontmatter("duration_min: -3").durationMin, -3);
+    EXPECT_EQ(withFrontmatter("duration_min:\t 15 \t").durationMin, 15);
+    EXPECT_EQ(withFrontmatter("duration_min:").durationMin, 0);
+    EXPECT_EQ(withFrontmatter("duration_min: 1 5").durationMin, 0);
+    EXPECT_EQ(withFrontmatter("duration_min: 0x10").durationMin, 0);
+    EXPECT_EQ(withFrontmatter("duration_min: ٤٢").durationMin, 0) << "ASCII digits only";
+    EXPECT_EQ(withFrontmatter("duration_min: 99999999999999999999").durationMin, 0);
+    EXPECT_EQ(withFrontmatter("duration_min: -9223372036854775808").durationMin, INT64_MIN);
+}
+
+TEST(MarkdownTranscriptParser, PendingOffsetNeedsAWholeNumber) {
+    TranscriptDocument zero = withFrontmatter("pending_offset: 0");
+    EXPECT_EQ(zero.pendingOffsetSeconds, 0);
+    EXPECT_TRUE(zero.hasPendingOffset) << "a real zero is told from an absent offset";
+
+    for (const char* bad : {"pending_offset: soon", "pending_offset: 12.5s", "pending_offset:", "pending_offset: \r4"}) {
+        TranscriptDocument doc = withFrontmatter(bad);
+        EXPECT_EQ(doc.pendingOffsetSeconds, 0) << bad;
+        EXPECT_FALSE(doc.hasPendingOffset) << bad;
+    }
+    EXPECT_EQ(withFrontmatter("pending_offset: -1.5e2").pendingOffsetSeconds, -150);
+}
+
+TEST(MarkdownTranscriptParser, PrivateFlag) {
+    for (const char* yes : {"true", "YES", "\"1\"", "True", "\"yes\""})
+        EXPECT_TRUE(withFrontmatter(std::string("private: ") + yes).isPrivate) << yes;
+    for (const char* no : {"on", "false", "", "2", "yes please"})
+        EXPECT_FALSE(withFrontmatter(std::string("private: ") + no).isPrivate) << no;
+}
+
+TEST(MarkdownTranscriptParser, ListsEndOnAnyOtherLine) {
+    TranscriptDocument doc = withFrontmatter("participants:\n"
+                                             "  - Ana\n"
+                                             " - One leading space\n"
+                                             "  - After the stray line\n"
+                                             "participants:\n"
+                                             "  - \"Quoted\"\n"
+                                             "  - \n"
+                                             "\n"
+                                             "  - After a blank line\n"
+                                             "participants:\n"
+                                             "  - Bo\n"
+                                             "title: T\n"
+                                             "  - After a title");
+    EXPECT_EQ(doc.participants, (Strings{"Ana", "\"Quoted\"", "", "Bo"}));
+    EXPECT_EQ(doc.title, "T");
+    EXPECT_TRUE(withFrontmatter("  - Nobody\ntitle: x").participants.empty());
+}
+
+TEST(MarkdownTranscriptParser, TagsAsListOrInline) {
+    EXPECT_EQ(withFrontmatter("tags:\n  - \"alpha\"\n  - \n  - beta").tags, (Strings{"alpha", "beta"}));
+    EXPECT_EQ(withFrontmatter(R"(tags: [alpha, "beta gamma"])").tags, (Strings{"alpha", "beta gamma"}));
+    EXPECT_EQ(withFrontmatter("tags: [ a ,, \"\" , b ]").tags, (Strings{"a", "b"}));
+    EXPECT_EQ(withFrontmatter("tags: []").tags, Strings{});
+    EXPECT_EQ(withFrontmatter("tags: alpha").tags, Strings{"alpha"});
+    EXPECT_EQ(withFrontmatter("tags: \"one, two\"").tags, Strings{"one, two"});
+    EXPECT_EQ(withFrontmatter("tags: [open").tags, Strings{"[open"});
+    // Inline tags open no list; a second tags key adds to the same list.
+    EXPECT_EQ(withFrontmatter("tags: x\n  - ignored\ntags:\n  - y").tags, (Strings{"x", "y"}));
+}
+
+TEST(MarkdownTranscriptParser, SectionsEndAtTheNextKnownHeaderOrTheBlockMarker) {
+    std::string body = "## Notes\n"
+                       "\n"
+                       "My note\n"
+                       "## Notes are here\n"
+                       "\n"
+                       "## Transcript\n"
+                       "\n"
+                       "**Ana:** Hi.\n"
+                       "\n"
+                       "## Unknown\n"
+                       "\n"
+                       "still Ana\n"
+                       "<!-- zelmor:written-by agent -->\n"
+                       "## Summary\n"
+                       "<!-- zelmor:written-by agent -->\n"
+                       "  Short summary.\n"
+                       "   <!-- inline note -->  \n"
+                       "Kept <!-- not a whole line --> text\n"
+                       "\n"
+                       "## Action Items\n"
+                       "- [ ] Send deck\n"
+                       "<!-- /zelmor:ai -->\n"
+                       "Written by the user after the block.\n"
+                       "## Key Moments\n"
+                       "- 00:01 start\n";
+    TranscriptDocument doc = withFrontmatter("title: x", body);
+    EXPECT_EQ(doc.notes, "My note\n## Notes are here");
+    EXPECT_EQ(doc.turns, (std::vector<Turn>{{"Ana", "Hi.\n\n## Unknown\n\nstill Ana\n<!-- zelmor:written-by agent -->"}}));
+    EXPECT_EQ(doc.summary, "Short summary.\nKept <!-- not a whole line --> text");
+    EXPECT_EQ(doc.actionItems, "- [ ] Send deck");
+    EXPECT_EQ(doc.keyMoments, "- 00:01 start");
+    EXPECT_EQ(doc.meetingNotes, "");
+}
+
+TEST(MarkdownTranscriptParser, SectionHeadingMatchesAnywhereButNeedsALineBreak) {
+    // "## Notes" followed by a blank line then "## Transcript": empty notes, not the transcript.
+    EXPECT_EQ(withFrontmatter("title: x", "## Notes\n\n## Transcript\n\n**A:** b\n").notes, "");
+    EXPECT_EQ(withFrontmatter("title: x", "## Notes").notes, "") << "no line break after the heading";
+    EXPECT_EQ(withFrontmatter("title: x", "## Notes \nx\n## Notes\ny").notes, "y");
+    EXPECT_EQ(withFrontmatter("title: x", "### Notes\nz").notes, "z");
+    EXPECT_EQ(withFrontmatter("title: x", "## Meeting Notes\nmn\n## Notes\nn\n").meetingNotes, "mn");
+    EXPECT_EQ(withFrontmatter("title: x", "## Meeting Notes\nmn\n## Notes\nn\n").notes, "n");
+}
+
+TEST(MarkdownTranscriptParser, PlaceholderNotesAreKeptAsText) {
+    TranscriptDocument doc = withFrontmatter(
+        "title: x", std::string("\n## Notes\n\n") + TranscriptDocument::notesPlaceholder + "\n\n## Transcript\n\n");
+    EXPECT_EQ(doc.notes, TranscriptDocument::notesPlaceholder);
+}
+
+TEST(MarkdownTranscriptParser, TurnsAndContinuations) {
+    TranscriptDocument doc = withFrontmatter("title: x", "## Transcript\n"
+                                                         "\n"
+                                                         "Before any turn.\n"
+                                                         "\n"
+                                                         "**:** empty label\n"
+                                                         "\n"
+                                                         "**Ana:**No space\n"
+                                                         "\n"
+                                                         "**Bo:**  Two spaces\n"
+                                                         "\n"
+                                                         "**Cy :** spaced label\n"
+                                                         "\n"
+                                                         "**Dee: ** not a turn\n"
+                                                         "\n\n\n"
+                                                         "   **Eve:** indented, then: **bold:** inside   \n"
+                                                         "\n"
+                                                         "**Fay:**\n");
+    EXPECT_EQ(doc.turns, (std::vector<Turn>{
+                             {"Ana", "No space"},
+                             {"Bo", " Two spaces"},
+                             {"Cy ", "spaced label\n\n**Dee: ** not a turn"},
+                             {"Eve", "indented, then: **bold:** inside"},
+                             {"Fay", ""},
+                         }));
+}
+
+TEST(MarkdownTranscriptParser, TranscriptEndsAtTheBlockMarker) {
+    TranscriptDocument doc = withFrontmatter("title: x", "## Transcript\n\n**Ana:** Last words.\n"
+                                                         "<!-- /zelmor:ai -->\n\n**Bot:** after\n");
+    EXPECT_EQ(doc.turns, (std::vector<Turn>{{"Ana", "Last words."}}));
+}
+
+} // namespace
+} // namespace zelmor
