@@ -76,6 +76,8 @@ TEST(FolderListing, NothingWhenTheFolderCannotBeRead) {
     root.write("file.md", "");
     EXPECT_FALSE(platform::listFilesRecursively(root / "missing"));
     EXPECT_FALSE(platform::listFilesRecursively(root / "file.md"));
+    ASSERT_EQ(::mkfifo((root / "pipe").c_str(), 0644), 0);
+    EXPECT_FALSE(platform::listFilesRecursively(root / "pipe")) << "and a FIFO is not waited on";
 }
 
 } // namespace
