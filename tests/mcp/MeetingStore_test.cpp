@@ -9,6 +9,16 @@
 #include <unistd.h>
 
 namespace zelmor {
+
+// Readable failures: which case and which path, rather than the bytes of the value.
+void PrintTo(const MeetingStore::StoreError& error, std::ostream* out) {
+    *out << "StoreError(" << static_cast<int>(error.kind) << ", \"" << error.path << "\")";
+}
+void PrintTo(const MeetingStore::ParticipantSummary& row, std::ostream* out) {
+    *out << "{" << row.name << ", " << row.meetingCount << ", " << row.lastMeetingDate << ", " << row.lastMeetingTitle
+         << ", " << row.isGenericLabel << "}";
+}
+
 namespace {
 
 using Error = MeetingStore::StoreError;
