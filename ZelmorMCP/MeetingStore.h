@@ -52,10 +52,13 @@ struct MeetingStore {
         bool operator==(const ParticipantSummary&) const = default;
     };
 
+    explicit MeetingStore(std::string folder, std::string memoryFolderName = SkillsFolder::defaultMemoryFolderName)
+        : folder(std::move(folder)), memoryFolderName(std::move(memoryFolderName)) {}
+
     /// The transcripts folder, absolute.
     std::string folder;
     /// Its skills subfolder holds instructions for agents, never meetings.
-    std::string memoryFolderName = SkillsFolder::defaultMemoryFolderName;
+    std::string memoryFolderName;
 
     /// The folder's transcripts, newest first by start time (or date), then by path, both
     /// descending. Files that cannot be read, are not UTF-8, lack the marker or the frontmatter
