@@ -59,12 +59,11 @@ std::vector<std::optional<MeetingStore::Meeting>> readAll(const std::vector<std:
     if (workers == 0) workers = std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
     workers = static_cast<unsigned>(std::min<size_t>(workers, (paths.size() + filesPerWorker - 1) / filesPerWorker));
     std::vector<std::thread> threads;
-    for (unsigned k = 1; k < workers; ++k) {
-        try {
-            threads.emplace_back(work);
-        } catch (const std::system_error&) {
-            break; // no more threads to be had: the ones running and this one finish the list
-        }
+    try {
+        threads.reserve(workers);
+        for (unsigned k = 1; k < workers; ++k) threads.emplace_back(work);
+    } catch (...) {
+        // No more threads to be had: the ones running and this one finish the list.
     }
     work();
     for (auto& thread : threads) thread.join();

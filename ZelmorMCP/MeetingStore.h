@@ -5,6 +5,7 @@
 #include "ZelmorMarkdownKit/SkillsFolder.h"
 #include "ZelmorMarkdownKit/TranscriptDocument.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,10 +53,46 @@ struct MeetingStore {
         bool operator==(const ParticipantSummary&) const = default;
     };
 
+    /// What search_meetings asks for. Strings are used as given (not trimmed).
+    struct SearchFilters {
+        /// Words and double-quoted phrases that must all occur.
+        std::optional<std::string> query;
+        std::optional<std::string> participant;
+        /// "yyyy-MM-dd", inclusive.
+        std::optional<std::string> dateFrom;
+        std::optional<std::string> dateTo;
+        /// Clamped to 1...100 by the search.
+        long long limit = 20;
+        /// Below zero counts as zero.
+        long long offset = 0;
+        /// "relevance" in any case orders by score; anything else is newest first.
+        std::optional<std::string> sort;
+    };
+
+    struct SearchHit {
+        Meeting meeting;
+        /// Turns holding at least one term; 0 without a query or when only the title or the
+        /// participants matched.
+        long long matchCount = 0;
+        /// At most three, empty without a query.
+        std::vector<std::string> snippets;
+    };
+
+    struct SearchResult {
+        /// Every match, before paging.
+        long long total = 0;
+        /// The offset actually applied.
+        long long offset = 0;
+        std::vector<SearchHit> hits;
+    };
+
+    explicit MeetingStore(std::string folder, std::string memoryFolderName = SkillsFolder::defaultMemoryFolderName)
+        : folder(std::move(folder)), memoryFolderName(std::move(memoryFolderName)) {}
+
     /// The transcripts folder, absolute.
     std::string folder;
     /// Its skills subfolder holds instructions for agents, never meetings.
-    std::string memoryFolderName = SkillsFolder::defaultMemoryFolderName;
+    std::string memoryFolderName;
 
     /// The folder's transcripts, newest first by start time (or date), then by path, both
     /// descending. Files that cannot be read, are not UTF-8, lack the marker or the frontmatter
@@ -74,6 +111,11 @@ struct MeetingStore {
     /// The whole raw text of a markdown file inside the folder, marker or not. Throws as
     /// `resolveInsideFolder`, and `notFound` when the file cannot be read as UTF-8 text.
     std::string readInsideFolder(std::string_view path) const;
+
+    /// The meetings inside the date range and with the participant that hold every query term,
+    /// newest first or by score, one page of them. A query with no terms in it returns no hits
+    /// without looking at the folder. Throws `folderMissing` only.
+    SearchResult search(const SearchFilters& filters) const;
 
     /// Everyone listed in the folder's meetings, most meetings first, then by name.
     std::vector<ParticipantSummary> participants() const;

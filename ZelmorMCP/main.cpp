@@ -2,6 +2,7 @@
 #include "ZelmorMCP/CommandLine.h"
 #include "ZelmorMCP/LineLoop.h"
 #include "ZelmorMCP/MCPServer.h"
+#include "ZelmorMCP/ToolExecutor.h"
 #include "platform/FileSystem.h"
 
 #include <csignal>
@@ -36,6 +37,14 @@ int main(int argc, char** argv) {
 
     MCPServer server(TranscriptFolderResolver{home, commandLine.transcriptsFolder},
                      MCPServer::attribution(environment), std::make_shared<MCPClientContext>());
+    ToolExecutor tools(
+        server, [] { return std::chrono::system_clock::now(); },
+        [] {
+            // The user's calendar and time zone as they are now, for the activity files' day keys.
+            UErrorCode status = U_ZERO_ERROR;
+            return std::unique_ptr<icu::Calendar>(icu::Calendar::createInstance(status));
+        });
+    server.setToolCallHandler([&](const nlohmann::json& id, const nlohmann::json& params) { return tools.toolCall(id, params); });
     std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version, server.resolver().resolve().c_str());
     std::fflush(stderr);
     return LineLoop::run(STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); });

@@ -2,6 +2,7 @@
 #include "ZelmorMarkdownKit/AnswerScope.h"
 
 #include "ZelmorMarkdownKit/ICUText.h"
+#include "ZelmorMarkdownKit/Participation.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
 
 #include <nlohmann/json.hpp>
@@ -56,6 +57,8 @@ bool AnswerScope::admits(std::string_view id, const TranscriptDocument& document
     }
     if (auto from = nonEmpty(dateFrom); from && document.date < *from) return false;
     if (auto to = nonEmpty(dateTo); to && *to < document.date) return false;
+    if (speaker && !Participation::spoke(document, SpeakerIdentity::fromUserName(speaker->userName), speaker->minTurns))
+        return false;
     if (auto inside = nonEmpty(folder); inside && !pathIsInFolder(id, *inside)) return false;
     return true;
 }

@@ -2,6 +2,7 @@
 // UTF-8 bytes so that matches come back as views into the original string.
 #include "ZelmorMarkdownKit/ICUText.h"
 
+#include "ZelmorMarkdownKit/Utf16Text.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <unicode/brkiter.h>
@@ -17,25 +18,6 @@
 namespace zelmor::ICUText {
 
 namespace {
-
-/// The text as UTF-16, with the UTF-8 offset of every UTF-16 unit (plus one for the end).
-struct Utf16Text {
-    icu::UnicodeString units;
-    std::vector<size_t> byteOffsets;
-
-    explicit Utf16Text(std::string_view text) {
-        byteOffsets.reserve(text.size() + 1);
-        size_t at = 0;
-        while (at < text.size()) {
-            size_t start = at;
-            char32_t c = Whitespace::decodeUtf8(text, at);
-            units.append(static_cast<UChar32>(c));
-            byteOffsets.push_back(start);
-            if (c > 0xFFFF) byteOffsets.push_back(start);
-        }
-        byteOffsets.push_back(text.size());
-    }
-};
 
 bool isPlainASCII(std::string_view text) {
     for (char c : text) {
@@ -180,6 +162,27 @@ std::string_view prefixCharacters(std::string_view text, size_t count) {
         if (seen == count && end < window.size()) return text.substr(0, end);
         windowSize *= 4;
     }
+}
+
+size_t movedByCharacters(std::string_view text, size_t from, long count) {
+    from = std::min(from, text.size());
+    if (isPlainASCII(text)) {
+        long moved = static_cast<long>(from) + count;
+        return static_cast<size_t>(std::clamp(moved, 0L, static_cast<long>(text.size())));
+    }
+    Utf16Text input(text);
+    auto unit = std::lower_bound(input.byteOffsets.begin(), input.byteOffsets.end(), from);
+    auto breaks = characterBreaks();
+    breaks->setText(input.units);
+    int32_t at = static_cast<int32_t>(unit - input.byteOffsets.begin());
+    bool onBoundary = breaks->isBoundary(at); // leaves the iterator on the next boundary when not
+    at = breaks->current();
+    if (count < 0 && !onBoundary) at = breaks->previous();
+    for (long step = 0; step < (count < 0 ? -count : count) && at != icu::BreakIterator::DONE; ++step) {
+        at = count < 0 ? breaks->previous() : breaks->next();
+    }
+    if (at == icu::BreakIterator::DONE) return count < 0 ? 0 : text.size();
+    return input.byteOffsets[static_cast<size_t>(at)];
 }
 
 char32_t firstCodePoint(std::string_view text) {

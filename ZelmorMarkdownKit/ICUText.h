@@ -59,6 +59,11 @@ std::string_view prefixCharacters(std::string_view text, size_t count);
 /// Calls `visit(character)` for each user-perceived character, as a view into the text.
 void forEachCharacter(std::string_view text, const std::function<void(std::string_view)>& visit);
 
+/// The byte offset `count` user-perceived characters after (or, when negative, before) the byte
+/// offset `from`, stopping at either end of the text. An offset inside a character first moves
+/// to that character's end when going forward and to its start when going back.
+size_t movedByCharacters(std::string_view text, size_t from, long count);
+
 /// The first code point of a non-empty text.
 char32_t firstCodePoint(std::string_view text);
 

@@ -40,9 +40,11 @@ Kind kindOf(int folderFD, const dirent& entry) {
 }
 
 /// The visible entries of a folder in byte order, or nothing when it cannot be opened. Below the
-/// root, O_NOFOLLOW keeps a folder swapped for a link mid-walk from being followed.
+/// root, O_NOFOLLOW keeps a folder swapped for a link mid-walk from being followed; O_NONBLOCK
+/// keeps a FIFO given as the root from stalling the open.
 std::optional<std::vector<Entry>> entriesOf(const std::string& folder, bool followLink) {
-    int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | (followLink ? 0 : O_NOFOLLOW));
+    int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | (followLink ? 0 : O_NOFOLLOW);
+    int fd = ::open(folder.c_str(), flags);
     if (fd < 0) return std::nullopt;
     DIR* dir = ::fdopendir(fd);
     if (dir == nullptr) {

@@ -1,0 +1,255 @@
+// Tool execution: argument reading, result shapes and messages are part of what agents rely on,
+// so they are kept exactly; activity recording never lets a failure reach the client.
+#include "ZelmorMCP/ToolExecutor.h"
+
+#include "ZelmorMCP/ToolCatalogue.h"
+#include "ZelmorMarkdownKit/AgentActivityFeed.h"
+#include "ZelmorMarkdownKit/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/JSONWriter.h"
+#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
+
+#include <cmath>
+#include <limits>
+
+namespace zelmor {
+
+namespace {
+
+using json = nlohmann::json;
+
+constexpr int invalidParamsCode = -32602;
+
+std::optional<std::string> stringArgument(const json& arguments, const char* key) {
+    auto found = arguments.find(key);
+    if (found == arguments.end() || !found->is_string()) return std::nullopt;
+    return found->get<std::string>();
+}
+
+/// Numbers are truncated toward zero and booleans read as 1 or 0; anything else is absent.
+std::optional<long long> integerArgument(const json& arguments, const char* key) {
+    auto found = arguments.find(key);
+    if (found == arguments.end()) return std::nullopt;
+    if (found->is_boolean()) return found->get<bool>() ? 1 : 0;
+    if (found->is_number_unsigned()) {
+        auto value = found->get<std::uint64_t>();
+        return value > static_cast<std::uint64_t>(std::numeric_limits<long long>::max())
+                   ? std::numeric_limits<long long>::max()
+                   : static_cast<long long>(value);
+    }
+    if (found->is_number_integer()) return found->get<long long>();
+    if (found->is_number_float()) {
+        double value = std::trunc(found->get<double>());
+        if (std::isnan(value)) return 0;
+        if (value >= 9.2e18) return std::numeric_limits<long long>::max();
+        if (value <= -9.2e18) return std::numeric_limits<long long>::min();
+        return static_cast<long long>(value);
+    }
+    return std::nullopt;
+}
+
+/// JSON true, or a number equal to 1, as a boolean bridged from a number reads.
+bool flagArgument(const json& arguments, const char* key) {
+    auto found = arguments.find(key);
+    if (found == arguments.end()) return false;
+    if (found->is_boolean()) return found->get<bool>();
+    if (found->is_number()) return found->get<double>() == 1.0;
+    return false;
+}
+
+std::string lowercasedASCII(std::string text) {
+    for (char& c : text) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+    return text;
+}
+
+/// The last path component without its extension, as a path library names a file.
+std::string fileStem(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    size_t slash = path.rfind('/');
+    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    size_t dot = name.rfind('.');
+    if (dot != std::string::npos && dot > 0) name.erase(dot);
+    return name;
+}
+
+} // namespace
+
+ToolExecutor::ToolExecutor(const MCPServer& server, Clock now, CalendarFactory calendar)
+    : server_(server), now_(std::move(now)), calendar_(std::move(calendar)) {}
+
+std::string ToolExecutor::describe(const MeetingStore::StoreError& error) {
+    using Kind = MeetingStore::StoreError::Kind;
+    const std::string& path = error.path;
+    switch (error.kind) {
+    case Kind::folderMissing:
+        return "Transcript folder not found at " + path +
+               ". Zelmor may not have recorded any meetings yet, or the folder moved — check "
+               "output_folder_display_path in ~/Library/Application Support/Zelmor/config.json.";
+    case Kind::outsideFolder:
+        return "Refused: " + path +
+               " is outside the transcript folder. Pass a path exactly as returned by search_meetings.";
+    case Kind::notMarkdown:
+        return "Refused: " + path +
+               " is not a .md transcript file. Pass a path exactly as returned by search_meetings.";
+    case Kind::notFound:
+        return "No transcript at " + path +
+               ". It may have been renamed or filed into a subfolder — re-run search_meetings for a fresh path.";
+    case Kind::notZelmorTranscript:
+        return "Refused: " + path + " is not a Zelmor transcript (no 'source: Zelmor').";
+    case Kind::skillFile:
+        return "Refused: " + path +
+               " is one of the user's skills, not a meeting. Pass a path exactly as returned by search_meetings.";
+    }
+    return "Unexpected error: " + path;
+}
+
+json ToolExecutor::jsonToolResult(const json& data) {
+    return {{"content", json::array({{{"type", "text"}, {"text", JSONWriter::pretty(data).value_or("{}")}}})},
+            {"structuredContent", data},
+            {"isError", false}};
+}
+
+json ToolExecutor::textToolResult(const std::string& text) {
+    return {{"content", json::array({{{"type", "text"}, {"text", text}}})}, {"isError", false}};
+}
+
+json ToolExecutor::toolErrorResult(const std::string& message) {
+    return {{"content", json::array({{{"type", "text"}, {"text", message}}})}, {"isError", true}};
+}
+
+json ToolExecutor::toolCall(const json& id, const json& params) const {
+    auto nameMember = params.find("name");
+    if (nameMember == params.end() || !nameMember->is_string())
+        return MCPServer::errorResponse(id, invalidParamsCode, "Invalid params: missing tool name");
+    const std::string name = nameMember->get<std::string>();
+    static const json emptyArguments = json::object();
+    auto argumentsMember = params.find("arguments");
+    const json& arguments =
+        argumentsMember != params.end() && argumentsMember->is_object() ? *argumentsMember : emptyArguments;
+
+    const auto& resolver = server_.resolver();
+    MeetingStore store(resolver.resolve(), resolver.memoryFolderName());
+    const std::string support = resolver.supportDirectory();
+    const bool known = ToolCatalogue::isKnownTool(name);
+    const bool probe = server_.activityAttribution() == MCPServer::ActivityAttribution::probe;
+
+    // Counted before the tool runs, so failed calls count too.
+    if (known && !probe) {
+        if (auto calendar = calendar_())
+            AgentActivityLog::recordCall(name, AgentActivityLog::fileURL(support), now_(), *calendar);
+    }
+
+    json result;
+    try {
+        if (name == "search_meetings") result = jsonToolResult(searchMeetings(store, arguments));
+        else if (name == "read_meeting") result = readMeeting(store, arguments);
+        else if (name == "list_participants") result = jsonToolResult(listParticipants(store));
+        else
+            return MCPServer::errorResponse(id, invalidParamsCode,
+                                            "Unknown tool: " + name +
+                                                ". Available tools: search_meetings, read_meeting, list_participants");
+    } catch (const MeetingStore::StoreError& error) {
+        result = toolErrorResult(describe(error));
+    } catch (const std::exception& error) {
+        result = toolErrorResult(std::string("Unexpected error: ") + error.what());
+    }
+
+    if (!probe && !result.value("isError", false)) recordFeedEntry(name, arguments, result, support);
+    return MCPServer::successResponse(id, std::move(result));
+}
+
+void ToolExecutor::recordFeedEntry(const std::string& tool, const json& arguments, const json& result,
+                                   const std::string& supportDirectory) const {
+    AgentActivityFeed::Entry entry;
+    entry.ts = now_();
+    entry.tool = tool;
+    if (tool == "search_meetings") {
+        if (auto query = stringArgument(arguments, "query")) {
+            std::string trimmed(Whitespace::trim(*query));
+            if (!trimmed.empty()) entry.detail = trimmed;
+        }
+    } else if (tool == "read_meeting") {
+        auto path = stringArgument(arguments, "path");
+        if (!path || path->empty()) return;
+        entry.path = *path;
+        entry.detail = titleFromReadResult(result).value_or(fileStem(*path));
+    }
+    entry.triggered = server_.activityAttribution() == MCPServer::ActivityAttribution::zelmorTriggered;
+    entry.client = server_.clientContext()->name;
+    if (auto calendar = calendar_()) AgentActivityFeed::append(entry, supportDirectory, now_(), *calendar);
+}
+
+json ToolExecutor::searchMeetings(const MeetingStore& store, const json& arguments) {
+    MeetingStore::SearchFilters filters;
+    filters.query = stringArgument(arguments, "query");
+    filters.participant = stringArgument(arguments, "participant");
+    filters.dateFrom = stringArgument(arguments, "date_from");
+    filters.dateTo = stringArgument(arguments, "date_to");
+    filters.sort = stringArgument(arguments, "sort");
+    if (auto limit = integerArgument(arguments, "limit")) filters.limit = *limit;
+    if (auto offset = integerArgument(arguments, "offset")) filters.offset = *offset;
+    const bool includeContent = flagArgument(arguments, "include_content");
+    const bool hasQuery = filters.query && !filters.query->empty();
+
+    auto found = store.search(filters);
+    auto rows = json::array();
+    for (const auto& hit : found.hits) {
+        const auto& doc = hit.meeting.doc;
+        json row = {{"path", hit.meeting.path},
+                    {"title", doc.title},
+                    {"date", doc.date},
+                    {"participants", doc.participants},
+                    {"duration_min", doc.durationMin}};
+        if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
+        if (!doc.asr.empty()) row["asr"] = doc.asr;
+        if (!hit.snippets.empty()) {
+            row["snippet"] = hit.snippets.front();
+            row["snippets"] = hit.snippets;
+        }
+        if (hasQuery) row["match_count"] = hit.matchCount;
+        if (includeContent) row["content"] = store.readInsideFolder(hit.meeting.path);
+        rows.push_back(std::move(row));
+    }
+    const auto count = static_cast<long long>(rows.size());
+    const bool relevance = filters.sort && lowercasedASCII(*filters.sort) == "relevance";
+    return {{"total", found.total},
+            {"count", count},
+            {"offset", found.offset},
+            {"has_more", found.offset + count < found.total},
+            {"sort", relevance ? "relevance" : "newest"},
+            {"meetings", std::move(rows)}};
+}
+
+json ToolExecutor::readMeeting(const MeetingStore& store, const json& arguments) {
+    auto path = stringArgument(arguments, "path");
+    if (!path || path->empty())
+        return toolErrorResult(
+            "Missing required argument 'path'. Pass the transcript path exactly as returned by search_meetings.");
+    return textToolResult(store.readInsideFolder(*path));
+}
+
+json ToolExecutor::listParticipants(const MeetingStore& store) {
+    auto rows = json::array();
+    for (const auto& summary : store.participants()) {
+        rows.push_back({{"name", summary.name},
+                        {"meeting_count", summary.meetingCount},
+                        {"last_meeting_date", summary.lastMeetingDate},
+                        {"last_meeting_title", summary.lastMeetingTitle},
+                        {"is_generic_label", summary.isGenericLabel}});
+    }
+    return {{"total", rows.size()}, {"participants", std::move(rows)}};
+}
+
+std::optional<std::string> ToolExecutor::titleFromReadResult(const json& result) {
+    auto content = result.find("content");
+    if (content == result.end() || !content->is_array() || content->empty()) return std::nullopt;
+    const json& first = content->front();
+    if (!first.is_object()) return std::nullopt;
+    auto text = first.find("text");
+    if (text == first.end() || !text->is_string()) return std::nullopt;
+    auto doc = MarkdownTranscriptParser::parse(text->get_ref<const std::string&>());
+    if (!doc || doc->title.empty()) return std::nullopt;
+    return doc->title;
+}
+
+} // namespace zelmor

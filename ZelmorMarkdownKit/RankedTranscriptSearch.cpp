@@ -1,0 +1,193 @@
+// Matching folds every searched text of a meeting once into one buffer, so each term is looked
+// for in one pass: a missing term rejects the meeting before any turn is looked at, and every
+// hit tells which text it fell in. A byte that folded text never holds keeps texts apart.
+#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+
+#include "ZelmorMarkdownKit/ICUText.h"
+#include "ZelmorMarkdownKit/QueryTokenizer.h"
+#include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
+
+#include <array>
+
+namespace zelmor::RankedTranscriptSearch {
+
+namespace {
+
+/// Never part of valid UTF-8, and folded text (terms included) is always valid UTF-8.
+constexpr char separator = '\xFF';
+constexpr size_t snippetContext = 90;
+constexpr size_t maxSnippets = 3;
+
+/// The searched texts of a document, folded into one buffer in a fixed order: turns, the four
+/// document texts, the title, the participants.
+class FoldedDocument {
+public:
+    explicit FoldedDocument(const TranscriptDocument& document) : document_(document) {
+        for (const auto& turn : document.turns) add(turn.text);
+        for (std::string_view field : fields()) add(field);
+        add(document.title);
+        for (const auto& participant : document.participants) add(participant);
+        starts_.push_back(buffer_.size());
+    }
+
+    /// For each text that holds the folded term, in order: the text's index and where the term
+    /// first stands in its folded form.
+    std::vector<std::pair<size_t, size_t>> occurrences(std::string_view term) const {
+        std::vector<std::pair<size_t, size_t>> found;
+        size_t from = 0;
+        while (true) {
+            size_t at = std::string_view(buffer_).find(term, from);
+            if (at == std::string_view::npos) break;
+            size_t index = static_cast<size_t>(std::upper_bound(starts_.begin(), starts_.end(), at) - starts_.begin()) - 1;
+            found.emplace_back(index, at - starts_[index]);
+            from = starts_[index + 1];
+        }
+        return found;
+    }
+
+    bool holds(std::string_view term) const { return buffer_.find(term) != std::string::npos; }
+
+    size_t turnCount() const { return document_.turns.size(); }
+    size_t firstField() const { return turnCount(); }
+    size_t titleIndex() const { return turnCount() + 4; }
+    bool isTurn(size_t index) const { return index < turnCount(); }
+    bool isField(size_t index) const { return index >= firstField() && index < titleIndex(); }
+    bool isParticipant(size_t index) const { return index > titleIndex(); }
+
+    std::string_view text(size_t index) const {
+        if (isTurn(index)) return document_.turns[index].text;
+        if (isField(index)) return fields()[index - firstField()];
+        if (index == titleIndex()) return document_.title;
+        return document_.participants[index - titleIndex() - 1];
+    }
+
+private:
+    std::array<std::string_view, 4> fields() const {
+        return {document_.notes, document_.summary, document_.actionItems, document_.keyMoments};
+    }
+
+    void add(std::string_view text) {
+        starts_.push_back(buffer_.size());
+        TextFolding::appendFolded(text, buffer_);
+        buffer_ += separator;
+    }
+
+    const TranscriptDocument& document_;
+    std::string buffer_;
+    std::vector<size_t> starts_;
+};
+
+bool isASCII(std::string_view text) {
+    for (char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    }
+    return true;
+}
+
+/// The original range behind a folded position of a text; ASCII folds byte for byte.
+TextRange originalRange(std::string_view text, size_t foldedStart, size_t foldedLength) {
+    if (isASCII(text)) return {foldedStart, foldedStart + foldedLength};
+    return TextFolding::foldedWithSources(text).originalRange(foldedStart, foldedStart + foldedLength);
+}
+
+} // namespace
+
+std::vector<std::string> terms(std::optional<std::string_view> query) {
+    std::vector<std::string> found;
+    if (!query || query->empty()) return found;
+    std::string_view text = *query;
+    std::string current;
+    bool inQuotes = false;
+    size_t at = 0;
+    while (at < text.size()) {
+        size_t start = at;
+        char32_t c = Whitespace::decodeUtf8(text, at);
+        if (c == U'"' || c == U'\u201C' || c == U'\u201D' || c == U'\u201E') {
+            if (inQuotes && !current.empty()) found.push_back(std::exchange(current, {}));
+            inQuotes = !inQuotes;
+        } else if (!inQuotes && Whitespace::isWhitespaceOrNewline(c)) {
+            if (!current.empty()) found.push_back(std::exchange(current, {}));
+        } else {
+            current.append(text.substr(start, at - start));
+        }
+    }
+    if (!current.empty()) found.push_back(std::move(current));
+    return found;
+}
+
+bool termMatches(std::string_view term, std::string_view text) { return TextFolding::contains(text, term); }
+
+std::optional<DocumentMatch> match(const TranscriptDocument& document, const std::vector<std::string>& terms) {
+    if (terms.empty()) return std::nullopt;
+    std::vector<std::string> foldedTerms;
+    for (const auto& term : terms) {
+        foldedTerms.push_back(TextFolding::folded(term));
+        if (foldedTerms.back().empty()) return std::nullopt;
+    }
+    FoldedDocument folded(document);
+    for (const auto& term : foldedTerms) {
+        if (!folded.holds(term)) return std::nullopt;
+    }
+
+    std::vector<std::vector<std::pair<size_t, size_t>>> places;
+    std::vector<bool> turnMatches(folded.turnCount(), false);
+    bool inTitle = false, inParticipant = false;
+    for (const auto& term : foldedTerms) {
+        places.push_back(folded.occurrences(term));
+        for (const auto& [index, offset] : places.back()) {
+            if (folded.isTurn(index)) turnMatches[index] = true;
+            inTitle = inTitle || index == folded.titleIndex();
+            inParticipant = inParticipant || folded.isParticipant(index);
+        }
+    }
+
+    DocumentMatch result;
+    result.matchingTurns = std::count(turnMatches.begin(), turnMatches.end(), true);
+    result.score = result.matchingTurns + (inTitle ? 3 : 0) + (inParticipant ? 2 : 0);
+
+    auto snippetAt = [&](size_t index, size_t offset, size_t termIndex) {
+        std::string_view text = folded.text(index);
+        return excerpt(text, originalRange(text, offset, foldedTerms[termIndex].size()), snippetContext);
+    };
+    std::vector<bool> usedTurns(folded.turnCount(), false);
+    std::vector<size_t> unplaced;
+    for (size_t t = 0; t < places.size() && result.snippets.size() < maxSnippets; ++t) {
+        auto turn = std::find_if(places[t].begin(), places[t].end(), [&](const auto& place) {
+            return folded.isTurn(place.first) && !usedTurns[place.first];
+        });
+        if (turn == places[t].end()) {
+            unplaced.push_back(t);
+            continue;
+        }
+        usedTurns[turn->first] = true;
+        result.snippets.push_back("**" + document.turns[turn->first].speaker + ":** " + snippetAt(turn->first, turn->second, t));
+    }
+    for (size_t t : unplaced) {
+        if (result.snippets.size() >= maxSnippets) break;
+        auto field = std::find_if(places[t].begin(), places[t].end(),
+                                  [&](const auto& place) { return folded.isField(place.first); });
+        if (field != places[t].end()) result.snippets.push_back(snippetAt(field->first, field->second, t));
+    }
+    return result;
+}
+
+std::string excerpt(std::string_view text, TextRange range, size_t context) {
+    long reach = static_cast<long>(context);
+    size_t start = ICUText::movedByCharacters(text, range.start, -reach);
+    size_t end = ICUText::movedByCharacters(text, std::max(range.start, range.end), reach);
+    std::string out;
+    if (start > 0) out += "\u2026";
+    out += Whitespace::trim(text.substr(start, end - start));
+    if (end < text.size()) out += "\u2026";
+    return out;
+}
+
+std::string excerpt(std::string_view text, std::string_view term, size_t context) {
+    if (auto found = TextFolding::find(text, term)) return excerpt(text, *found, context);
+    return std::string(ICUText::prefixCharacters(text, 2 * context));
+}
+
+std::vector<std::string> keywords(std::string_view question) { return QueryTokenizer::keywords(question); }
+
+} // namespace zelmor::RankedTranscriptSearch

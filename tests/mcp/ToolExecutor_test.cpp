@@ -1,0 +1,153 @@
+// What a tool call leaves in the app's two activity files, and the failures that end a whole
+// call. Replies themselves are checked byte for byte by the protocol case files.
+#include "ZelmorMCP/ToolExecutor.h"
+#include "tests/support/TempFolder.h"
+
+#include <gtest/gtest.h>
+#include <unicode/gregocal.h>
+#include <unicode/timezone.h>
+
+#include <filesystem>
+
+namespace zelmor::test {
+namespace {
+
+using json = nlohmann::json;
+
+constexpr const char* transcript = "---\ntitle: Pricing review\ndate: 2026-10-01\nparticipants:\n  - Ana\nsource: Zelmor\n---\n\n"
+                                   "## Transcript\n\n**Ana:** The pricing page ships in November.\n";
+constexpr const char* untitled = "---\ndate: 2026-10-02\nsource: Zelmor\n---\n\n## Transcript\n\n**Me:** Pricing again.\n";
+
+class ToolExecutorTest : public testing::Test {
+protected:
+    TempFolder home;
+    std::string folder = home.makeFolder("meetings");
+    std::string support = home.makeFolder("Library/Application Support/Zelmor");
+    std::string countsFile = support + "/agent-activity.json";
+    std::string feedFile = support + "/agent-activity-log.jsonl";
+
+    void SetUp() override {
+        home.write("meetings/2026/Pricing review.md", transcript);
+        home.write("meetings/2026-10-02.md", untitled);
+    }
+
+    json call(const json& params, MCPServer::ActivityAttribution attribution = MCPServer::ActivityAttribution::user,
+              std::optional<std::string> client = "test-client") {
+        auto context = std::make_shared<MCPClientContext>();
+        context->name = client;
+        MCPServer server(TranscriptFolderResolver{home.path(), folder}, attribution, context);
+        ToolExecutor executor(
+            server, [] { return std::chrono::system_clock::time_point(std::chrono::seconds(1795341600)); }, // 2026-11-22T10:00:00Z
+            [] {
+                UErrorCode status = U_ZERO_ERROR;
+                return std::unique_ptr<icu::Calendar>(
+                    new icu::GregorianCalendar(icu::TimeZone::createTimeZone("Europe/Berlin"), status));
+            });
+        return executor.toolCall(7, params);
+    }
+
+    std::vector<json> feed() const {
+        std::vector<json> lines;
+        std::string text = readFile(feedFile);
+        for (size_t start = 0, end; start < text.size(); start = end + 1) {
+            end = text.find('\n', start);
+            if (end == std::string::npos) end = text.size();
+            lines.push_back(json::parse(text.substr(start, end - start)));
+        }
+        return lines;
+    }
+};
+
+TEST_F(ToolExecutorTest, EveryKnownCallIsCountedOnTheUsersDayEvenWhenItFails) {
+    call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}}}});
+    call({{"name", "read_meeting"}, {"arguments", {{"path", "/etc/passwd"}}}});
+    call({{"name", "list_participants"}});
+    EXPECT_EQ(readFile(countsFile), R"({"2026-11-22":{"list_participants":1,"read_meeting":1,"search_meetings":1}})");
+}
+
+TEST_F(ToolExecutorTest, UnknownToolsAndNamelessCallsRecordNothing) {
+    json reply = call({{"name", "drop_meetings"}});
+    EXPECT_EQ(reply["error"]["code"], -32602);
+    reply = call({{"arguments", {{"query", "x"}}}});
+    EXPECT_EQ(reply["error"]["message"], "Invalid params: missing tool name");
+    EXPECT_FALSE(std::filesystem::exists(countsFile));
+    EXPECT_FALSE(std::filesystem::exists(feedFile));
+}
+
+TEST_F(ToolExecutorTest, ProbeRunsAreAnsweredButNotRecorded) {
+    json reply = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}}}},
+                      MCPServer::ActivityAttribution::probe);
+    EXPECT_EQ(reply["result"]["structuredContent"]["total"], 2);
+    EXPECT_FALSE(std::filesystem::exists(countsFile));
+    EXPECT_FALSE(std::filesystem::exists(feedFile));
+}
+
+TEST_F(ToolExecutorTest, FeedEntriesDescribeSuccessfulCalls) {
+    call({{"name", "search_meetings"}, {"arguments", {{"query", "  pricing \n"}}}});
+    call({{"name", "search_meetings"}, {"arguments", {{"query", " \t"}}}}, MCPServer::ActivityAttribution::zelmorTriggered);
+    call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/2026/Pricing review.md"}}}}, MCPServer::ActivityAttribution::user,
+         std::nullopt);
+    call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/2026/../2026-10-02.md"}}}});
+    call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/missing.md"}}}});
+    call({{"name", "list_participants"}, {"arguments", {{"path", "ignored"}}}});
+
+    auto entries = feed();
+    ASSERT_EQ(entries.size(), 5u);
+    EXPECT_EQ(entries[0], json::parse(R"({"client":"test-client","detail":"pricing","tool":"search_meetings",
+                                          "triggered":false,"ts":"2026-11-22T10:00:00Z"})"));
+    EXPECT_EQ(entries[1], json::parse(R"({"client":"test-client","tool":"search_meetings","triggered":true,
+                                          "ts":"2026-11-22T10:00:00Z"})"));
+    EXPECT_EQ(entries[2]["detail"], "Pricing review");
+    EXPECT_EQ(entries[2]["path"], folder + "/2026/Pricing review.md");
+    EXPECT_FALSE(entries[2].contains("client"));
+    // Without a title, the file's name stands in; the path is kept exactly as the agent sent it.
+    EXPECT_EQ(entries[3]["detail"], "2026-10-02");
+    EXPECT_EQ(entries[3]["path"], folder + "/2026/../2026-10-02.md");
+    EXPECT_EQ(entries[4], json::parse(R"({"client":"test-client","tool":"list_participants","triggered":false,
+                                          "ts":"2026-11-22T10:00:00Z"})"));
+    EXPECT_EQ(readFile(countsFile), R"({"2026-11-22":{"list_participants":1,"read_meeting":3,"search_meetings":2}})");
+}
+
+TEST_F(ToolExecutorTest, NoActivityFileAppearsWithoutTheSupportFolder) {
+    std::filesystem::remove_all(home / "Library");
+    json reply = call({{"name", "list_participants"}});
+    EXPECT_EQ(reply["result"]["isError"], false);
+    EXPECT_FALSE(std::filesystem::exists(home / "Library"));
+}
+
+TEST_F(ToolExecutorTest, IncludeContentFailsTheWholePageWhenOneFileCannotBeRead) {
+    // Listed by the scan (links to files are followed) but refused at read time: it leads out.
+    home.write("outside/Leak.md", "---\ntitle: Leak\ndate: 2026-10-03\nsource: Zelmor\n---\n\n## Notes\n\npricing\n");
+    std::filesystem::create_symlink(home / "outside/Leak.md", folder + "/Leak.md");
+    json listed = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}}}});
+    EXPECT_EQ(listed["result"]["structuredContent"]["total"], 3);
+
+    json reply = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}, {"include_content", true}}}});
+    EXPECT_EQ(reply["result"]["isError"], true);
+    EXPECT_EQ(reply["result"]["content"][0]["text"],
+              "Refused: " + folder + "/Leak.md is outside the transcript folder. Pass a path exactly as returned by search_meetings.");
+    EXPECT_FALSE(reply["result"].contains("structuredContent"));
+}
+
+TEST_F(ToolExecutorTest, ArgumentsOfTheWrongTypeFallBackToDefaults) {
+    json reply = call({{"name", "search_meetings"},
+                       {"arguments", {{"query", "pricing"}, {"limit", "1"}, {"offset", "1"}, {"include_content", 1}}}});
+    const json& data = reply["result"]["structuredContent"];
+    EXPECT_EQ(data["count"], 2);
+    EXPECT_EQ(data["offset"], 0);
+    EXPECT_EQ(data["meetings"][0]["content"], untitled);
+    reply = call({{"name", "search_meetings"}, {"arguments", {{"limit", -3.7}, {"offset", 1e300}}}});
+    EXPECT_EQ(reply["result"]["structuredContent"]["count"], 0);
+    EXPECT_EQ(reply["result"]["structuredContent"]["total"], 2);
+}
+
+TEST(ToolExecutor, TitleOfAReadResultComesFromItsFrontmatter) {
+    EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult(transcript)), "Pricing review");
+    EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult(untitled)), std::nullopt);
+    EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult("no frontmatter")), std::nullopt);
+    EXPECT_EQ(ToolExecutor::titleFromReadResult(json::object()), std::nullopt);
+    EXPECT_EQ(ToolExecutor::titleFromReadResult({{"content", {{{"text", 3}}}}}), std::nullopt);
+}
+
+} // namespace
+} // namespace zelmor::test
