@@ -1,0 +1,218 @@
+// Each document is tokenized once per field; every keyword's evidence is counted over those
+// tokens, so the cost is one pass over the folder's words plus a count per keyword.
+#include "ZelmorMarkdownKit/AnswerRanking.h"
+
+#include "ZelmorMarkdownKit/ICUText.h"
+#include "ZelmorMarkdownKit/Participation.h"
+#include "ZelmorMarkdownKit/QueryTokenizer.h"
+#include "ZelmorMarkdownKit/SpeakerIdentity.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+namespace zelmor::RankedTranscriptSearch {
+
+namespace {
+
+using Tokens = std::vector<std::string>;
+
+constexpr size_t snippetContext = 90;
+constexpr size_t maximumSnippets = 3;
+
+/// The four body texts searched beside the turns, in their fixed order.
+std::vector<const std::string*> bodyTexts(const TranscriptDocument& document) {
+    return {&document.notes, &document.summary, &document.actionItems, &document.keyMoments};
+}
+
+struct FieldTokens {
+    Tokens title;
+    std::vector<Tokens> participants;
+    std::vector<Tokens> turns;
+    std::vector<Tokens> bodies;
+
+    explicit FieldTokens(const TranscriptDocument& document) : title(QueryTokenizer::tokens(document.title)) {
+        for (const auto& name : document.participants) participants.push_back(QueryTokenizer::tokens(name));
+        for (const auto& turn : document.turns) turns.push_back(QueryTokenizer::tokens(turn.text));
+        for (const std::string* body : bodyTexts(document)) bodies.push_back(QueryTokenizer::tokens(*body));
+    }
+};
+
+struct TermEvidence {
+    double tf = 0;
+    std::vector<size_t> turnIndexes;
+    std::vector<size_t> bodyIndexes;
+    bool titleHit = false;
+    bool participantHit = false;
+};
+
+TermEvidence evidenceOf(const Tokens& stems, const FieldTokens& fields) {
+    TermEvidence found;
+    for (size_t i = 0; i < fields.turns.size(); ++i) {
+        if (size_t c = QueryTokenizer::count(stems, fields.turns[i])) {
+            found.turnIndexes.push_back(i);
+            found.tf += static_cast<double>(c);
+        }
+    }
+    for (size_t j = 0; j < fields.bodies.size(); ++j) {
+        if (size_t c = QueryTokenizer::count(stems, fields.bodies[j])) {
+            found.bodyIndexes.push_back(j);
+            found.tf += static_cast<double>(c);
+        }
+    }
+    size_t inTitle = QueryTokenizer::count(stems, fields.title);
+    size_t inParticipants = 0;
+    for (const auto& name : fields.participants) inParticipants += QueryTokenizer::count(stems, name);
+    found.titleHit = inTitle > 0;
+    found.participantHit = inParticipants > 0;
+    found.tf += titleTermWeight * static_cast<double>(inTitle) + participantTermWeight * static_cast<double>(inParticipants);
+    return found;
+}
+
+Tokens splitStems(const std::string& keyword) {
+    Tokens stems;
+    size_t start = 0;
+    while (start <= keyword.size()) {
+        size_t space = keyword.find(' ', start);
+        if (space == std::string::npos) space = keyword.size();
+        if (space > start) stems.push_back(keyword.substr(start, space - start));
+        start = space + 1;
+    }
+    return stems;
+}
+
+/// One snippet per matched keyword (at most three): its first turn not yet used, else its first
+/// body text, cut around the keyword's first place.
+DocumentMatch matchOf(const TranscriptDocument& document, const std::vector<const Tokens*>& stems,
+                      const std::vector<const TermEvidence*>& evidence) {
+    DocumentMatch result;
+    std::set<size_t> touchedTurns;
+    bool titleHit = false;
+    bool participantHit = false;
+    for (const TermEvidence* found : evidence) {
+        touchedTurns.insert(found->turnIndexes.begin(), found->turnIndexes.end());
+        titleHit = titleHit || found->titleHit;
+        participantHit = participantHit || found->participantHit;
+    }
+    result.matchingTurns = static_cast<long long>(touchedTurns.size());
+    result.score = result.matchingTurns + (titleHit ? 3 : 0) + (participantHit ? 2 : 0);
+
+    auto cut = [&](const std::string& text, const Tokens& keyword) {
+        if (auto range = QueryTokenizer::firstRange(keyword, text)) return excerpt(text, *range, snippetContext);
+        return std::string(ICUText::prefixCharacters(text, 2 * snippetContext));
+    };
+    std::set<size_t> usedTurns;
+    const auto bodies = bodyTexts(document);
+    for (size_t k = 0; k < evidence.size() && result.snippets.size() < maximumSnippets; ++k) {
+        auto turn = std::find_if(evidence[k]->turnIndexes.begin(), evidence[k]->turnIndexes.end(),
+                                 [&](size_t index) { return !usedTurns.count(index); });
+        if (turn != evidence[k]->turnIndexes.end()) {
+            usedTurns.insert(*turn);
+            const auto& spoken = document.turns[*turn];
+            result.snippets.push_back("**" + spoken.speaker + ":** " + cut(spoken.text, *stems[k]));
+        } else if (!evidence[k]->bodyIndexes.empty()) {
+            result.snippets.push_back(cut(*bodies[evidence[k]->bodyIndexes.front()], *stems[k]));
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+std::optional<std::chrono::system_clock::time_point> utcMidnight(std::string_view day) {
+    auto digits = [&](size_t from, size_t count) -> std::optional<int> {
+        int value = 0;
+        for (size_t i = from; i < from + count; ++i) {
+            if (day[i] < '0' || day[i] > '9') return std::nullopt;
+            value = value * 10 + (day[i] - '0');
+        }
+        return value;
+    };
+    if (day.size() != 10 || day[4] != '-' || day[7] != '-') return std::nullopt;
+    auto year = digits(0, 4), month = digits(5, 2), date = digits(8, 2);
+    if (!year || !month || !date) return std::nullopt;
+    std::chrono::year_month_day civil{std::chrono::year(*year), std::chrono::month(static_cast<unsigned>(*month)),
+                                      std::chrono::day(static_cast<unsigned>(*date))};
+    if (!civil.ok()) return std::nullopt;
+    return std::chrono::sys_days(civil);
+}
+
+double recencyFactor(std::string_view date, std::chrono::system_clock::time_point now, std::optional<double> halfLifeDays) {
+    if (!halfLifeDays || !(*halfLifeDays > 0)) return 1;
+    auto midnight = utcMidnight(date);
+    if (!midnight) return 1;
+    double age = std::chrono::duration<double>(now - *midnight).count() / 86400;
+    if (age < 0) return 1;
+    return std::exp2(-age / *halfLifeDays);
+}
+
+std::vector<detail::RankedIndex> detail::answerRank(const std::vector<const TranscriptDocument*>& documents,
+                                                    std::string_view question, const AnswerRankOptions& options) {
+    std::vector<Tokens> keywords;
+    for (const auto& keyword : QueryTokenizer::keywords(question)) keywords.push_back(splitStems(keyword));
+    if (keywords.empty()) return {};
+
+    // evidence[d][q]: keyword q in document d.
+    std::vector<std::vector<TermEvidence>> evidence;
+    evidence.reserve(documents.size());
+    for (const TranscriptDocument* document : documents) {
+        FieldTokens fields(*document);
+        std::vector<TermEvidence> perKeyword;
+        for (const auto& stems : keywords) perKeyword.push_back(evidenceOf(stems, fields));
+        evidence.push_back(std::move(perKeyword));
+    }
+
+    const double n = static_cast<double>(documents.size());
+    std::vector<double> weights;
+    double total = 0, unmatched = 0;
+    for (size_t q = 0; q < keywords.size(); ++q) {
+        size_t df = std::count_if(evidence.begin(), evidence.end(), [&](const auto& perKeyword) { return perKeyword[q].tf > 0; });
+        double weight = options.useIDF ? std::log((n + 1) / (static_cast<double>(df) + 1)) + 1 : 1;
+        weights.push_back(weight);
+        total += weight;
+        if (df == 0) unmatched += weight;
+    }
+    if (options.useIDF && keywords.size() >= 2 && options.unmatchedMassLimit < 1 && total > 0 &&
+        unmatched / total > options.unmatchedMassLimit)
+        return {};
+
+    const double k = std::max(options.tfSaturationK, 0.0);
+    std::vector<RankedIndex> ranked;
+    for (size_t d = 0; d < documents.size(); ++d) {
+        const TranscriptDocument& document = *documents[d];
+        std::vector<const Tokens*> matchedStems;
+        std::vector<const TermEvidence*> matchedEvidence;
+        double relevance = 0;
+        for (size_t q = 0; q < keywords.size(); ++q) {
+            double tf = evidence[d][q].tf;
+            if (tf <= 0) continue;
+            matchedStems.push_back(&keywords[q]);
+            matchedEvidence.push_back(&evidence[d][q]);
+            relevance += weights[q] * ((k + 1) * tf / (k + tf));
+        }
+        if (matchedEvidence.empty()) continue;
+        relevance *= recencyFactor(document.date, options.now, options.recencyHalfLifeDays);
+        if (const auto& boost = options.participation) {
+            auto identity = SpeakerIdentity::fromAliases(boost->userAliases);
+            if (Participation::spoke(document, identity, boost->minTurns)) relevance *= 1 + boost->boost;
+        }
+        ranked.push_back({d, static_cast<long long>(matchedEvidence.size()), matchOf(document, matchedStems, matchedEvidence),
+                          relevance});
+    }
+    std::stable_sort(ranked.begin(), ranked.end(), [&](const RankedIndex& a, const RankedIndex& b) {
+        if (a.relevance != b.relevance) return a.relevance > b.relevance;
+        return documents[a.index]->date > documents[b.index]->date;
+    });
+    return ranked;
+}
+
+ScopedAnswerResult answerRank(const std::vector<std::pair<std::string, TranscriptDocument>>& items,
+                              std::string_view question, const AnswerScope& scope, const AnswerRankOptions& options) {
+    auto admitted = scope.apply(items);
+    ScopedAnswerResult result;
+    result.scannedCount = static_cast<long long>(admitted.size());
+    result.hits = answerRank(admitted, question, options);
+    return result;
+}
+
+} // namespace zelmor::RankedTranscriptSearch
