@@ -45,7 +45,9 @@ std::string provenanceLine(std::chrono::system_clock::time_point date, const icu
     return "_Written by your agent on " + day + ". Regenerate or delete anytime._";
 }
 
-std::string mirrorPath(const std::string& filePath) { return platform::replacingPathExtension(filePath, "txt"); }
+std::string mirrorPath(const std::string& filePath) {
+    return platform::replacingPathExtension(filePath, "txt");
+}
 
 bool apply(std::string_view sections, std::string_view text, const std::string& filePath) {
     std::string updated = TranscriptEditor::setEnhancedSections(text, sections);
@@ -58,6 +60,8 @@ bool apply(std::string_view sections, std::string_view text, const std::string& 
     return true;
 }
 
-bool clearBlock(std::string_view text, const std::string& filePath) { return apply("", text, filePath); }
+bool clearBlock(std::string_view text, const std::string& filePath) {
+    return apply("", text, filePath);
+}
 
 } // namespace zelmor::NotesBlockWriter

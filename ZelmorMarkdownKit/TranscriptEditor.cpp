@@ -106,16 +106,20 @@ struct BlockLayout {
     explicit BlockLayout(std::string_view inside) {
         std::vector<std::string_view> lines = splitLines(inside);
         size_t footerStart = lines.size();
-        while (footerStart > 0 && (trim(lines[footerStart - 1]).empty() || isCommentLine(lines[footerStart - 1])))
+        while (footerStart > 0 &&
+               (trim(lines[footerStart - 1]).empty() || isCommentLine(lines[footerStart - 1])))
             --footerStart;
-        footer = trim(joinLines(std::vector(lines.begin() + static_cast<std::ptrdiff_t>(footerStart), lines.end())));
+        footer = trim(
+            joinLines(std::vector(lines.begin() + static_cast<std::ptrdiff_t>(footerStart), lines.end())));
 
         std::vector<std::string_view> current;
         std::optional<std::string_view> currentHeader;
         auto close = [&] {
             std::string chunk(trim(joinLines(current)));
-            if (currentHeader) sections.push_back({*currentHeader, std::move(chunk)});
-            else preamble = std::move(chunk);
+            if (currentHeader)
+                sections.push_back({*currentHeader, std::move(chunk)});
+            else
+                preamble = std::move(chunk);
             current.clear();
         };
         for (size_t i = 0; i < footerStart; ++i) {
@@ -159,16 +163,20 @@ std::string renameSpeaker(std::string_view text, std::string_view from, std::str
 
     std::vector<std::string> lines;
     for (std::string_view line : splitLines(text)) {
-        if (startsWith(line, turnPrefix)) lines.push_back(newTurnPrefix + std::string(line.substr(turnPrefix.size())));
-        else if (line == listLine) lines.push_back(newListLine);
-        else lines.emplace_back(line);
+        if (startsWith(line, turnPrefix))
+            lines.push_back(newTurnPrefix + std::string(line.substr(turnPrefix.size())));
+        else if (line == listLine)
+            lines.push_back(newListLine);
+        else
+            lines.emplace_back(line);
     }
     return joinLines(lines);
 }
 
 std::string setTitle(std::string_view text, std::string_view title) {
     std::vector<std::string_view> lines = splitLines(text);
-    auto titleLine = std::find_if(lines.begin(), lines.end(), [](std::string_view l) { return startsWith(l, "title:"); });
+    auto titleLine =
+        std::find_if(lines.begin(), lines.end(), [](std::string_view l) { return startsWith(l, "title:"); });
     if (titleLine == lines.end()) return std::string(text);
 
     std::string value;
@@ -227,7 +235,8 @@ std::string setEnhancedSections(std::string_view text, std::string_view sections
     std::string_view trimmed = trim(sections);
     if (auto block = machineBlockRange(text)) {
         std::string replacement;
-        if (!trimmed.empty()) replacement = "\n" + std::string(trimmed) + "\n\n" + std::string(enhancedBlockEndMarker);
+        if (!trimmed.empty())
+            replacement = "\n" + std::string(trimmed) + "\n\n" + std::string(enhancedBlockEndMarker);
         return std::string(text.substr(0, block->start)) + replacement + std::string(text.substr(block->end));
     }
     if (trimmed.empty()) return std::string(text);
@@ -266,7 +275,8 @@ std::string setAISection(std::string_view text, std::string_view header, std::st
 
     BlockLayout layout(*inside);
     auto& sections = layout.sections;
-    auto existing = std::find_if(sections.begin(), sections.end(), [&](const Section& s) { return s.header == header; });
+    auto existing =
+        std::find_if(sections.begin(), sections.end(), [&](const Section& s) { return s.header == header; });
     if (trimmedBody.empty()) {
         if (existing == sections.end()) return std::string(text);
         sections.erase(existing);

@@ -19,7 +19,8 @@ namespace Writer = NotesBlockWriter;
 using test::TempFolder;
 
 const std::string marker(TranscriptEditor::enhancedBlockEndMarker);
-const std::string transcript = "---\ntitle: Sync\nsource: Zelmor\n---\n\n## Notes\n\n\n## Transcript\n\n**Ana:** Hi.\n";
+const std::string transcript =
+    "---\ntitle: Sync\nsource: Zelmor\n---\n\n## Notes\n\n\n## Transcript\n\n**Ana:** Hi.\n";
 
 TEST(SanitizedSections, FilesPlainTextUnderSummary) {
     EXPECT_EQ(Writer::sanitizedSections("  We agreed on the budget.\n"),
@@ -48,7 +49,8 @@ TEST(ProvenanceLine, FormatsTheDayInTheCalendarsTimeZone) {
     icu::GregorianCalendar utc(icu::TimeZone::getGMT()->clone(), status);
     icu::GregorianCalendar losAngeles(icu::TimeZone::createTimeZone("America/Los_Angeles"), status);
     ASSERT_TRUE(U_SUCCESS(status));
-    EXPECT_EQ(Writer::provenanceLine(instant, utc), "_Written by your agent on Mar 14, 2025. Regenerate or delete anytime._");
+    EXPECT_EQ(Writer::provenanceLine(instant, utc),
+              "_Written by your agent on Mar 14, 2025. Regenerate or delete anytime._");
     EXPECT_EQ(Writer::provenanceLine(instant, losAngeles),
               "_Written by your agent on Mar 13, 2025. Regenerate or delete anytime._");
 }

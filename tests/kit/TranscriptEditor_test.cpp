@@ -83,7 +83,8 @@ TEST(RenameSpeaker, KeepsBlankLinesAndAMissingFinalNewline) {
 
 TEST(SetTitle, WritesPlainTitlesBare) {
     EXPECT_EQ(Editor::setTitle(transcript, "Budget review"),
-              "---\ntitle: Budget review\n" + transcript.substr(std::string("---\ntitle: Weekly sync\n").size()));
+              "---\ntitle: Budget review\n" +
+                  transcript.substr(std::string("---\ntitle: Weekly sync\n").size()));
 }
 
 TEST(SetTitle, QuotesTitlesWithColonNumberSignApostropheOrQuote) {
@@ -129,15 +130,17 @@ TEST(SetNotes, EmptyNotesLeaveTwoBlankLinesAndNoPlaceholder) {
 
 TEST(SetNotes, NeedsBothHeadingsInOrder) {
     EXPECT_EQ(Editor::setNotes("## Notes\nold\n", "new"), "## Notes\nold\n");
-    EXPECT_EQ(Editor::setNotes("## Transcript\n\n## Notes\nold\n", "new"), "## Transcript\n\n## Notes\nold\n");
+    EXPECT_EQ(Editor::setNotes("## Transcript\n\n## Notes\nold\n", "new"),
+              "## Transcript\n\n## Notes\nold\n");
     EXPECT_EQ(Editor::setNotes("## Notes \nold\n## Transcript\n", "new"), "## Notes \nold\n## Transcript\n");
 }
 
 // --- the machine-written block ---
 
 const std::string marker(Editor::enhancedBlockEndMarker);
-const std::string withBlock = transcript + "\n## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n"
-                                           "## Action Items\n\n- Ana: send numbers\n\n" +
+const std::string withBlock = transcript +
+                              "\n## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n"
+                              "## Action Items\n\n- Ana: send numbers\n\n" +
                               marker + "\n";
 
 TEST(MachineBlock, RunsFromTheLineBreakBeforeItsFirstHeadingThroughTheMarker) {
@@ -145,21 +148,26 @@ TEST(MachineBlock, RunsFromTheLineBreakBeforeItsFirstHeadingThroughTheMarker) {
     ASSERT_TRUE(range.has_value());
     EXPECT_EQ(range->start, transcript.size());
     EXPECT_EQ(range->end, withBlock.size() - 1);
-    EXPECT_EQ(*Editor::enhancedSections(withBlock),
-              "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers");
+    EXPECT_EQ(
+        *Editor::enhancedSections(withBlock),
+        "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers");
 }
 
 TEST(MachineBlock, OpensAtTheEarliestOfItsStartHeadings) {
-    std::string text = "## Transcript\n\n**A:** x\n\n## Key Moments\n\nk\n\n## Action Items\n\na\n\n" + marker;
-    EXPECT_EQ(Editor::machineBlockRange(text), (Editor::ByteRange{text.find("\n## Key Moments"), text.size()}));
+    std::string text =
+        "## Transcript\n\n**A:** x\n\n## Key Moments\n\nk\n\n## Action Items\n\na\n\n" + marker;
+    EXPECT_EQ(Editor::machineBlockRange(text),
+              (Editor::ByteRange{text.find("\n## Key Moments"), text.size()}));
 }
 
 TEST(MachineBlock, NotFoundBeforeTheTranscriptWithoutMarkerOrWithOnlyMeetingNotes) {
     std::string sectionsFirst = "## Summary\n\nEarly.\n\n" + marker + "\n\n## Transcript\n\n**A:** x\n";
     EXPECT_FALSE(Editor::machineBlockRange(sectionsFirst).has_value());
     EXPECT_FALSE(Editor::machineBlockRange(transcript + "\n## Summary\n\nNo marker.\n").has_value());
-    EXPECT_FALSE(Editor::machineBlockRange(transcript + "\n## Meeting Notes\n\n- Q3\n\n" + marker).has_value());
-    EXPECT_FALSE(Editor::machineBlockRange(transcript + "\n" + marker + "\n## Summary\n\nAfter.\n").has_value());
+    EXPECT_FALSE(
+        Editor::machineBlockRange(transcript + "\n## Meeting Notes\n\n- Q3\n\n" + marker).has_value());
+    EXPECT_FALSE(
+        Editor::machineBlockRange(transcript + "\n" + marker + "\n## Summary\n\nAfter.\n").has_value());
     EXPECT_FALSE(Editor::enhancedSections(transcript).has_value());
 }
 
@@ -172,7 +180,8 @@ TEST(MachineBlock, InsideMeansAfterTheTranscriptHeadingAndBeforeTheMarker) {
     EXPECT_FALSE(Editor::isInsideMachineBlock({headingEnd - 1, headingEnd + 2}, withBlock));
     EXPECT_FALSE(Editor::isInsideMachineBlock({markerStart, markerStart + 2}, withBlock));
     EXPECT_FALSE(Editor::isInsideMachineBlock({4, 9}, withBlock));
-    EXPECT_FALSE(Editor::isInsideMachineBlock({summary, summary + 6}, transcript + "\n## Summary\n\nBudget agreed."));
+    EXPECT_FALSE(
+        Editor::isInsideMachineBlock({summary, summary + 6}, transcript + "\n## Summary\n\nBudget agreed."));
 }
 
 TEST(SetEnhancedSections, AppendsAfterTrailingWhitespaceWithOneBlankLine) {
@@ -182,7 +191,8 @@ TEST(SetEnhancedSections, AppendsAfterTrailingWhitespaceWithOneBlankLine) {
 }
 
 TEST(SetEnhancedSections, AppendedBlockReadsBackThroughTheParser) {
-    std::string text = Editor::setEnhancedSections(transcript, "## Summary\n\nDone.\n\n## Key Moments\n\n- 00:10");
+    std::string text =
+        Editor::setEnhancedSections(transcript, "## Summary\n\nDone.\n\n## Key Moments\n\n- 00:10");
     auto document = MarkdownTranscriptParser::parse(text);
     EXPECT_EQ(document->summary, "Done.");
     EXPECT_EQ(document->keyMoments, "- 00:10");
@@ -202,19 +212,24 @@ TEST(SetEnhancedSections, EmptySectionsRemoveTheBlockOrChangeNothing) {
 }
 
 TEST(MachineProvenance, GivesTheLastWrittenByCommentTrimmed) {
-    std::string text = transcript + "\n## Summary\n<!-- zelmor:written-by agent A -->\nText.\n"
-                                    "\t<!-- zelmor:written-by agent B --> \n<!-- other -->\n\n" +
+    std::string text = transcript +
+                       "\n## Summary\n<!-- zelmor:written-by agent A -->\nText.\n"
+                       "\t<!-- zelmor:written-by agent B --> \n<!-- other -->\n\n" +
                        marker;
-    EXPECT_EQ(Editor::machineProvenance(text), std::optional<std::string>("<!-- zelmor:written-by agent B -->"));
+    EXPECT_EQ(Editor::machineProvenance(text),
+              std::optional<std::string>("<!-- zelmor:written-by agent B -->"));
     EXPECT_FALSE(Editor::machineProvenance(withBlock).has_value());
     EXPECT_FALSE(Editor::machineProvenance(transcript + "<!-- zelmor:written-by x -->\n").has_value());
     EXPECT_FALSE(
-        Editor::machineProvenance(transcript + "\n## Summary\n<!-- zelmor:written-by-x -->\n" + marker).has_value());
+        Editor::machineProvenance(transcript + "\n## Summary\n<!-- zelmor:written-by-x -->\n" + marker)
+            .has_value());
 }
 
 // --- setAISection ---
 
-std::string block(const std::string& sections) { return transcript + "\n" + sections + "\n\n" + marker + "\n"; }
+std::string block(const std::string& sections) {
+    return transcript + "\n" + sections + "\n\n" + marker + "\n";
+}
 
 TEST(SetAISection, ReplacesASectionWhereItStands) {
     EXPECT_EQ(Editor::setAISection(withBlock, "## Meeting Notes", "\n- Q4\n- hiring\n"),
@@ -227,7 +242,9 @@ TEST(SetAISection, InsertsNewSectionsInCanonicalOrder) {
     text = Editor::setAISection(text, "## Key Moments", "k");
     text = Editor::setAISection(text, "## Summary", "s");
     text = Editor::setAISection(text, "## Meeting Notes", "m");
-    EXPECT_EQ(text, block("## Summary\n\ns\n\n## Meeting Notes\n\nm\n\n## Action Items\n\n- a\n\n## Key Moments\n\nk"));
+    EXPECT_EQ(
+        text,
+        block("## Summary\n\ns\n\n## Meeting Notes\n\nm\n\n## Action Items\n\n- a\n\n## Key Moments\n\nk"));
     auto document = MarkdownTranscriptParser::parse(text);
     EXPECT_EQ(document->summary, "s");
     EXPECT_EQ(document->meetingNotes, "m");
@@ -265,7 +282,8 @@ TEST(SetAISection, KeepsTheClosingCommentsAtTheEndOfTheBlock) {
     std::string text = block("## Summary\n\ns\n\n<!-- zelmor:written-by agent -->");
     std::string edited = Editor::setAISection(text, "## Key Moments", "k");
     EXPECT_EQ(edited, block("## Summary\n\ns\n\n## Key Moments\n\nk\n\n<!-- zelmor:written-by agent -->"));
-    EXPECT_EQ(Editor::machineProvenance(edited), std::optional<std::string>("<!-- zelmor:written-by agent -->"));
+    EXPECT_EQ(Editor::machineProvenance(edited),
+              std::optional<std::string>("<!-- zelmor:written-by agent -->"));
 }
 
 TEST(SetAISection, ReplacesOnlyTheFirstOfTwoSectionsWithOneHeading) {

@@ -14,10 +14,14 @@ void PrintTo(const Match& match, std::ostream* out) {
     std::visit(
         [out](const auto& m) {
             using T = std::decay_t<decltype(m)>;
-            if constexpr (std::is_same_v<T, Exact>) *out << "exact(" << m.index << ")";
-            else if constexpr (std::is_same_v<T, Moved>) *out << "moved(" << m.index << ")";
-            else if constexpr (std::is_same_v<T, Stale>) *out << "stale(" << m.index << ")";
-            else *out << "missing";
+            if constexpr (std::is_same_v<T, Exact>)
+                *out << "exact(" << m.index << ")";
+            else if constexpr (std::is_same_v<T, Moved>)
+                *out << "moved(" << m.index << ")";
+            else if constexpr (std::is_same_v<T, Stale>)
+                *out << "stale(" << m.index << ")";
+            else
+                *out << "missing";
         },
         match);
 }
@@ -39,7 +43,9 @@ TEST(TextNormalize, LowerCasesAndKeepsOnlyLettersMarksAndDigitsAsWords) {
     EXPECT_EQ(TextNormalize::words("日本語、テスト。"), "日本語 テスト");
     EXPECT_EQ(TextNormalize::words("ΣΟΦΙΑ Ⅻ ٣"), "σοφια ⅻ ٣");
     EXPECT_EQ(TextNormalize::words(" ?! \n"), "");
-    EXPECT_EQ(TextNormalize::words("bad\xff" "byte"), "bad byte");
+    EXPECT_EQ(TextNormalize::words("bad\xff"
+                                   "byte"),
+              "bad byte");
 }
 
 TEST(TranscriptTurnID, IdentifierIsPaddedPositionAndSHA256PrefixOfTheWords) {
@@ -62,8 +68,9 @@ TEST(TranscriptTurnID, IdsNumberTheTurnsInOrder) {
 
 TEST(TranscriptTurnID, MalformedIdentifiersAreMissing) {
     auto turns = turnsSaying({"hello world"});
-    for (const char* id : {"t01-b94d27", "t000-b94d27", "x001-b94d27", "t001-b94d", "t001-b94d277", "t001b94d27",
-                           "", "t", "t-b94d27", "tabc-b94d27", "t+01-b94d27", "t99999999999999999999999-b94d27"}) {
+    for (const char* id :
+         {"t01-b94d27", "t000-b94d27", "x001-b94d27", "t001-b94d", "t001-b94d277", "t001b94d27", "", "t",
+          "t-b94d27", "tabc-b94d27", "t+01-b94d27", "t99999999999999999999999-b94d27"}) {
         EXPECT_EQ(locate(id, turns), Match(Missing{})) << id;
     }
 }
