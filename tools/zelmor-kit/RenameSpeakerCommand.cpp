@@ -23,11 +23,9 @@ constexpr const char* renameFooter =
     "An empty label, or NEW equal to OLD, changes nothing.\n\n";
 
 int runRename(const RenameSettings& settings) {
-    auto text = TranscriptFile::read("rename-speaker", settings.file);
-    if (!text) return 1;
-    return TranscriptFile::writeIfChanged(
-        "rename-speaker", settings.file, *text,
-        TranscriptEditor::renameSpeaker(*text, settings.oldLabel, settings.newLabel));
+    return TranscriptFile::editInPlace("rename-speaker", settings.file, [&](std::string_view text) {
+        return TranscriptEditor::renameSpeaker(text, settings.oldLabel, settings.newLabel);
+    });
 }
 
 } // namespace

@@ -22,11 +22,10 @@ constexpr const char* notesFooter =
     "starts with a hyphen.\n\n";
 
 int runSetNotes(const NotesSettings& settings) {
-    auto text = TranscriptFile::read("set-notes", settings.file);
-    if (!text) return 1;
-    return TranscriptFile::writeIfChanged(
-        "set-notes", settings.file, *text,
-        TranscriptEditor::setNotes(*text, TranscriptFile::argumentText(settings.notes)));
+    std::string notes = TranscriptFile::argumentText(settings.notes);
+    return TranscriptFile::editInPlace("set-notes", settings.file, [&](std::string_view text) {
+        return TranscriptEditor::setNotes(text, notes);
+    });
 }
 
 } // namespace

@@ -21,10 +21,9 @@ constexpr const char* titleFooter =
     "title is written as given. A file without a title line is left unchanged.\n\n";
 
 int runSetTitle(const TitleSettings& settings) {
-    auto text = TranscriptFile::read("set-title", settings.file);
-    if (!text) return 1;
-    return TranscriptFile::writeIfChanged("set-title", settings.file, *text,
-                                          TranscriptEditor::setTitle(*text, settings.title));
+    return TranscriptFile::editInPlace("set-title", settings.file, [&](std::string_view text) {
+        return TranscriptEditor::setTitle(text, settings.title);
+    });
 }
 
 } // namespace

@@ -11,6 +11,21 @@
 
 namespace zelmor::kitcli::TranscriptFile {
 
+namespace {
+
+int writeIfChanged(std::string_view command, const std::string& path, std::string_view original,
+                   std::string_view edited) {
+    if (edited == original) {
+        reportUnchanged(command, path);
+        return 0;
+    }
+    if (!platform::writeFileAtomically(path, edited)) return reportWriteFailure(command, path);
+    reportUpdated(command, path);
+    return 0;
+}
+
+} // namespace
+
 std::optional<std::string> read(std::string_view command, const std::string& path) {
     auto text = platform::readFile(path);
     if (!text) {
@@ -49,15 +64,11 @@ int reportWriteFailure(std::string_view command, const std::string& path) {
     return 1;
 }
 
-int writeIfChanged(std::string_view command, const std::string& path, std::string_view original,
-                   std::string_view edited) {
-    if (edited == original) {
-        reportUnchanged(command, path);
-        return 0;
-    }
-    if (!platform::writeFileAtomically(path, edited)) return reportWriteFailure(command, path);
-    reportUpdated(command, path);
-    return 0;
+int editInPlace(std::string_view command, const std::string& path,
+                const std::function<std::string(std::string_view text)>& edit) {
+    auto text = read(command, path);
+    if (!text) return 1;
+    return writeIfChanged(command, path, *text, edit(*text));
 }
 
 } // namespace zelmor::kitcli::TranscriptFile

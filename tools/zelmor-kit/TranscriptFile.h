@@ -2,6 +2,7 @@
 // arguments that may come from standard input, and writing an edit back only when it changed.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,12 +17,13 @@ std::optional<std::string> read(std::string_view command, const std::string& pat
 /// never reaches a transcript.
 std::string argumentText(const std::string& argument);
 
-/// Writes `edited` atomically when it differs from `original` and says on standard error whether
-/// the file changed. The exit status: 0, or 1 when the file could not be written.
-int writeIfChanged(std::string_view command, const std::string& path, std::string_view original,
-                   std::string_view edited);
+/// Reads the transcript, applies the edit to its text, writes the result atomically if it changed,
+/// and says on standard error whether it did. The exit status: 0, or 1 when the file was refused or could not
+/// be written.
+int editInPlace(std::string_view command, const std::string& path,
+                const std::function<std::string(std::string_view text)>& edit);
 
-/// The standard error lines of `writeIfChanged`, for commands that write by other means.
+/// The standard error lines of `editInPlace`, for commands that write by other means.
 void reportUpdated(std::string_view command, const std::string& path);
 void reportUnchanged(std::string_view command, const std::string& path);
 int reportWriteFailure(std::string_view command, const std::string& path);
