@@ -56,16 +56,6 @@ TEST(TranscriptTurnID, IdentifierIsPaddedPositionAndSHA256PrefixOfTheWords) {
     EXPECT_EQ(make(12344, "hello world"), "t12345-b94d27");
 }
 
-TEST(TranscriptTurnID, IdsNumberTheTurnsInOrder) {
-    auto turns = turnsSaying({"hello world", "Hello world.", "other"});
-    auto identifiers = ids(turns);
-    ASSERT_EQ(identifiers.size(), 3u);
-    EXPECT_EQ(identifiers[0], "t001-b94d27");
-    EXPECT_EQ(identifiers[1], "t002-b94d27");
-    EXPECT_EQ(identifiers[2], make(2, "other"));
-    EXPECT_TRUE(ids({}).empty());
-}
-
 TEST(TranscriptTurnID, MalformedIdentifiersAreMissing) {
     auto turns = turnsSaying({"hello world"});
     for (const char* id :

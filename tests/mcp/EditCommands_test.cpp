@@ -181,12 +181,5 @@ TEST_F(EditCommandTest, RefusesFilesThatAreNotZelmorTranscripts) {
     EXPECT_FALSE(platform::exists(folder / "absent.md"));
 }
 
-TEST_F(EditCommandTest, MissingArgumentsAreUsageErrors) {
-    auto result = kit({"rename-speaker", file, "Speaker 1"});
-    EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_NE(result.err.find("NEW is required"), std::string::npos);
-    EXPECT_EQ(test::readFile(file), transcript);
-}
-
 } // namespace
 } // namespace zelmor
