@@ -86,6 +86,14 @@ std::string absolutePath(std::string_view path) {
     return standardizePath(currentDirectory() + "/" + std::string(path));
 }
 
+std::string replacingPathExtension(std::string_view path, std::string_view extension) {
+    size_t slash = path.rfind('/');
+    size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
+    size_t dot = path.rfind('.');
+    std::string_view stem = dot == std::string_view::npos || dot <= nameStart ? path : path.substr(0, dot);
+    return std::string(stem) + "." + std::string(extension);
+}
+
 std::string resolveSymlinks(const std::string& path) {
     // realpath() on the longest prefix that exists; the missing tail is appended as written.
     std::string prefix = path;

@@ -25,6 +25,10 @@ std::string standardizePath(std::string_view path);
 /// Makes a path absolute against the working folder, then standardises it.
 std::string absolutePath(std::string_view path);
 
+/// The path with the last component's extension replaced ("a/x.md" -> "a/x.txt"), or the
+/// extension added when the name has none ("notes", ".hidden").
+std::string replacingPathExtension(std::string_view path, std::string_view extension);
+
 /// Resolves every symbolic link along an absolute, standardised path. Components that do not
 /// exist are kept as written, so a missing file still gets its existing parent folders resolved.
 std::string resolveSymlinks(const std::string& path);

@@ -11,5 +11,11 @@ using Registration = void (*)(CLI::App& app, int& exitStatus);
 
 void registerImportCommand(CLI::App& app, int& exitStatus);
 void registerTidyCommand(CLI::App& app, int& exitStatus);
+void registerIdsCommand(CLI::App& app, int& exitStatus);
+void registerLocateCommand(CLI::App& app, int& exitStatus);
+void registerRenameSpeakerCommand(CLI::App& app, int& exitStatus);
+void registerSetTitleCommand(CLI::App& app, int& exitStatus);
+void registerSetNotesCommand(CLI::App& app, int& exitStatus);
+void registerSetSectionsCommand(CLI::App& app, int& exitStatus);
 
 } // namespace zelmor::kitcli

@@ -12,6 +12,12 @@ int main(int argc, char** argv) {
     static constexpr Registration registrations[] = {
         registerImportCommand,
         registerTidyCommand,
+        registerIdsCommand,
+        registerLocateCommand,
+        registerRenameSpeakerCommand,
+        registerSetTitleCommand,
+        registerSetNotesCommand,
+        registerSetSectionsCommand,
     };
     for (Registration add : registrations) {
         add(app, exitStatus);
