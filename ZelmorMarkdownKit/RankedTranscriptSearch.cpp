@@ -8,7 +8,9 @@
 #include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
+#include <algorithm>
 #include <array>
+#include <functional>
 
 namespace zelmor::RankedTranscriptSearch {
 
@@ -35,9 +37,10 @@ public:
     /// first stands in its folded form.
     std::vector<std::pair<size_t, size_t>> occurrences(std::string_view term) const {
         std::vector<std::pair<size_t, size_t>> found;
+        std::boyer_moore_horspool_searcher searcher(term.begin(), term.end());
         size_t from = 0;
         while (true) {
-            size_t at = std::string_view(buffer_).find(term, from);
+            size_t at = find(searcher, from);
             if (at == std::string_view::npos) break;
             size_t index = static_cast<size_t>(std::upper_bound(starts_.begin(), starts_.end(), at) - starts_.begin()) - 1;
             found.emplace_back(index, at - starts_[index]);
@@ -46,7 +49,9 @@ public:
         return found;
     }
 
-    bool holds(std::string_view term) const { return buffer_.find(term) != std::string::npos; }
+    bool holds(std::string_view term) const {
+        return find(std::boyer_moore_horspool_searcher(term.begin(), term.end()), 0) != std::string_view::npos;
+    }
 
     size_t turnCount() const { return document_.turns.size(); }
     size_t firstField() const { return turnCount(); }
@@ -65,6 +70,11 @@ public:
 private:
     std::array<std::string_view, 4> fields() const {
         return {document_.notes, document_.summary, document_.actionItems, document_.keyMoments};
+    }
+
+    template <typename Searcher> size_t find(const Searcher& searcher, size_t from) const {
+        auto found = std::search(buffer_.begin() + static_cast<std::ptrdiff_t>(from), buffer_.end(), searcher);
+        return found == buffer_.end() ? std::string_view::npos : static_cast<size_t>(found - buffer_.begin());
     }
 
     void add(std::string_view text) {

@@ -80,7 +80,23 @@ template <typename OnFolded> void foldEach(std::string_view text, std::string& o
 } // namespace
 
 void appendFolded(std::string_view text, std::string& out) {
-    foldEach(text, out, [](size_t, size_t) {});
+    size_t at = 0;
+    while (at < text.size()) {
+        // Runs of ASCII, the bulk of most transcripts, are lowered in place in one go.
+        size_t run = at;
+        while (run < text.size() && static_cast<unsigned char>(text[run]) < 0x80) ++run;
+        size_t written = out.size();
+        out.resize(written + (run - at));
+        for (char* cursor = out.data() + written; at < run; ++at, ++cursor) {
+            char c = text[at];
+            *cursor = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
+        }
+        if (at == text.size()) break;
+        size_t next = at;
+        while (next < text.size() && static_cast<unsigned char>(text[next]) >= 0x80) ++next;
+        foldEach(text.substr(at, next - at), out, [](size_t, size_t) {});
+        at = next;
+    }
 }
 
 std::string folded(std::string_view text) {
