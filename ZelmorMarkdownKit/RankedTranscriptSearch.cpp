@@ -42,7 +42,9 @@ public:
         while (true) {
             size_t at = find(searcher, from);
             if (at == std::string_view::npos) break;
-            size_t index = static_cast<size_t>(std::upper_bound(starts_.begin(), starts_.end(), at) - starts_.begin()) - 1;
+            size_t index =
+                static_cast<size_t>(std::upper_bound(starts_.begin(), starts_.end(), at) - starts_.begin()) -
+                1;
             found.emplace_back(index, at - starts_[index]);
             from = starts_[index + 1];
         }
@@ -50,7 +52,8 @@ public:
     }
 
     bool holds(std::string_view term) const {
-        return find(std::boyer_moore_horspool_searcher(term.begin(), term.end()), 0) != std::string_view::npos;
+        return find(std::boyer_moore_horspool_searcher(term.begin(), term.end()), 0) !=
+               std::string_view::npos;
     }
 
     size_t turnCount() const { return document_.turns.size(); }
@@ -73,7 +76,8 @@ private:
     }
 
     template <typename Searcher> size_t find(const Searcher& searcher, size_t from) const {
-        auto found = std::search(buffer_.begin() + static_cast<std::ptrdiff_t>(from), buffer_.end(), searcher);
+        auto found =
+            std::search(buffer_.begin() + static_cast<std::ptrdiff_t>(from), buffer_.end(), searcher);
         return found == buffer_.end() ? std::string_view::npos : static_cast<size_t>(found - buffer_.begin());
     }
 
@@ -126,9 +130,12 @@ std::vector<std::string> terms(std::optional<std::string_view> query) {
     return found;
 }
 
-bool termMatches(std::string_view term, std::string_view text) { return TextFolding::contains(text, term); }
+bool termMatches(std::string_view term, std::string_view text) {
+    return TextFolding::contains(text, term);
+}
 
-std::optional<DocumentMatch> match(const TranscriptDocument& document, const std::vector<std::string>& terms) {
+std::optional<DocumentMatch> match(const TranscriptDocument& document,
+                                   const std::vector<std::string>& terms) {
     if (terms.empty()) return std::nullopt;
     std::vector<std::string> foldedTerms;
     for (const auto& term : terms) {
@@ -171,7 +178,8 @@ std::optional<DocumentMatch> match(const TranscriptDocument& document, const std
             continue;
         }
         usedTurns[turn->first] = true;
-        result.snippets.push_back("**" + document.turns[turn->first].speaker + ":** " + snippetAt(turn->first, turn->second, t));
+        result.snippets.push_back("**" + document.turns[turn->first].speaker + ":** " +
+                                  snippetAt(turn->first, turn->second, t));
     }
     for (size_t t : unplaced) {
         if (result.snippets.size() >= maxSnippets) break;
@@ -198,6 +206,8 @@ std::string excerpt(std::string_view text, std::string_view term, size_t context
     return std::string(ICUText::prefixCharacters(text, 2 * context));
 }
 
-std::vector<std::string> keywords(std::string_view question) { return QueryTokenizer::keywords(question); }
+std::vector<std::string> keywords(std::string_view question) {
+    return QueryTokenizer::keywords(question);
+}
 
 } // namespace zelmor::RankedTranscriptSearch

@@ -70,8 +70,10 @@ template <typename OnFolded> void foldEach(std::string_view text, std::string& o
             ++at;
         } else {
             char32_t c = Whitespace::decodeUtf8(text, at);
-            if (c < FoldTable::size) out += foldTable()[c];
-            else out += foldWithICU(c);
+            if (c < FoldTable::size)
+                out += foldTable()[c];
+            else
+                out += foldWithICU(c);
         }
         folded(start, out.size() - before);
     }
@@ -111,7 +113,9 @@ Mapped foldedWithSources(std::string_view text) {
     mapped.originalSize = text.size();
     mapped.text.reserve(text.size());
     mapped.sources.reserve(text.size());
-    foldEach(text, mapped.text, [&](size_t source, size_t written) { mapped.sources.insert(mapped.sources.end(), written, source); });
+    foldEach(text, mapped.text, [&](size_t source, size_t written) {
+        mapped.sources.insert(mapped.sources.end(), written, source);
+    });
     return mapped;
 }
 

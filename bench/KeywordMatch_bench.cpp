@@ -22,7 +22,8 @@ using zelmor::bench::CorpusWords;
 /// The longest transcript of a one-meeting corpus of 10,000 words, with the rare word in it.
 const TranscriptDocument& longMeeting() {
     static const TranscriptDocument document = [] {
-        fs::path folder = fs::temp_directory_path() / ("zelmor-kit-bench-" + std::to_string(std::random_device()()));
+        fs::path folder =
+            fs::temp_directory_path() / ("zelmor-kit-bench-" + std::to_string(std::random_device()()));
         zelmor::bench::CorpusOptions options;
         options.meetings = 1;
         options.minWords = 10000;
@@ -37,7 +38,8 @@ const TranscriptDocument& longMeeting() {
             std::stringstream text;
             text << in.rdbuf();
             auto parsed = zelmor::MarkdownTranscriptParser::parse(text.str());
-            if (parsed && (!longest || parsed->turns.size() > longest->turns.size())) longest = std::move(parsed);
+            if (parsed && (!longest || parsed->turns.size() > longest->turns.size()))
+                longest = std::move(parsed);
         }
         fs::remove_all(folder);
         if (!longest || longest->turns.empty()) {
@@ -46,7 +48,8 @@ const TranscriptDocument& longMeeting() {
         }
         // The rare word stands once, in the middle, whatever the generator chose.
         auto& middle = longest->turns[longest->turns.size() / 2].text;
-        if (middle.find(CorpusWords::rare) == std::string::npos) middle += " The zeppelin launch is on track.";
+        if (middle.find(CorpusWords::rare) == std::string::npos)
+            middle += " The zeppelin launch is on track.";
         return *longest;
     }();
     return document;
@@ -61,12 +64,24 @@ void matchQuery(benchmark::State& state, const char* query) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
 }
 
-void BM_MatchRareTerm(benchmark::State& state) { matchQuery(state, CorpusWords::rare); }
-void BM_MatchMissingTerm(benchmark::State& state) { matchQuery(state, "xylophone"); }
-void BM_MatchFrequentTerm(benchmark::State& state) { matchQuery(state, CorpusWords::frequent); }
-void BM_MatchPhrase(benchmark::State& state) { matchQuery(state, "\"pricing page\""); }
-void BM_MatchFrequentAndMissingTerm(benchmark::State& state) { matchQuery(state, "customer nowhere-to-be-found"); }
-void BM_MatchAccentedTerm(benchmark::State& state) { matchQuery(state, "tomas"); }
+void BM_MatchRareTerm(benchmark::State& state) {
+    matchQuery(state, CorpusWords::rare);
+}
+void BM_MatchMissingTerm(benchmark::State& state) {
+    matchQuery(state, "xylophone");
+}
+void BM_MatchFrequentTerm(benchmark::State& state) {
+    matchQuery(state, CorpusWords::frequent);
+}
+void BM_MatchPhrase(benchmark::State& state) {
+    matchQuery(state, "\"pricing page\"");
+}
+void BM_MatchFrequentAndMissingTerm(benchmark::State& state) {
+    matchQuery(state, "customer nowhere-to-be-found");
+}
+void BM_MatchAccentedTerm(benchmark::State& state) {
+    matchQuery(state, "tomas");
+}
 
 BENCHMARK(BM_MatchRareTerm);
 BENCHMARK(BM_MatchMissingTerm);
