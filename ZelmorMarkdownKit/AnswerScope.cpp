@@ -30,10 +30,13 @@ std::vector<std::string> lowercasedPieces(std::string_view path) {
     return pieces;
 }
 
-template <typename T> void readOptional(const nlohmann::json& json, const char* key, std::optional<T>& field) {
+template <typename T>
+void readOptional(const nlohmann::json& json, const char* key, std::optional<T>& field) {
     auto found = json.find(key);
-    if (found == json.end() || found->is_null()) field.reset();
-    else field = found->get<T>();
+    if (found == json.end() || found->is_null())
+        field.reset();
+    else
+        field = found->get<T>();
 }
 
 } // namespace
@@ -51,13 +54,15 @@ bool AnswerScope::isAll() const {
 bool AnswerScope::admits(std::string_view id, const TranscriptDocument& document) const {
     if (meetingIDs && !meetingIDs->contains(std::string(id))) return false;
     if (auto name = nonEmpty(participant)) {
-        bool present = std::any_of(document.participants.begin(), document.participants.end(),
-                                   [&](const std::string& entry) { return TextFolding::contains(entry, *name); });
+        bool present =
+            std::any_of(document.participants.begin(), document.participants.end(),
+                        [&](const std::string& entry) { return TextFolding::contains(entry, *name); });
         if (!present) return false;
     }
     if (auto from = nonEmpty(dateFrom); from && document.date < *from) return false;
     if (auto to = nonEmpty(dateTo); to && *to < document.date) return false;
-    if (speaker && !Participation::spoke(document, SpeakerIdentity::fromUserName(speaker->userName), speaker->minTurns))
+    if (speaker &&
+        !Participation::spoke(document, SpeakerIdentity::fromUserName(speaker->userName), speaker->minTurns))
         return false;
     if (auto inside = nonEmpty(folder); inside && !pathIsInFolder(id, *inside)) return false;
     return true;
@@ -73,15 +78,17 @@ AnswerScope AnswerScope::merging(const AnswerScope& other) const {
     if (meetingIDs && other.meetingIDs) {
         merged.meetingIDs.emplace();
         std::set_intersection(meetingIDs->begin(), meetingIDs->end(), other.meetingIDs->begin(),
-                              other.meetingIDs->end(), std::inserter(*merged.meetingIDs, merged.meetingIDs->end()));
+                              other.meetingIDs->end(),
+                              std::inserter(*merged.meetingIDs, merged.meetingIDs->end()));
     } else {
         merged.meetingIDs = meetingIDs ? meetingIDs : other.meetingIDs;
     }
     merged.participant = nonEmpty(other.participant) ? nonEmpty(other.participant) : nonEmpty(participant);
     merged.folder = nonEmpty(other.folder) ? nonEmpty(other.folder) : nonEmpty(folder);
     if (speaker && other.speaker) {
-        merged.speaker = SpeakerFilter{other.speaker->userName.empty() ? speaker->userName : other.speaker->userName,
-                                       std::max(speaker->minTurns, other.speaker->minTurns)};
+        merged.speaker =
+            SpeakerFilter{other.speaker->userName.empty() ? speaker->userName : other.speaker->userName,
+                          std::max(speaker->minTurns, other.speaker->minTurns)};
     } else {
         merged.speaker = speaker ? speaker : other.speaker;
     }
@@ -94,7 +101,8 @@ bool AnswerScope::pathIsInFolder(std::string_view path, std::string_view folder)
     directories.pop_back();
     std::vector<std::string> wanted = lowercasedPieces(folder);
     if (wanted.empty()) return false;
-    return std::search(directories.begin(), directories.end(), wanted.begin(), wanted.end()) != directories.end();
+    return std::search(directories.begin(), directories.end(), wanted.begin(), wanted.end()) !=
+           directories.end();
 }
 
 void to_json(nlohmann::json& json, const AnswerScope& scope) {

@@ -22,9 +22,10 @@ bool isEcho(std::string_view text, std::optional<std::string_view> previous) {
     if (mine.empty() || theirs.empty()) return false;
     if (mine == theirs) return true;
     std::set<std::string> mineSet(mine.begin(), mine.end()), theirSet(theirs.begin(), theirs.end());
-    size_t shared = static_cast<size_t>(std::count_if(mineSet.begin(), mineSet.end(),
-                                                      [&](const std::string& token) { return theirSet.contains(token); }));
-    return static_cast<double>(shared) / static_cast<double>(std::max(mineSet.size(), theirSet.size())) >= echoOverlap;
+    size_t shared = static_cast<size_t>(std::count_if(
+        mineSet.begin(), mineSet.end(), [&](const std::string& token) { return theirSet.contains(token); }));
+    return static_cast<double>(shared) / static_cast<double>(std::max(mineSet.size(), theirSet.size())) >=
+           echoOverlap;
 }
 
 size_t substantiveTurnCount(const TranscriptDocument& document, const SpeakerIdentity& identity) {

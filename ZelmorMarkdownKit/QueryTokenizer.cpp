@@ -23,51 +23,52 @@ namespace zelmor::QueryTokenizer {
 namespace {
 
 constexpr std::string_view stopWordList[] = {
-    "a", "an", "the", "and", "or", "but", "of", "to", "in", "on", "at", "for", "with", "about", "from", "as",
-    "into", "over", "up", "out", "off", "than", "then", "so", "if", "no", "not", "nor", "yes", "across",
-    "between", "among", "within", "throughout", "regarding", "including", "without", "is", "are", "was",
-    "were", "be", "been", "being", "am", "do", "did", "does", "done", "doing", "have", "has", "had", "having",
-    "can", "could", "would", "should", "will", "shall", "may", "might", "must", "need", "needs", "needed",
-    "i", "me", "my", "mine", "we", "us", "our", "ours", "you", "your", "yours", "he", "him", "his", "she",
-    "her", "hers", "they", "them", "their", "theirs", "it", "its", "that", "those", "these", "there", "here",
-    "what", "which", "who", "whom", "whose", "how", "when", "where", "why", "all", "any", "some", "each",
-    "every", "much", "many", "more", "most", "just", "also", "only", "very", "too", "own", "other", "such",
-    "anything", "everything", "something", "nothing", "recap", "make", "made", "get", "got", "go", "going",
-    "went", "say", "said", "tell", "told", "give", "given", "want", "still", "open", "land", "landed", "let",
-    "ok", "okay", "hi", "hey", "oh", "um", "uh", "ah", "yeah", "yep", "nope", "well", "dont", "cant", "wont",
-    "isnt", "arent", "wasnt", "werent", "havent", "hasnt", "hadnt", "didnt", "doesnt", "couldnt", "wouldnt",
-    "shouldnt", "im", "ive", "id", "ill", "youre", "youve", "youll", "youd", "hes", "shes", "theyre",
-    "theyve", "theyll", "weve", "wed", "well", "lets", "thats", "theres", "whats", "whos", "hows", "wheres",
-    "whens",
+    "a",        "an",         "the",       "and",       "or",      "but",    "of",      "to",
+    "in",       "on",         "at",        "for",       "with",    "about",  "from",    "as",
+    "into",     "over",       "up",        "out",       "off",     "than",   "then",    "so",
+    "if",       "no",         "not",       "nor",       "yes",     "across", "between", "among",
+    "within",   "throughout", "regarding", "including", "without", "is",     "are",     "was",
+    "were",     "be",         "been",      "being",     "am",      "do",     "did",     "does",
+    "done",     "doing",      "have",      "has",       "had",     "having", "can",     "could",
+    "would",    "should",     "will",      "shall",     "may",     "might",  "must",    "need",
+    "needs",    "needed",     "i",         "me",        "my",      "mine",   "we",      "us",
+    "our",      "ours",       "you",       "your",      "yours",   "he",     "him",     "his",
+    "she",      "her",        "hers",      "they",      "them",    "their",  "theirs",  "it",
+    "its",      "that",       "those",     "these",     "there",   "here",   "what",    "which",
+    "who",      "whom",       "whose",     "how",       "when",    "where",  "why",     "all",
+    "any",      "some",       "each",      "every",     "much",    "many",   "more",    "most",
+    "just",     "also",       "only",      "very",      "too",     "own",    "other",   "such",
+    "anything", "everything", "something", "nothing",   "recap",   "make",   "made",    "get",
+    "got",      "go",         "going",     "went",      "say",     "said",   "tell",    "told",
+    "give",     "given",      "want",      "still",     "open",    "land",   "landed",  "let",
+    "ok",       "okay",       "hi",        "hey",       "oh",      "um",     "uh",      "ah",
+    "yeah",     "yep",        "nope",      "well",      "dont",    "cant",   "wont",    "isnt",
+    "arent",    "wasnt",      "werent",    "havent",    "hasnt",   "hadnt",  "didnt",   "doesnt",
+    "couldnt",  "wouldnt",    "shouldnt",  "im",        "ive",     "id",     "ill",     "youre",
+    "youve",    "youll",      "youd",      "hes",       "shes",    "theyre", "theyve",  "theyll",
+    "weve",     "wed",        "well",      "lets",      "thats",   "theres", "whats",   "whos",
+    "hows",     "wheres",     "whens",
 };
 
 constexpr std::string_view temporalWordList[] = {
-    "today", "tomorrow", "yesterday", "tonight", "week", "weeks", "month", "months", "year", "years", "day",
-    "days", "next", "last", "past", "coming", "upcoming", "ago", "since", "until", "till", "by", "end",
-    "this", "recent", "recently", "now", "currently", "soon", "later", "earlier",
+    "today",    "tomorrow", "yesterday", "tonight",   "week", "weeks", "month",   "months",
+    "year",     "years",    "day",       "days",      "next", "last",  "past",    "coming",
+    "upcoming", "ago",      "since",     "until",     "till", "by",    "end",     "this",
+    "recent",   "recently", "now",       "currently", "soon", "later", "earlier",
 };
 
 constexpr std::string_view numberWordList[] = {
-    "one", "two", "three", "four", "five", "six", "seven", "eight", "nine", "ten", "eleven", "twelve",
-    "thirteen", "fourteen", "fifteen", "sixteen", "seventeen", "eighteen", "nineteen", "twenty", "couple",
-    "few", "several",
+    "one",       "two",      "three",    "four",   "five",     "six",      "seven",   "eight",
+    "nine",      "ten",      "eleven",   "twelve", "thirteen", "fourteen", "fifteen", "sixteen",
+    "seventeen", "eighteen", "nineteen", "twenty", "couple",   "few",      "several",
 };
 
 constexpr std::pair<std::string_view, std::string_view> lemmaOverrideList[] = {
-    {"decision", "decid"},
-    {"decisions", "decid"},
-    {"commitment", "commit"},
-    {"commitments", "commit"},
-    {"discussion", "discuss"},
-    {"discussions", "discuss"},
-    {"agreement", "agre"},
-    {"agreements", "agre"},
-    {"blocker", "block"},
-    {"blockers", "block"},
-    {"priorities", "priority"},
-    {"prioritize", "priority"},
-    {"prioritized", "priority"},
-    {"prioritise", "priority"},
+    {"decision", "decid"},       {"decisions", "decid"},     {"commitment", "commit"},
+    {"commitments", "commit"},   {"discussion", "discuss"},  {"discussions", "discuss"},
+    {"agreement", "agre"},       {"agreements", "agre"},     {"blocker", "block"},
+    {"blockers", "block"},       {"priorities", "priority"}, {"prioritize", "priority"},
+    {"prioritized", "priority"}, {"prioritise", "priority"},
 };
 
 bool isASCII(std::string_view text) {
@@ -81,9 +82,15 @@ size_t characters(std::string_view text) {
     return isASCII(text) ? text.size() : ICUText::characterCount(text);
 }
 
-bool isASCIILetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool isASCIIDigit(char c) { return c >= '0' && c <= '9'; }
-char lowerASCII(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c; }
+bool isASCIILetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+bool isASCIIDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+char lowerASCII(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
+}
 
 bool endsWith(std::string_view text, std::string_view suffix) {
     return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
@@ -185,7 +192,8 @@ std::unique_ptr<icu::BreakIterator> wordBreaks() {
     // Loading the rules is slow; cloning the loaded prototype is cheap.
     static const std::unique_ptr<icu::BreakIterator> prototype = [] {
         UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> made(icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), status));
+        std::unique_ptr<icu::BreakIterator> made(
+            icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), status));
         if (U_FAILURE(status) || !made) {
             std::fprintf(stderr, "zelmor: ICU word break rules are unavailable\n");
             std::abort();
@@ -209,12 +217,16 @@ ASCIIClass classify(char c) {
     if (isASCIILetter(c)) return ASCIIClass::letter;
     if (isASCIIDigit(c)) return ASCIIClass::digit;
     switch (c) {
-    case '_': return ASCIIClass::underscore;
+    case '_':
+        return ASCIIClass::underscore;
     case '.':
-    case '\'': return ASCIIClass::midLetterOrNumber;
+    case '\'':
+        return ASCIIClass::midLetterOrNumber;
     case ',':
-    case ';': return ASCIIClass::midNumber;
-    default: return ASCIIClass::other;
+    case ';':
+        return ASCIIClass::midNumber;
+    default:
+        return ASCIIClass::other;
     }
 }
 
@@ -240,8 +252,9 @@ template <typename Visit> void forEachASCIISegment(std::string_view text, Visit&
             }
             if (i + 1 >= text.size() || (kind != ASCIIClass::letter && kind != ASCIIClass::digit)) break;
             ASCIIClass after = classify(text[i + 1]);
-            bool joins = (next == ASCIIClass::midLetterOrNumber && after == kind) ||
-                         (next == ASCIIClass::midNumber && kind == ASCIIClass::digit && after == ASCIIClass::digit);
+            bool joins =
+                (next == ASCIIClass::midLetterOrNumber && after == kind) ||
+                (next == ASCIIClass::midNumber && kind == ASCIIClass::digit && after == ASCIIClass::digit);
             if (!joins) break;
             kind = after;
             i += 2;
@@ -256,19 +269,24 @@ std::vector<Word> asciiWords(std::string_view text) {
     std::string shadowText;
     std::string_view working = text;
     if (mayHoldOneOnOne(text)) {
-        shadow = shadowOf(text, icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size()))));
+        shadow = shadowOf(text, icu::UnicodeString::fromUTF8(
+                                    icu::StringPiece(text.data(), static_cast<int32_t>(text.size()))));
         // An ASCII text's shadow is ASCII of the same length, so offsets carry over unchanged.
         if (shadow) working = shadow->units.toUTF8String(shadowText);
     }
     forEachASCIISegment(working, [&](size_t start, size_t end) {
-        size_t inputEnd = shadow ? static_cast<size_t>(shadow->wordEnd(static_cast<int32_t>(start), static_cast<int32_t>(end))) : end;
+        size_t inputEnd =
+            shadow
+                ? static_cast<size_t>(shadow->wordEnd(static_cast<int32_t>(start), static_cast<int32_t>(end)))
+                : end;
         appendWord(words, working.substr(start, end - start), TextRange{start, inputEnd});
     });
     return words;
 }
 
 std::string normalizeASCII(std::string_view word) {
-    std::string_view kept = endsWith(word, "'s") || endsWith(word, "'S") ? word.substr(0, word.size() - 2) : word;
+    std::string_view kept =
+        endsWith(word, "'s") || endsWith(word, "'S") ? word.substr(0, word.size() - 2) : word;
     std::string out;
     out.reserve(kept.size());
     for (char c : kept) {
@@ -285,12 +303,14 @@ const std::unordered_set<std::string_view>& stopWords() {
 }
 
 const std::unordered_set<std::string_view>& temporalWords() {
-    static const std::unordered_set<std::string_view> set(std::begin(temporalWordList), std::end(temporalWordList));
+    static const std::unordered_set<std::string_view> set(std::begin(temporalWordList),
+                                                          std::end(temporalWordList));
     return set;
 }
 
 const std::unordered_set<std::string_view>& numberWords() {
-    static const std::unordered_set<std::string_view> set(std::begin(numberWordList), std::end(numberWordList));
+    static const std::unordered_set<std::string_view> set(std::begin(numberWordList),
+                                                          std::end(numberWordList));
     return set;
 }
 
@@ -304,14 +324,17 @@ std::string normalize(std::string_view word) {
     if (isASCII(word)) return normalizeASCII(word);
     std::string folded = TextFolding::folded(word);
     std::string_view kept = folded;
-    if (endsWith(kept, "'s")) kept.remove_suffix(2);
-    else if (endsWith(kept, "\u2019s")) kept.remove_suffix(4);
+    if (endsWith(kept, "'s"))
+        kept.remove_suffix(2);
+    else if (endsWith(kept, "\u2019s"))
+        kept.remove_suffix(4);
     std::string out;
     out.reserve(kept.size());
     size_t at = 0;
     while (at < kept.size()) {
         char32_t c = Whitespace::decodeUtf8(kept, at);
-        if (U_GET_GC_MASK(static_cast<UChar32>(c)) & (U_GC_L_MASK | U_GC_N_MASK)) Whitespace::appendUtf8(out, c);
+        if (U_GET_GC_MASK(static_cast<UChar32>(c)) & (U_GC_L_MASK | U_GC_N_MASK))
+            Whitespace::appendUtf8(out, c);
     }
     return out;
 }
@@ -328,12 +351,14 @@ std::string undouble(std::string_view word) {
     }
     if (last == 0 || previous == std::string_view::npos || lastChar != previousChar) return std::string(word);
     if (!u_isalpha(static_cast<UChar32>(lastChar))) return std::string(word);
-    if (std::u32string_view(U"aeiouslz").find(lastChar) != std::u32string_view::npos) return std::string(word);
+    if (std::u32string_view(U"aeiouslz").find(lastChar) != std::u32string_view::npos)
+        return std::string(word);
     return std::string(word.substr(0, last));
 }
 
 std::string stem(std::string_view word) {
-    if (auto found = lemmaOverrides().find(word); found != lemmaOverrides().end()) return std::string(found->second);
+    if (auto found = lemmaOverrides().find(word); found != lemmaOverrides().end())
+        return std::string(found->second);
     std::string w(word);
     if (endsWith(w, "ies") && keepsAtLeast(w, "ies", minPluralStem)) {
         w.replace(w.size() - 3, 3, "y");
@@ -382,7 +407,8 @@ std::vector<Word> detail::wordsUsingICU(std::string_view text) {
         working.tempSubStringBetween(start, end).toUTF8String(segment);
         int32_t inputEnd = shadow ? shadow->wordEnd(start, end) : end;
         appendWord(found, segment,
-                   TextRange{input.byteOffsets[static_cast<size_t>(start)], input.byteOffsets[static_cast<size_t>(inputEnd)]});
+                   TextRange{input.byteOffsets[static_cast<size_t>(start)],
+                             input.byteOffsets[static_cast<size_t>(inputEnd)]});
     }
     return found;
 }
@@ -429,7 +455,8 @@ size_t count(const std::vector<std::string>& phrase, const std::vector<std::stri
     if (phrase.empty() || phrase.size() > tokens.size()) return 0;
     size_t found = 0;
     for (size_t i = 0; i + phrase.size() <= tokens.size(); ++i) {
-        if (std::equal(phrase.begin(), phrase.end(), tokens.begin() + static_cast<std::ptrdiff_t>(i))) ++found;
+        if (std::equal(phrase.begin(), phrase.end(), tokens.begin() + static_cast<std::ptrdiff_t>(i)))
+            ++found;
     }
     return found;
 }

@@ -8,7 +8,9 @@
 #include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace zelmor::RankedTranscriptSearch {
 
@@ -37,16 +39,18 @@ public:
         std::vector<std::pair<size_t, size_t>> found;
         size_t from = 0;
         while (true) {
-            size_t at = std::string_view(buffer_).find(term, from);
+            size_t at = find(term, from);
             if (at == std::string_view::npos) break;
-            size_t index = static_cast<size_t>(std::upper_bound(starts_.begin(), starts_.end(), at) - starts_.begin()) - 1;
+            size_t index =
+                static_cast<size_t>(std::upper_bound(starts_.begin(), starts_.end(), at) - starts_.begin()) -
+                1;
             found.emplace_back(index, at - starts_[index]);
             from = starts_[index + 1];
         }
         return found;
     }
 
-    bool holds(std::string_view term) const { return buffer_.find(term) != std::string::npos; }
+    bool holds(std::string_view term) const { return find(term, 0) != std::string_view::npos; }
 
     size_t turnCount() const { return document_.turns.size(); }
     size_t firstField() const { return turnCount(); }
@@ -65,6 +69,14 @@ public:
 private:
     std::array<std::string_view, 4> fields() const {
         return {document_.notes, document_.summary, document_.actionItems, document_.keyMoments};
+    }
+
+    /// memmem (glibc, macOS) outruns string_view::find on terms whose first letter is common.
+    size_t find(std::string_view term, size_t from) const {
+        if (from >= buffer_.size()) return std::string_view::npos;
+        const void* found = ::memmem(buffer_.data() + from, buffer_.size() - from, term.data(), term.size());
+        return found ? static_cast<size_t>(static_cast<const char*>(found) - buffer_.data())
+                     : std::string_view::npos;
     }
 
     void add(std::string_view text) {
@@ -116,9 +128,12 @@ std::vector<std::string> terms(std::optional<std::string_view> query) {
     return found;
 }
 
-bool termMatches(std::string_view term, std::string_view text) { return TextFolding::contains(text, term); }
+bool termMatches(std::string_view term, std::string_view text) {
+    return TextFolding::contains(text, term);
+}
 
-std::optional<DocumentMatch> match(const TranscriptDocument& document, const std::vector<std::string>& terms) {
+std::optional<DocumentMatch> match(const TranscriptDocument& document,
+                                   const std::vector<std::string>& terms) {
     if (terms.empty()) return std::nullopt;
     std::vector<std::string> foldedTerms;
     for (const auto& term : terms) {
@@ -161,7 +176,8 @@ std::optional<DocumentMatch> match(const TranscriptDocument& document, const std
             continue;
         }
         usedTurns[turn->first] = true;
-        result.snippets.push_back("**" + document.turns[turn->first].speaker + ":** " + snippetAt(turn->first, turn->second, t));
+        result.snippets.push_back("**" + document.turns[turn->first].speaker + ":** " +
+                                  snippetAt(turn->first, turn->second, t));
     }
     for (size_t t : unplaced) {
         if (result.snippets.size() >= maxSnippets) break;
@@ -188,6 +204,8 @@ std::string excerpt(std::string_view text, std::string_view term, size_t context
     return std::string(ICUText::prefixCharacters(text, 2 * context));
 }
 
-std::vector<std::string> keywords(std::string_view question) { return QueryTokenizer::keywords(question); }
+std::vector<std::string> keywords(std::string_view question) {
+    return QueryTokenizer::keywords(question);
+}
 
 } // namespace zelmor::RankedTranscriptSearch

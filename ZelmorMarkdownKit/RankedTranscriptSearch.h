@@ -65,10 +65,12 @@ std::vector<RankedHit<ID>> rank(const std::vector<std::pair<ID, TranscriptDocume
     std::vector<RankedHit<ID>> hits;
     if (queryTerms.empty()) return hits;
     for (const auto& [id, document] : items) {
-        if (auto found = match(document, queryTerms)) hits.push_back(RankedHit<ID>{id, document, std::move(*found)});
+        if (auto found = match(document, queryTerms))
+            hits.push_back(RankedHit<ID>{id, document, std::move(*found)});
     }
-    std::stable_sort(hits.begin(), hits.end(),
-                     [](const RankedHit<ID>& a, const RankedHit<ID>& b) { return a.match.score > b.match.score; });
+    std::stable_sort(hits.begin(), hits.end(), [](const RankedHit<ID>& a, const RankedHit<ID>& b) {
+        return a.match.score > b.match.score;
+    });
     return hits;
 }
 

@@ -11,10 +11,11 @@ void to_json(nlohmann::json& json, const SpeakerFilter& filter) {
 
 void from_json(const nlohmann::json& json, SpeakerFilter& filter) {
     auto userName = json.find("userName");
-    filter.userName = userName == json.end() || userName->is_null() ? std::string() : userName->get<std::string>();
+    filter.userName =
+        userName == json.end() || userName->is_null() ? std::string() : userName->get<std::string>();
     auto minTurns = json.find("minTurns");
     filter.minTurns = minTurns == json.end() || minTurns->is_null() ? SpeakerFilter::defaultMinTurns
-                                                                     : minTurns->get<long long>();
+                                                                    : minTurns->get<long long>();
 }
 
 } // namespace zelmor

@@ -70,8 +70,10 @@ template <typename OnFolded> void foldEach(std::string_view text, std::string& o
             ++at;
         } else {
             char32_t c = Whitespace::decodeUtf8(text, at);
-            if (c < FoldTable::size) out += foldTable()[c];
-            else out += foldWithICU(c);
+            if (c < FoldTable::size)
+                out += foldTable()[c];
+            else
+                out += foldWithICU(c);
         }
         folded(start, out.size() - before);
     }
@@ -80,7 +82,23 @@ template <typename OnFolded> void foldEach(std::string_view text, std::string& o
 } // namespace
 
 void appendFolded(std::string_view text, std::string& out) {
-    foldEach(text, out, [](size_t, size_t) {});
+    size_t at = 0;
+    while (at < text.size()) {
+        // Runs of ASCII, the bulk of most transcripts, are lowered in place in one go.
+        size_t run = at;
+        while (run < text.size() && static_cast<unsigned char>(text[run]) < 0x80) ++run;
+        size_t written = out.size();
+        out.resize(written + (run - at));
+        for (char* cursor = out.data() + written; at < run; ++at, ++cursor) {
+            char c = text[at];
+            *cursor = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
+        }
+        if (at == text.size()) break;
+        size_t next = at;
+        while (next < text.size() && static_cast<unsigned char>(text[next]) >= 0x80) ++next;
+        foldEach(text.substr(at, next - at), out, [](size_t, size_t) {});
+        at = next;
+    }
 }
 
 std::string folded(std::string_view text) {
@@ -95,7 +113,9 @@ Mapped foldedWithSources(std::string_view text) {
     mapped.originalSize = text.size();
     mapped.text.reserve(text.size());
     mapped.sources.reserve(text.size());
-    foldEach(text, mapped.text, [&](size_t source, size_t written) { mapped.sources.insert(mapped.sources.end(), written, source); });
+    foldEach(text, mapped.text, [&](size_t source, size_t written) {
+        mapped.sources.insert(mapped.sources.end(), written, source);
+    });
     return mapped;
 }
 

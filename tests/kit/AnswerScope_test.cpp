@@ -67,8 +67,10 @@ TEST(AnswerScopeTest, FolderRunMayStandAnywhereAmongTheFolders) {
 }
 
 TEST(AnswerScopeTest, ApplyKeepsCallerOrderAndCutsLastNAfterFiltering) {
-    std::vector<Item> items{{"c", meeting("2024-03-03")}, {"x", meeting("2023-01-01")},
-                            {"b", meeting("2024-03-02")}, {"a", meeting("2024-03-01")}};
+    std::vector<Item> items{{"c", meeting("2024-03-03")},
+                            {"x", meeting("2023-01-01")},
+                            {"b", meeting("2024-03-02")},
+                            {"a", meeting("2024-03-01")}};
     auto ids = [](const std::vector<Item>& kept) {
         std::vector<std::string> out;
         for (const auto& item : kept) out.push_back(item.first);
@@ -82,11 +84,19 @@ TEST(AnswerScopeTest, ApplyKeepsCallerOrderAndCutsLastNAfterFiltering) {
 }
 
 TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestriction) {
-    AnswerScope mine{.dateFrom = "2024-01-01", .dateTo = "2024-06-30", .lastN = 5, .participant = "Ann",
-                     .meetingIDs = std::set<std::string>{"a", "b", "c"}, .speaker = SpeakerFilter{"Dana", 3},
+    AnswerScope mine{.dateFrom = "2024-01-01",
+                     .dateTo = "2024-06-30",
+                     .lastN = 5,
+                     .participant = "Ann",
+                     .meetingIDs = std::set<std::string>{"a", "b", "c"},
+                     .speaker = SpeakerFilter{"Dana", 3},
                      .folder = "work"};
-    AnswerScope theirs{.dateFrom = "2024-02-01", .dateTo = "2024-12-31", .lastN = 10, .participant = "",
-                       .meetingIDs = std::set<std::string>{"b", "c", "d"}, .speaker = SpeakerFilter{"", 1},
+    AnswerScope theirs{.dateFrom = "2024-02-01",
+                       .dateTo = "2024-12-31",
+                       .lastN = 10,
+                       .participant = "",
+                       .meetingIDs = std::set<std::string>{"b", "c", "d"},
+                       .speaker = SpeakerFilter{"", 1},
                        .folder = "clients"};
     AnswerScope merged = mine.merging(theirs);
     EXPECT_EQ(merged.dateFrom, "2024-02-01");
@@ -103,7 +113,10 @@ TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestriction) {
 }
 
 TEST(AnswerScopeTest, MergingWithAllDropsEmptyStringsOnly) {
-    AnswerScope given{.dateFrom = "", .dateTo = "2024-05-01", .participant = "", .speaker = SpeakerFilter{"Me", 0},
+    AnswerScope given{.dateFrom = "",
+                      .dateTo = "2024-05-01",
+                      .participant = "",
+                      .speaker = SpeakerFilter{"Me", 0},
                       .folder = "f"};
     AnswerScope expected{.dateTo = "2024-05-01", .speaker = SpeakerFilter{"Me", 0}, .folder = "f"};
     EXPECT_EQ(AnswerScope::all().merging(given), expected);
@@ -128,10 +141,13 @@ TEST(AnswerScopeTest, DisjointMergesAdmitNothing) {
 
 TEST(AnswerScopeJSONTest, WritesOnlyPresentFieldsAndReadsThemBack) {
     EXPECT_EQ(nlohmann::json(AnswerScope::all()).dump(), "{}");
-    AnswerScope scope{.dateFrom = "2024-01-01", .lastN = 3, .meetingIDs = std::set<std::string>{"b", "a"},
+    AnswerScope scope{.dateFrom = "2024-01-01",
+                      .lastN = 3,
+                      .meetingIDs = std::set<std::string>{"b", "a"},
                       .speaker = SpeakerFilter{"Dana", 2}};
-    EXPECT_EQ(nlohmann::json(scope).dump(),
-              R"({"dateFrom":"2024-01-01","lastN":3,"meetingIDs":["a","b"],"speaker":{"minTurns":2,"userName":"Dana"}})");
+    EXPECT_EQ(
+        nlohmann::json(scope).dump(),
+        R"({"dateFrom":"2024-01-01","lastN":3,"meetingIDs":["a","b"],"speaker":{"minTurns":2,"userName":"Dana"}})");
     EXPECT_EQ(nlohmann::json(scope).get<AnswerScope>(), scope);
     AnswerScope full{"a", "b", 1, "p", std::set<std::string>{}, SpeakerFilter{"u", 4}, "f"};
     EXPECT_EQ(nlohmann::json(full).get<AnswerScope>(), full);

@@ -19,7 +19,8 @@ TranscriptDocument meeting(std::vector<TranscriptDocument::Turn> turns) {
 }
 
 TEST(SpeakerIdentityTest, AliasesFromTheUserName) {
-    EXPECT_EQ(SpeakerIdentity::fromUserName("  Dana Ruiz \n").aliases, (Strings{"Me", "You", "Dana Ruiz", "Dana"}));
+    EXPECT_EQ(SpeakerIdentity::fromUserName("  Dana Ruiz \n").aliases,
+              (Strings{"Me", "You", "Dana Ruiz", "Dana"}));
     EXPECT_EQ(SpeakerIdentity::fromUserName("Dana").aliases, (Strings{"Me", "You", "Dana"}));
     EXPECT_EQ(SpeakerIdentity::fromUserName(" \t ").aliases, (Strings{"Me", "You"}));
     EXPECT_EQ(SpeakerIdentity::fromAliases({"Host"}).aliases, (Strings{"Host"}));
@@ -61,12 +62,12 @@ TEST(ParticipationTest, EchoesRepeatTheEarlierText) {
 TEST(ParticipationTest, CountsTheUsersNonEchoTurnsAgainstTheLastOtherSpeaker) {
     SpeakerIdentity dana = SpeakerIdentity::fromUserName("Dana");
     auto doc = meeting({
-        {"Me", "I opened the meeting today"},       // first turn: nothing to echo
+        {"Me", "I opened the meeting today"}, // first turn: nothing to echo
         {"Bo", "we ship the beta on friday"},
-        {"Dana", "we ship the beta on friday"},     // echo of Bo
+        {"Dana", "we ship the beta on friday"},    // echo of Bo
         {"Dana", "and the docs follow next week"}, // compared with Bo, not with Dana
-        {"Me", "yes I agree"},                      // too short
-        {" me ", "we ship the beta on friday"},     // still compared with Bo
+        {"Me", "yes I agree"},                     // too short
+        {" me ", "we ship the beta on friday"},    // still compared with Bo
         {"", "an unlabelled turn becomes the reference"},
         {"You", "an unlabelled turn becomes the reference"},
     });

@@ -56,15 +56,15 @@ TEST(QueryTokenizerNormalizeTest, FoldsAndKeepsOnlyLettersAndNumbers) {
 
 TEST(QueryTokenizerStemTest, GivesTheWorkedResults) {
     const std::pair<const char*, const char*> cases[] = {
-        {"meetings", "meet"},   {"meeting", "meet"},      {"decided", "decid"},     {"committed", "commit"},
-        {"ties", "tie"},        {"status", "status"},     {"analysis", "analysis"}, {"release", "releas"},
-        {"planning", "plan"},   {"calling", "call"},      {"discussed", "discuss"}, {"companies", "company"},
-        {"boxes", "box"},       {"batches", "batch"},     {"wishes", "wish"},       {"horses", "hors"},
-        {"agreed", "agre"},     {"blocked", "block"},     {"decisions", "decid"},   {"prioritized", "priority"},
-        {"sing", "sing"},       {"bring", "bring"},       {"used", "used"},         {"skies", "skie"},
-        {"buzzes", "buzz"},     {"glasses", "glass"},     {"bus", "bus"},           {"gas", "gas"},
-        {"axes", "axe"},        {"running", "run"},       {"fizzing", "fizz"},      {"stopped", "stop"},
-        {"1o1s", "1o1"},        {"cafés", "café"},        {"bodies", "body"},       {"größes", "größ"},
+        {"meetings", "meet"}, {"meeting", "meet"},  {"decided", "decid"},     {"committed", "commit"},
+        {"ties", "tie"},      {"status", "status"}, {"analysis", "analysis"}, {"release", "releas"},
+        {"planning", "plan"}, {"calling", "call"},  {"discussed", "discuss"}, {"companies", "company"},
+        {"boxes", "box"},     {"batches", "batch"}, {"wishes", "wish"},       {"horses", "hors"},
+        {"agreed", "agre"},   {"blocked", "block"}, {"decisions", "decid"},   {"prioritized", "priority"},
+        {"sing", "sing"},     {"bring", "bring"},   {"used", "used"},         {"skies", "skie"},
+        {"buzzes", "buzz"},   {"glasses", "glass"}, {"bus", "bus"},           {"gas", "gas"},
+        {"axes", "axe"},      {"running", "run"},   {"fizzing", "fizz"},      {"stopped", "stop"},
+        {"1o1s", "1o1"},      {"cafés", "café"},    {"bodies", "body"},       {"größes", "größ"},
     };
     for (const auto& [word, stemmed] : cases) EXPECT_EQ(QT::stem(word), stemmed) << word;
 }
@@ -95,7 +95,8 @@ TEST(QueryTokenizerWordsTest, ReportRawStemAndRangeInTheCallersText) {
     std::string text = "Planning the Q3 roadmap: Dana's 1:1 and one on one, a I 5 x";
     auto found = QT::words(text);
     EXPECT_EQ(raws(found), (Strings{"planning", "the", "q3", "roadmap", "dana", "1o1", "and", "1o1"}));
-    EXPECT_EQ(covered(text, found), (Strings{"Planning", "the", "Q3", "roadmap", "Dana's", "1:1", "and", "one on one"}));
+    EXPECT_EQ(covered(text, found),
+              (Strings{"Planning", "the", "Q3", "roadmap", "Dana's", "1:1", "and", "one on one"}));
     EXPECT_EQ(found[0], (QT::Word{"planning", "plan", {0, 8}}));
     EXPECT_EQ(QT::words("1:1s"), (std::vector<QT::Word>{{"1o1s", "1o1", {0, 4}}}));
 }
@@ -117,11 +118,24 @@ TEST(QueryTokenizerWordsTest, EmptyAndTinyTextsYieldNothing) {
 
 TEST(QueryTokenizerWordsTest, ASCIIFastPathSegmentsAsICUDoes) {
     const std::vector<std::string> samples = {
-        "don't stop", "e.g. the U.S.", "3.14 and 1,000,000;2", "a:b 10:30", "snake_case __init__ _a",
-        "x1.y2 1a'b 'quoted' end.", "a..b a''b 1,,2", "tab\tsep\r\nnew", "\"hi\" (there) [x]", "1:1s",
-        "one-on-one's", "ONE TO ONE", "rock'n'roll 9'6", "a.b.c. 1.2.3", "re-org/plan#2 $5.00 50%",
+        "don't stop",
+        "e.g. the U.S.",
+        "3.14 and 1,000,000;2",
+        "a:b 10:30",
+        "snake_case __init__ _a",
+        "x1.y2 1a'b 'quoted' end.",
+        "a..b a''b 1,,2",
+        "tab\tsep\r\nnew",
+        "\"hi\" (there) [x]",
+        "1:1s",
+        "one-on-one's",
+        "ONE TO ONE",
+        "rock'n'roll 9'6",
+        "a.b.c. 1.2.3",
+        "re-org/plan#2 $5.00 50%",
     };
-    for (const auto& sample : samples) EXPECT_EQ(QT::words(sample), QT::detail::wordsUsingICU(sample)) << sample;
+    for (const auto& sample : samples)
+        EXPECT_EQ(QT::words(sample), QT::detail::wordsUsingICU(sample)) << sample;
 
     std::mt19937 random(7);
     const std::string alphabet = "aZk09_.':,;-\" \t\n\r/1oneONE";

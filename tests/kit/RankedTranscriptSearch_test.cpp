@@ -32,7 +32,8 @@ TEST(RankedTranscriptSearchTermsTest, SplitsWordsAndQuotedPhrases) {
     EXPECT_EQ(RTS::terms(""), Strings{});
     EXPECT_EQ(RTS::terms("   \t\n "), Strings{});
     EXPECT_EQ(RTS::terms("budget \"Q3 plan\""), (Strings{"budget", "Q3 plan"}));
-    EXPECT_EQ(RTS::terms("\u201CQ3  Plan\u201D\u00A0Résumé \u201Eda ja\u201D"), (Strings{"Q3  Plan", "Résumé", "da ja"}));
+    EXPECT_EQ(RTS::terms("\u201CQ3  Plan\u201D\u00A0Résumé \u201Eda ja\u201D"),
+              (Strings{"Q3  Plan", "Résumé", "da ja"}));
     EXPECT_EQ(RTS::terms("\"\" a \"\""), (Strings{"a"}));
 }
 
@@ -51,7 +52,8 @@ TEST(RankedTranscriptSearchMatchTest, EveryTermMustBeSomewhere) {
     ASSERT_TRUE(both.has_value());
     EXPECT_EQ(both->matchingTurns, 2);
     EXPECT_EQ(both->score, 2);
-    EXPECT_EQ(both->snippets, (Strings{"**Ann:** The budget looks fine.", "**Bo:** Agreed on the Q3 plan today."}));
+    EXPECT_EQ(both->snippets,
+              (Strings{"**Ann:** The budget looks fine.", "**Bo:** Agreed on the Q3 plan today."}));
 }
 
 TEST(RankedTranscriptSearchMatchTest, SubstringsIgnoringCaseAndDiacritics) {
@@ -98,7 +100,8 @@ TEST(RankedTranscriptSearchMatchTest, SnippetsComeFromDistinctTurnsThenFields) {
     auto found = RTS::match(doc, {"alpha", "beta", "gamma", "delta"});
     ASSERT_TRUE(found.has_value());
     EXPECT_EQ(found->matchingTurns, 5);
-    EXPECT_EQ(found->snippets, (Strings{"**Ann:** alpha beta gamma", "**Bo:** beta again", "**Ann:** gamma and alpha"}));
+    EXPECT_EQ(found->snippets,
+              (Strings{"**Ann:** alpha beta gamma", "**Bo:** beta again", "**Ann:** gamma and alpha"}));
 
     auto oneTurn = document({{"Ann", "alpha beta gamma"}, {"Bo", "nothing"}});
     oneTurn.notes = "gamma noted";
@@ -112,10 +115,14 @@ TEST(RankedTranscriptSearchMatchTest, SnippetsComeFromDistinctTurnsThenFields) {
 }
 
 TEST(RankedTranscriptSearchMatchTest, ThreeTermsInEachOfThreeTurnsUseThreeTurnsAndAFourthAddsNone) {
-    auto doc = document({{"A", "red green blue"}, {"B", "red green blue"}, {"C", "red green blue"}, {"D", "red green blue white"}});
+    auto doc = document({{"A", "red green blue"},
+                         {"B", "red green blue"},
+                         {"C", "red green blue"},
+                         {"D", "red green blue white"}});
     auto found = RTS::match(doc, {"red", "green", "blue", "white"});
     ASSERT_TRUE(found.has_value());
-    EXPECT_EQ(found->snippets, (Strings{"**A:** red green blue", "**B:** red green blue", "**C:** red green blue"}));
+    EXPECT_EQ(found->snippets,
+              (Strings{"**A:** red green blue", "**B:** red green blue", "**C:** red green blue"}));
     EXPECT_EQ(found->score, 4);
 }
 
@@ -157,16 +164,15 @@ TEST(RankedTranscriptSearchExcerptTest, MatchSnippetsKeepAccentsOfTheOriginal) {
         for (int i = 0; i < n; ++i) made += "ÉÉÉ ";
         return made;
     };
-    EXPECT_EQ(found->snippets, (Strings{"**Zoë:** \u2026É " + groups(21) + "the Résumé review happens " + groups(18) + "ÉÉ\u2026"}));
+    EXPECT_EQ(found->snippets, (Strings{"**Zoë:** \u2026É " + groups(21) + "the Résumé review happens " +
+                                        groups(18) + "ÉÉ\u2026"}));
 }
 
 TEST(RankedTranscriptSearchRankTest, SortsByScoreKeepingInputOrderOnTies) {
     using Item = std::pair<std::string, TranscriptDocument>;
     std::vector<Item> items{
-        {"one", document({{"A", "budget"}})},
-        {"two", document({{"A", "budget"}, {"B", "budget again"}})},
-        {"three", document({{"A", "nothing"}})},
-        {"four", document({{"A", "budget"}})},
+        {"one", document({{"A", "budget"}})},    {"two", document({{"A", "budget"}, {"B", "budget again"}})},
+        {"three", document({{"A", "nothing"}})}, {"four", document({{"A", "budget"}})},
         {"five", document({}, "Budget review")},
     };
     auto hits = RTS::rank(items, "budget");
@@ -195,8 +201,8 @@ std::optional<RTS::DocumentMatch> plainMatch(const TranscriptDocument& doc, cons
     }
     RTS::DocumentMatch result;
     for (const auto& turn : doc.turns) {
-        result.matchingTurns += std::any_of(terms.begin(), terms.end(),
-                                            [&](const std::string& t) { return RTS::termMatches(t, turn.text); });
+        result.matchingTurns += std::any_of(
+            terms.begin(), terms.end(), [&](const std::string& t) { return RTS::termMatches(t, turn.text); });
     }
     result.score = result.matchingTurns + (std::any_of(terms.begin(), terms.end(), inTitle) ? 3 : 0) +
                    (std::any_of(terms.begin(), terms.end(), inParticipants) ? 2 : 0);
@@ -209,8 +215,9 @@ std::optional<RTS::DocumentMatch> plainMatch(const TranscriptDocument& doc, cons
             if (used.contains(i) || !RTS::termMatches(term, doc.turns[i].text)) continue;
             used.insert(i);
             placed = true;
-            result.snippets.push_back("**" + doc.turns[i].speaker + ":** " +
-                                      RTS::excerpt(doc.turns[i].text, *TextFolding::find(doc.turns[i].text, term), 90));
+            result.snippets.push_back(
+                "**" + doc.turns[i].speaker + ":** " +
+                RTS::excerpt(doc.turns[i].text, *TextFolding::find(doc.turns[i].text, term), 90));
         }
         if (!placed) unplaced.push_back(term);
     }
@@ -227,22 +234,26 @@ std::optional<RTS::DocumentMatch> plainMatch(const TranscriptDocument& doc, cons
 
 TEST(RankedTranscriptSearchMatchTest, OnePassMatchAgreesWithThePlainDefinition) {
     std::mt19937 random(11);
-    const Strings vocabulary{"plan", "Plan", "PLANNING", "résumé", "resume", "Straße", "strasse", "budget", "ok",
-                             "😀", "e\xCC\x81", "q3", "Q3 plan", "ß", "x", "the", "\n", "alpha beta"};
+    const Strings vocabulary{"plan",    "Plan",   "PLANNING", "résumé", "resume",    "Straße",
+                             "strasse", "budget", "ok",       "😀",      "e\xCC\x81", "q3",
+                             "Q3 plan", "ß",      "x",        "the",    "\n",        "alpha beta"};
     auto text = [&](size_t words) {
         std::string made;
-        for (size_t i = 0; i < words; ++i) made += vocabulary[random() % vocabulary.size()] + (random() % 3 ? " " : "");
+        for (size_t i = 0; i < words; ++i)
+            made += vocabulary[random() % vocabulary.size()] + (random() % 3 ? " " : "");
         return made;
     };
     for (int round = 0; round < 300; ++round) {
         TranscriptDocument doc = document({}, text(2), {text(1), text(1)});
-        for (size_t t = random() % 5; t > 0; --t) doc.turns.push_back({"S" + std::to_string(t), text(random() % 60)});
+        for (size_t t = random() % 5; t > 0; --t)
+            doc.turns.push_back({"S" + std::to_string(t), text(random() % 60)});
         doc.notes = text(random() % 4);
         doc.summary = text(random() % 4);
         doc.actionItems = text(random() % 4);
         doc.keyMoments = text(random() % 4);
         Strings terms;
-        for (size_t k = 1 + random() % 4; k > 0; --k) terms.push_back(vocabulary[random() % vocabulary.size()]);
+        for (size_t k = 1 + random() % 4; k > 0; --k)
+            terms.push_back(vocabulary[random() % vocabulary.size()]);
         ASSERT_EQ(RTS::match(doc, terms), plainMatch(doc, terms)) << "round " << round;
     }
 }
