@@ -9,6 +9,7 @@ namespace zelmor::kitcli {
 /// Registers a subcommand on the application; its callback sets the process's exit status.
 using Registration = void (*)(CLI::App& app, int& exitStatus);
 
+void registerAskCommand(CLI::App& app, int& exitStatus);
 void registerImportCommand(CLI::App& app, int& exitStatus);
 void registerTidyCommand(CLI::App& app, int& exitStatus);
 void registerIdsCommand(CLI::App& app, int& exitStatus);

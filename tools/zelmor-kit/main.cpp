@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     int exitStatus = 0;
     static constexpr Registration registrations[] = {
+        registerAskCommand,
         registerImportCommand,
         registerTidyCommand,
         registerIdsCommand,
