@@ -315,13 +315,13 @@ struct Range {
 /// count as plain ones (each is one UTF-16 unit, so positions do not move).
 std::vector<Range> quotedRanges(const icu::UnicodeString& question) {
     std::vector<Range> ranges;
-    std::optional<int32_t> open;
+    int32_t open = -1; // where the quotation being read began
     for (int32_t at = 0; at < question.length(); ++at) {
         char16_t unit = question.charAt(at);
         if (unit != u'"' && unit != u'\u201C' && unit != u'\u201D' && unit != u'\u201E') continue;
-        if (open) {
-            ranges.push_back({*open, at + 1});
-            open.reset();
+        if (open >= 0) {
+            ranges.push_back({open, at + 1});
+            open = -1;
         } else {
             open = at;
         }
