@@ -1,6 +1,8 @@
 // nlohmann::json keeps object members in a std::map, so iterating gives ascending key order.
 #include "ZelmorMarkdownKit/JSONWriter.h"
 
+#include "ZelmorMarkdownKit/UTF8.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -8,19 +10,39 @@ namespace zelmor::JSONWriter {
 
 namespace {
 
-void writeString(std::string& out, const std::string& s) {
+void writeString(std::string& out, const std::string& raw) {
     static constexpr char hex[] = "0123456789abcdef";
+    // A string may carry bytes from a file name or a file that are not UTF-8; what we write must
+    // stay readable JSON for the client, so those bytes go out as U+FFFD.
+    std::string repairedCopy;
+    const std::string& s = UTF8::isValid(raw) ? raw : (repairedCopy = UTF8::repaired(raw));
     out += '"';
     for (unsigned char c : s) {
         switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '/': out += "\\/"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        case '\b': out += "\\b"; break;
-        case '\f': out += "\\f"; break;
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '/':
+            out += "\\/";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        case '\b':
+            out += "\\b";
+            break;
+        case '\f':
+            out += "\\f";
+            break;
         default:
             if (c < 0x20) {
                 out += "\\u00";
@@ -63,12 +85,19 @@ bool write(std::string& out, const nlohmann::json& value, int indent, int depth)
         out.append(static_cast<size_t>(level * indent), ' ');
     };
     switch (value.type()) {
-    case nlohmann::json::value_t::null: out += "null"; return true;
-    case nlohmann::json::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return true;
-    case nlohmann::json::value_t::string: writeString(out, value.get_ref<const std::string&>()); return true;
+    case nlohmann::json::value_t::null:
+        out += "null";
+        return true;
+    case nlohmann::json::value_t::boolean:
+        out += value.get<bool>() ? "true" : "false";
+        return true;
+    case nlohmann::json::value_t::string:
+        writeString(out, value.get_ref<const std::string&>());
+        return true;
     case nlohmann::json::value_t::number_integer:
     case nlohmann::json::value_t::number_unsigned:
-    case nlohmann::json::value_t::number_float: return writeNumber(out, value);
+    case nlohmann::json::value_t::number_float:
+        return writeNumber(out, value);
     case nlohmann::json::value_t::array: {
         out += '[';
         bool first = true;
@@ -97,7 +126,8 @@ bool write(std::string& out, const nlohmann::json& value, int indent, int depth)
         out += '}';
         return true;
     }
-    default: return false;
+    default:
+        return false;
     }
 }
 
