@@ -18,17 +18,12 @@ int main(int argc, char** argv) {
     std::string home = platform::homeDirectory();
     auto commandLine = CommandLine::parse(std::vector<std::string>(argv + 1, argv + argc), home);
     switch (commandLine.action) {
-    case CommandLine::Action::help:
-        std::printf("%s\n", CommandLine::helpText().c_str());
-        return 0;
-    case CommandLine::Action::version:
-        std::printf("%s\n", CommandLine::version);
-        return 0;
+    case CommandLine::Action::help: std::printf("%s\n", CommandLine::helpText().c_str()); return 0;
+    case CommandLine::Action::version: std::printf("%s\n", CommandLine::version); return 0;
     case CommandLine::Action::missingFolderPath:
         std::fprintf(stderr, "%s\n", CommandLine::missingFolderPathMessage);
         return 2;
-    case CommandLine::Action::serve:
-        break;
+    case CommandLine::Action::serve: break;
     }
 
     std::map<std::string, std::string> environment;
@@ -41,10 +36,8 @@ int main(int argc, char** argv) {
 
     MCPServer server(TranscriptFolderResolver{home, commandLine.transcriptsFolder},
                      MCPServer::attribution(environment), std::make_shared<MCPClientContext>());
-    std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version,
-                 server.resolver().resolve().c_str());
+    std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version, server.resolver().resolve().c_str());
     std::fflush(stderr);
-    return LineLoop::run(
-        STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); },
-        &MCPServer::parseErrorReply);
+    return LineLoop::run(STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); },
+                         &MCPServer::parseErrorReply);
 }
