@@ -12,6 +12,8 @@ namespace zelmor::LineLoop {
 
 namespace {
 
+constexpr size_t longLineBytes = size_t{1} << 20;
+
 bool writeAll(int fd, std::string_view data) {
     while (!data.empty()) {
         ssize_t n = ::write(fd, data.data(), data.size());
@@ -67,7 +69,14 @@ int run(int inputFd, int outputFd, const Handler& handle, const OversizedHandler
                 std::string().swap(pending); // give the memory back, not just the size
             }
             if (newline == std::string_view::npos) {
-                if (!discarding) pending.append(piece);
+                if (!discarding) {
+                    // Doubling would copy a long line over and over and briefly hold it twice;
+                    // past the first megabyte, room for the longest line is taken at once
+                    // (address space only, until written).
+                    if (pending.size() + piece.size() > longLineBytes && pending.capacity() < maxLineBytes)
+                        pending.reserve(maxLineBytes);
+                    pending.append(piece);
+                }
                 break;
             }
             bool written;
@@ -80,6 +89,7 @@ int run(int inputFd, int outputFd, const Handler& handle, const OversizedHandler
                 pending.append(piece);
                 written = dispatch(pending, outputFd, handle);
                 pending.clear();
+                if (pending.capacity() > longLineBytes) std::string().swap(pending); // return what a long line took
             }
             if (!written) return 0;
             chunk.remove_prefix(newline + 1);

@@ -73,7 +73,10 @@ MCPServer::MCPServer(TranscriptFolderResolver resolver, ActivityAttribution attr
     : resolver_(std::move(resolver)), attribution_(attribution), clientContext_(std::move(clientContext)) {}
 
 std::optional<std::string> MCPServer::handle(std::string_view line) const {
-    json message = nestsDeeperThan(line, maxNestingDepth)
+    // A raw NUL is never valid JSON, but the parser takes it for the end of the input and
+    // would accept whatever came before it.
+    bool refused = line.find('\0') != std::string_view::npos || nestsDeeperThan(line, maxNestingDepth);
+    json message = refused
                        ? json(json::value_t::discarded)
                        : json::parse(line.begin(), line.end(), nullptr, /*allow_exceptions=*/false);
     if (message.is_discarded() || !(message.is_object() || message.is_array())) return parseErrorReply();
