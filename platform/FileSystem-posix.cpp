@@ -168,6 +168,7 @@ std::optional<std::string> readFileWithoutLinks(const std::string& path, const F
     while (folder >= 0) {
         size_t slash = path.find('/', start);
         std::string name = path.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
+        if (name == "." || name == "..") break; // the path was checked as written, not walked up
         if (slash == std::string::npos) {
             int fd =
                 ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
@@ -182,6 +183,7 @@ std::optional<std::string> readFileWithoutLinks(const std::string& path, const F
         folder = next;
         start = slash + 1;
     }
+    if (folder >= 0) ::close(folder);
     return std::nullopt;
 }
 

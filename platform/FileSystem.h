@@ -51,10 +51,10 @@ struct FileIdentity {
 /// link; nothing for a link, folder, FIFO, socket, device or missing file.
 std::optional<FileIdentity> regularFileIdentity(const std::string& path);
 
-/// Reads a whole regular file at an absolute path that holds no symbolic links, opening it one
-/// component at a time without following any link: a folder or file swapped for a link after
-/// the path was checked is refused, not followed. Gives nothing unless what was opened is the
-/// regular file `expected`.
+/// Reads a whole regular file at an absolute, standardised path that holds no symbolic links,
+/// opening it one component at a time without following any link: a folder or file swapped for
+/// a link after the path was checked is refused, not followed. Gives nothing unless what was
+/// opened is the regular file `expected`.
 std::optional<std::string> readFileWithoutLinks(const std::string& path, const FileIdentity& expected);
 
 /// Writes the whole contents to a temporary file beside the destination and renames it into
