@@ -51,10 +51,11 @@ TEST_F(HostileProtocol, HundredMegabyteLineIsAnsweredWithTheParseErrorInBoundedM
     ProcessResult result = test::runProcess("/bin/sh", options);
     expectCleanExit(result);
     EXPECT_EQ(result.out, parseError + pong(2));
-    // Kept whole, the line alone would be 100 MB, and its parsed copy as much again.
+    // At most 64 MB of the line are ever held; kept whole, the line, its repaired copy and its
+    // parsed string would take 300 MB. The headroom is for the sanitizers' own memory.
     rusage usage{};
     ASSERT_EQ(::getrusage(RUSAGE_CHILDREN, &usage), 0);
-    EXPECT_LT(usage.ru_maxrss, 100L * 1024) << "peak resident size of a child, in kilobytes";
+    EXPECT_LT(usage.ru_maxrss, 150L * 1024) << "peak resident size of a child, in kilobytes";
 }
 
 TEST_F(HostileProtocol, LineOverTheLimitWithoutAnEndIsStillAnsweredAtEndOfInput) {
