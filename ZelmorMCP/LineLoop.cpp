@@ -12,6 +12,8 @@ namespace zelmor::LineLoop {
 
 namespace {
 
+constexpr size_t longLineBytes = size_t{1} << 20;
+
 bool writeAll(int fd, std::string_view data) {
     while (!data.empty()) {
         ssize_t n = ::write(fd, data.data(), data.size());
@@ -36,11 +38,21 @@ bool dispatch(std::string_view raw, int outputFd, const Handler& handle) {
     return writeAll(outputFd, *reply);
 }
 
+bool answerOversized(int outputFd, const OversizedHandler& oversized) {
+    if (!oversized) return true;
+    auto reply = oversized();
+    if (!reply) return true;
+    reply->push_back('\n');
+    return writeAll(outputFd, *reply);
+}
+
 } // namespace
 
-int run(int inputFd, int outputFd, const Handler& handle) {
+int run(int inputFd, int outputFd, const Handler& handle, const OversizedHandler& oversized,
+        size_t maxLineBytes) {
     std::vector<char> buffer(1 << 16);
     std::string pending;
+    bool discarding = false; // inside a line already over the limit: drop bytes until its end
     while (true) {
         ssize_t n = ::read(inputFd, buffer.data(), buffer.size());
         if (n < 0) {
@@ -51,24 +63,43 @@ int run(int inputFd, int outputFd, const Handler& handle) {
         std::string_view chunk(buffer.data(), static_cast<size_t>(n));
         while (!chunk.empty()) {
             size_t newline = chunk.find('\n');
+            std::string_view piece = chunk.substr(0, newline);
+            if (!discarding && pending.size() + piece.size() > maxLineBytes) {
+                discarding = true;
+                std::string().swap(pending); // give the memory back, not just the size
+            }
             if (newline == std::string_view::npos) {
-                pending.append(chunk);
+                if (!discarding) {
+                    // Doubling would copy a long line over and over and briefly hold it twice;
+                    // past the first megabyte, room for the longest line is taken at once
+                    // (address space only, until written).
+                    if (pending.size() + piece.size() > longLineBytes && pending.capacity() < maxLineBytes)
+                        pending.reserve(maxLineBytes);
+                    pending.append(piece);
+                }
                 break;
             }
             bool written;
-            if (pending.empty()) {
-                written = dispatch(chunk.substr(0, newline), outputFd, handle);
+            if (discarding) {
+                discarding = false;
+                written = answerOversized(outputFd, oversized);
+            } else if (pending.empty()) {
+                written = dispatch(piece, outputFd, handle);
             } else {
-                pending.append(chunk.substr(0, newline));
+                pending.append(piece);
                 written = dispatch(pending, outputFd, handle);
                 pending.clear();
+                if (pending.capacity() > longLineBytes) std::string().swap(pending); // return what a long line took
             }
             if (!written) return 0;
             chunk.remove_prefix(newline + 1);
         }
     }
     // Input ended in the middle of a line: that last line still counts.
-    if (!pending.empty()) dispatch(pending, outputFd, handle);
+    if (discarding)
+        answerOversized(outputFd, oversized);
+    else if (!pending.empty())
+        dispatch(pending, outputFd, handle);
     return 0;
 }
 

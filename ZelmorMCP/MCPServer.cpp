@@ -20,6 +20,33 @@ constexpr int methodNotFoundCode = -32601;
 constexpr const char* instructions =
     R"(Access to the user's Zelmor meeting transcripts — the speaker-labeled markdown files Zelmor writes into a folder the user owns. Typical flow: search_meetings to shortlist by keyword/participant/date (multi-term queries AND together, "double quotes" match a phrase, sort: 'relevance' ranks by match density for asks that span the whole history), read_meeting for a full transcript, list_participants to see who the user meets with. Cite meetings by title + date when answering from them; when a search comes back empty, say so honestly — never invent a meeting or a citation. These tools READ; Zelmor itself writes the notes into each meeting file after the call.)";
 
+/// Deeper than any real request. Copying and writing a JSON value recurse once per level, so a
+/// line nested 100,000 deep would overflow the stack long after the parser accepted it.
+constexpr size_t maxNestingDepth = 512;
+
+/// True when brackets outside strings open deeper than `limit`. Only a bound: the parser still
+/// judges whether the line is JSON at all.
+bool nestsDeeperThan(std::string_view line, size_t limit) {
+    size_t depth = 0;
+    bool inString = false;
+    for (size_t i = 0; i < line.size(); ++i) {
+        char c = line[i];
+        if (inString) {
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > limit) return true;
+        } else if ((c == ']' || c == '}') && depth > 0) {
+            --depth;
+        }
+    }
+    return false;
+}
+
 struct MethodBinding {
     std::string_view method;
     json (MCPServer::*handler)(const json& id, const json& params) const;
@@ -46,16 +73,25 @@ MCPServer::MCPServer(TranscriptFolderResolver resolver, ActivityAttribution attr
     : resolver_(std::move(resolver)), attribution_(attribution), clientContext_(std::move(clientContext)) {}
 
 std::optional<std::string> MCPServer::handle(std::string_view line) const {
-    json message = json::parse(line.begin(), line.end(), nullptr, /*allow_exceptions=*/false);
-    if (message.is_discarded() || !(message.is_object() || message.is_array()))
-        return JSONWriter::compact(errorResponse(nullptr, parseErrorCode, "Parse error: message is not valid JSON"));
+    // A raw NUL is never valid JSON, but the parser takes it for the end of the input and
+    // would accept whatever came before it.
+    bool refused = line.find('\0') != std::string_view::npos || nestsDeeperThan(line, maxNestingDepth);
+    json message = refused
+                       ? json(json::value_t::discarded)
+                       : json::parse(line.begin(), line.end(), nullptr, /*allow_exceptions=*/false);
+    if (message.is_discarded() || !(message.is_object() || message.is_array())) return parseErrorReply();
     if (!message.is_object())
-        return JSONWriter::compact(errorResponse(
-            nullptr, invalidRequestCode,
-            "Invalid request: expected a single JSON-RPC object (batches are not supported)"));
+        return JSONWriter::compact(
+            errorResponse(nullptr, invalidRequestCode,
+                          "Invalid request: expected a single JSON-RPC object (batches are not supported)"));
     auto reply = handleMessage(message);
     if (!reply) return std::nullopt;
     return JSONWriter::compact(*reply);
+}
+
+std::optional<std::string> MCPServer::parseErrorReply() {
+    return JSONWriter::compact(
+        errorResponse(nullptr, parseErrorCode, "Parse error: message is not valid JSON"));
 }
 
 std::optional<json> MCPServer::handleMessage(const json& message) const {
@@ -71,7 +107,8 @@ std::optional<json> MCPServer::handleMessage(const json& message) const {
 
     static const json emptyParams = json::object();
     auto paramsMember = message.find("params");
-    const json& params = paramsMember != message.end() && paramsMember->is_object() ? *paramsMember : emptyParams;
+    const json& params =
+        paramsMember != message.end() && paramsMember->is_object() ? *paramsMember : emptyParams;
 
     static constexpr MethodBinding methods[] = {
         {"initialize", &MCPServer::onInitialize},
@@ -95,12 +132,16 @@ json MCPServer::initializeResult(const json& params) const {
         }
     }
     std::string version = latestProtocolVersion;
-    if (auto requested = params.find("protocolVersion"); requested != params.end() && requested->is_string()) {
+    if (auto requested = params.find("protocolVersion");
+        requested != params.end() && requested->is_string()) {
         if (isSupportedProtocolVersion(requested->get_ref<const std::string&>())) version = *requested;
     }
     return {{"protocolVersion", version},
             {"capabilities", {{"tools", json::object()}}},
-            {"serverInfo", {{"name", "zelmor-mcp"}, {"title", "Zelmor meeting transcripts"}, {"version", CommandLine::version}}},
+            {"serverInfo",
+             {{"name", "zelmor-mcp"},
+              {"title", "Zelmor meeting transcripts"},
+              {"version", CommandLine::version}}},
             {"instructions", instructions}};
 }
 
@@ -108,13 +149,17 @@ json MCPServer::onInitialize(const json& id, const json& params) const {
     return successResponse(id, initializeResult(params));
 }
 
-json MCPServer::onPing(const json& id, const json&) const { return successResponse(id, json::object()); }
+json MCPServer::onPing(const json& id, const json&) const {
+    return successResponse(id, json::object());
+}
 
 json MCPServer::onToolsList(const json& id, const json&) const {
     return successResponse(id, {{"tools", ToolCatalogue::toolDefinitions()}});
 }
 
-json MCPServer::onToolsCall(const json& id, const json& params) const { return toolCall_(id, params); }
+json MCPServer::onToolsCall(const json& id, const json& params) const {
+    return toolCall_(id, params);
+}
 
 json MCPServer::successResponse(const json& id, json result) {
     return {{"jsonrpc", "2.0"}, {"id", id}, {"result", std::move(result)}};

@@ -20,7 +20,8 @@ public:
     enum class ActivityAttribution { user, zelmorTriggered, probe };
 
     /// Answers "tools/call": takes the request id and params, returns the whole reply object.
-    using ToolCallHandler = std::function<nlohmann::json(const nlohmann::json& id, const nlohmann::json& params)>;
+    using ToolCallHandler =
+        std::function<nlohmann::json(const nlohmann::json& id, const nlohmann::json& params)>;
 
     static constexpr const char* latestProtocolVersion = "2025-06-18";
     static bool isSupportedProtocolVersion(std::string_view version);
@@ -40,6 +41,9 @@ public:
 
     /// The serialised reply to one line, or nothing (notifications, unserialisable replies).
     std::optional<std::string> handle(std::string_view line) const;
+
+    /// The serialised parse error; also the answer to a line too long to read whole.
+    static std::optional<std::string> parseErrorReply();
 
     /// Dispatch of one parsed object; nothing means no reply is sent.
     std::optional<nlohmann::json> handleMessage(const nlohmann::json& message) const;

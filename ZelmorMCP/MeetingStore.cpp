@@ -50,14 +50,16 @@ std::optional<MeetingStore::Meeting> meetingAt(const std::string& path) {
 
 /// Each worker takes the next unclaimed index; results land in their own slots, so nothing
 /// else is shared and the outcome is the same for any number of workers.
-std::vector<std::optional<MeetingStore::Meeting>> readAll(const std::vector<std::string>& paths, unsigned workers) {
+std::vector<std::optional<MeetingStore::Meeting>> readAll(const std::vector<std::string>& paths,
+                                                          unsigned workers) {
     std::vector<std::optional<MeetingStore::Meeting>> results(paths.size());
     std::atomic<size_t> next{0};
     auto work = [&] {
         for (size_t i = next++; i < paths.size(); i = next++) results[i] = meetingAt(paths[i]);
     };
     if (workers == 0) workers = std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
-    workers = static_cast<unsigned>(std::min<size_t>(workers, (paths.size() + filesPerWorker - 1) / filesPerWorker));
+    workers = static_cast<unsigned>(
+        std::min<size_t>(workers, (paths.size() + filesPerWorker - 1) / filesPerWorker));
     std::vector<std::thread> threads;
     try {
         threads.reserve(workers);
@@ -76,7 +78,9 @@ const std::string& sortKey(const MeetingStore::Meeting& meeting) {
 
 } // namespace
 
-std::vector<MeetingStore::Meeting> MeetingStore::scan() const { return scan(0); }
+std::vector<MeetingStore::Meeting> MeetingStore::scan() const {
+    return scan(0);
+}
 
 std::vector<MeetingStore::Meeting> MeetingStore::scan(unsigned workers) const {
     if (!platform::isDirectory(folder)) throw StoreError::folderMissing(folder);
@@ -85,6 +89,8 @@ std::vector<MeetingStore::Meeting> MeetingStore::scan(unsigned workers) const {
 
     std::vector<std::string> candidates;
     for (auto& path : *listed) {
+        // A name that is not UTF-8 could not be shown to the agent nor sent back by it to read.
+        if (!UTF8::isValid(path)) continue;
         if (hasMarkdownExtension(path) && !SkillsFolder::holds(path, memoryFolderName))
             candidates.push_back(std::move(path));
     }
@@ -115,8 +121,11 @@ std::string MeetingStore::resolveInsideFolder(std::string_view path) const {
 
 std::string MeetingStore::readInsideFolder(std::string_view path) const {
     std::string file = resolveInsideFolder(path);
+    // The checked path holds no links; opening it without following any, and only if it is still
+    // the file just looked at, keeps a link swapped in meanwhile from leading outside the folder.
     std::optional<std::string> text;
-    if (file.find('\0') == std::string::npos) text = platform::readFile(file);
+    if (auto identity = platform::regularFileIdentity(file))
+        text = platform::readFileWithoutLinks(file, *identity);
     if (!text || !UTF8::isValid(*text)) throw StoreError::notFound(std::string(path));
     return std::move(*text);
 }
@@ -147,8 +156,9 @@ std::vector<MeetingStore::ParticipantSummary> MeetingStore::participants() const
     rows.reserve(byName.size());
     for (auto& [name, summary] : byName) rows.push_back(std::move(summary));
     // The map already gives names in byte order, so a stable sort by count finishes the order.
-    std::stable_sort(rows.begin(), rows.end(),
-                     [](const ParticipantSummary& a, const ParticipantSummary& b) { return a.meetingCount > b.meetingCount; });
+    std::stable_sort(rows.begin(), rows.end(), [](const ParticipantSummary& a, const ParticipantSummary& b) {
+        return a.meetingCount > b.meetingCount;
+    });
     return rows;
 }
 

@@ -47,5 +47,6 @@ int main(int argc, char** argv) {
     server.setToolCallHandler([&](const nlohmann::json& id, const nlohmann::json& params) { return tools.toolCall(id, params); });
     std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version, server.resolver().resolve().c_str());
     std::fflush(stderr);
-    return LineLoop::run(STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); });
+    return LineLoop::run(STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); },
+                         &MCPServer::parseErrorReply);
 }

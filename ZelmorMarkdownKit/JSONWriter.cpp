@@ -1,6 +1,8 @@
 // nlohmann::json keeps object members in a std::map, so iterating gives ascending key order.
 #include "ZelmorMarkdownKit/JSONWriter.h"
 
+#include "ZelmorMarkdownKit/UTF8.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -8,8 +10,12 @@ namespace zelmor::JSONWriter {
 
 namespace {
 
-void writeString(std::string& out, const std::string& s) {
+void writeString(std::string& out, const std::string& raw) {
     static constexpr char hex[] = "0123456789abcdef";
+    // A string may carry bytes from a file name or a file that are not UTF-8; what we write must
+    // stay readable JSON for the client, so those bytes go out as U+FFFD.
+    std::string repairedCopy;
+    const std::string& s = UTF8::isValid(raw) ? raw : (repairedCopy = UTF8::repaired(raw));
     out += '"';
     for (unsigned char c : s) {
         switch (c) {

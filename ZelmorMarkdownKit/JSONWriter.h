@@ -1,5 +1,5 @@
 // The one JSON writer for everything we put on the wire or on disk: keys sorted at every depth,
-// "/" written as "\/", non-ASCII as raw UTF-8, integers kept integral.
+// "/" written as "\/", non-ASCII as raw UTF-8 (ill-formed bytes as U+FFFD), integers kept integral.
 #pragma once
 
 #include <nlohmann/json.hpp>

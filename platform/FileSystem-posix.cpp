@@ -36,6 +36,38 @@ bool writeAll(int fd, std::string_view data) {
     return true;
 }
 
+FileIdentity identityOf(const struct stat& st) {
+    return {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
+}
+
+/// Reads an open descriptor to its end and closes it; nothing unless it is a regular file (and,
+/// when `expected` is given, that very file).
+std::optional<std::string> readRegularAndClose(int fd, const FileIdentity* expected) {
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) ||
+        (expected != nullptr && identityOf(st) != *expected)) {
+        ::close(fd);
+        return std::nullopt;
+    }
+    std::string data;
+    data.resize(static_cast<size_t>(st.st_size));
+    size_t used = 0;
+    while (true) {
+        if (used == data.size()) data.resize(data.size() + 4096);
+        ssize_t n = ::read(fd, data.data() + used, data.size() - used);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            ::close(fd);
+            return std::nullopt;
+        }
+        if (n == 0) break;
+        used += static_cast<size_t>(n);
+    }
+    ::close(fd);
+    data.resize(used);
+    return data;
+}
+
 } // namespace
 
 std::string homeDirectory() {
@@ -123,31 +155,44 @@ bool exists(const std::string& path) {
 }
 
 std::optional<std::string> readFile(const std::string& path) {
+    if (path.find('\0') != std::string::npos) return std::nullopt; // the OS would read a shorter path
     // O_NONBLOCK so that opening a FIFO never waits for a writer; fstat then refuses it.
     int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) return std::nullopt;
+    return readRegularAndClose(fd, nullptr);
+}
+
+std::optional<FileIdentity> regularFileIdentity(const std::string& path) {
+    if (path.find('\0') != std::string::npos) return std::nullopt;
     struct stat st {};
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-        ::close(fd);
-        return std::nullopt;
-    }
-    std::string data;
-    data.resize(static_cast<size_t>(st.st_size));
-    size_t used = 0;
-    while (true) {
-        if (used == data.size()) data.resize(data.size() + 4096);
-        ssize_t n = ::read(fd, data.data() + used, data.size() - used);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            ::close(fd);
-            return std::nullopt;
+    if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+    return identityOf(st);
+}
+
+std::optional<std::string> readFileWithoutLinks(const std::string& path, const FileIdentity& expected) {
+    if (path.empty() || path[0] != '/' || path.find('\0') != std::string::npos) return std::nullopt;
+    int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    size_t start = 1;
+    while (folder >= 0) {
+        size_t slash = path.find('/', start);
+        std::string name = path.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
+        if (name == "." || name == "..") break; // the path was checked as written, not walked up
+        if (slash == std::string::npos) {
+            int fd =
+                ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+            ::close(folder);
+            if (fd < 0) return std::nullopt;
+            return readRegularAndClose(fd, &expected);
         }
-        if (n == 0) break;
-        used += static_cast<size_t>(n);
+        int next = name.empty()
+                       ? ::dup(folder)
+                       : ::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        ::close(folder);
+        folder = next;
+        start = slash + 1;
     }
-    ::close(fd);
-    data.resize(used);
-    return data;
+    if (folder >= 0) ::close(folder);
+    return std::nullopt;
 }
 
 bool writeFileAtomically(const std::string& path, std::string_view contents) {

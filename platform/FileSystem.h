@@ -40,8 +40,26 @@ bool isDirectory(const std::string& path);
 bool exists(const std::string& path);
 
 /// Reads a whole regular file. Folders, FIFOs, sockets and devices are refused without
-/// blocking; a file that cannot be opened or read gives nothing.
+/// blocking; a file that cannot be opened or read, or a path holding a NUL, gives nothing.
 std::optional<std::string> readFile(const std::string& path);
+
+/// Which file a path reached, on its device: two opens that give the same identity reached the
+/// same file, whatever happened to the names in between.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+
+/// The identity of the regular file at the path, the last component not followed if it is a
+/// link; nothing for a link, folder, FIFO, socket, device or missing file.
+std::optional<FileIdentity> regularFileIdentity(const std::string& path);
+
+/// Reads a whole regular file at an absolute, standardised path that holds no symbolic links,
+/// opening it one component at a time without following any link: a folder or file swapped for
+/// a link after the path was checked is refused, not followed. Gives nothing unless what was
+/// opened is the regular file `expected`.
+std::optional<std::string> readFileWithoutLinks(const std::string& path, const FileIdentity& expected);
 
 /// Writes the whole contents to a temporary file beside the destination and renames it into
 /// place, so readers see either the old or the new file, never a part. The folder is not created.

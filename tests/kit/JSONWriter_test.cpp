@@ -22,6 +22,12 @@ TEST(JSONWriter, WritesNonASCIIAsRawUTF8) {
     EXPECT_EQ(JSONWriter::compact(json("Zoë — “x” →")), "\"Zoë — “x” →\"");
 }
 
+TEST(JSONWriter, IllFormedUTF8InKeysAndValuesGoesOutAsReplacementCharacters) {
+    json value = {{"caf\xE9", "/a/caf\xE9.md"}, {"ok", "\xF0\x9F\x98"}};
+    EXPECT_EQ(JSONWriter::compact(value), "{\"caf\uFFFD\":\"\\/a\\/caf\uFFFD.md\",\"ok\":\"\uFFFD\"}");
+    EXPECT_EQ(JSONWriter::pretty(json("\xC0\xAF")), "\"\uFFFD\uFFFD\"");
+}
+
 TEST(JSONWriter, KeepsIntegersIntegral) {
     EXPECT_EQ(JSONWriter::compact(json::parse("[12345678901234,-7,0,18446744073709551615]")),
               "[12345678901234,-7,0,18446744073709551615]");

@@ -1,4 +1,5 @@
-// Dispatch behaviour that the wire alone does not show: the captured client name.
+// Dispatch behaviour that the wire alone does not show: the captured client name and the exact
+// edge of the nesting limit.
 #include "ZelmorMCP/MCPServer.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +35,18 @@ TEST(MCPServer, ToolsCallIsUnknownUntilAnExecutorIsPlugged) {
         return MCPServer::successResponse(id, {{"echo", params}});
     });
     EXPECT_EQ(server.handle(R"({"id":2,"method":"tools/call"})"), R"({"id":2,"jsonrpc":"2.0","result":{"echo":{}}})");
+}
+
+TEST(MCPServer, NestingUpTo512LevelsIsServedOneMoreIsAParseError) {
+    auto server = makeServer(std::make_shared<MCPClientContext>());
+    auto pingWithParams = [](int depth) { // the request object itself is the first level
+        return R"({"id":1,"method":"ping","params":{"x":)" + std::string(depth - 2, '[') + std::string(depth - 2, ']') +
+               R"(,"s":"[[[[\"{{"}})";
+    };
+    EXPECT_EQ(server.handle(pingWithParams(512)), R"({"id":1,"jsonrpc":"2.0","result":{}})");
+    EXPECT_EQ(server.handle(pingWithParams(513)), MCPServer::parseErrorReply());
+    EXPECT_EQ(MCPServer::parseErrorReply(),
+              R"({"error":{"code":-32700,"message":"Parse error: message is not valid JSON"},"id":null,"jsonrpc":"2.0"})");
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // gate for reads, and the participant directory.
 #include "ZelmorMCP/MeetingStore.h"
 #include "platform/FileSystem.h"
+#include "tests/mcp/StoreErrorPrinting.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -10,10 +11,6 @@
 
 namespace zelmor {
 
-// Readable failures: which case and which path, rather than the bytes of the value.
-void PrintTo(const MeetingStore::StoreError& error, std::ostream* out) {
-    *out << "StoreError(" << static_cast<int>(error.kind) << ", \"" << error.path << "\")";
-}
 void PrintTo(const MeetingStore::ParticipantSummary& row, std::ostream* out) {
     *out << "{" << row.name << ", " << row.meetingCount << ", " << row.lastMeetingDate << ", " << row.lastMeetingTitle
          << ", " << row.isGenericLabel << "}";

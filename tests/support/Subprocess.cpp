@@ -5,8 +5,10 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <stdexcept>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -93,6 +95,45 @@ ProcessResult runProcess(const std::string& executable, const ProcessOptions& op
     if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
     if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
     return result;
+}
+
+std::optional<std::string> runInChild(const std::function<std::string()>& work, bool unprivileged) {
+    int channel[2];
+    if (::pipe(channel) != 0) throw std::runtime_error("pipe failed");
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        ::close(channel[0]);
+        constexpr uid_t nobody = 65534;
+        if (unprivileged && ::geteuid() == 0 &&
+            (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0))
+            ::_exit(3);
+        std::string text;
+        try {
+            text = work();
+        } catch (...) {
+            ::_exit(4);
+        }
+        std::string_view rest = text;
+        while (!rest.empty()) {
+            ssize_t n = ::write(channel[1], rest.data(), rest.size());
+            if (n <= 0) ::_exit(5);
+            rest.remove_prefix(static_cast<size_t>(n));
+        }
+        ::_exit(0); // no atexit handlers: they belong to the test runner
+    }
+    ::close(channel[1]);
+    std::string text;
+    char buffer[65536];
+    while (true) {
+        ssize_t n = ::read(channel[0], buffer, sizeof buffer);
+        if (n > 0) text.append(buffer, static_cast<size_t>(n));
+        else if (n == 0 || errno != EINTR) break;
+    }
+    ::close(channel[0]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
+    return text;
 }
 
 } // namespace zelmor::test

@@ -2,6 +2,7 @@
 // captures what it wrote and how it ended.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -25,5 +26,11 @@ struct ProcessOptions {
 };
 
 ProcessResult runProcess(const std::string& executable, const ProcessOptions& options);
+
+/// Runs `work` in a forked child and gives back the text it returned; nothing when the child
+/// threw or did not exit normally. With `unprivileged`, a child running as the super-user first
+/// becomes the user "nobody", so that file permissions bite as they do for the app's own user
+/// (the folders involved must then be open to others).
+std::optional<std::string> runInChild(const std::function<std::string()>& work, bool unprivileged = false);
 
 } // namespace zelmor::test

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Configures, builds and runs the whole test suite with AddressSanitizer and
+# UndefinedBehaviorSanitizer (the "sanitize" preset). Any report fails the run.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+# Leaks count too; the sanitize preset already makes every UB report fatal.
+export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1}"
+export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1}"
+cmake --preset sanitize
+cmake --build --preset sanitize
+ctest --preset sanitize -j2
