@@ -260,14 +260,18 @@ std::string replaceCRLF(std::string_view text) {
     return out;
 }
 
-} // namespace
+/// The frontmatter and the body of a text with "\r\n" normalised, viewed in `storage` or in
+/// the original; nothing when there is no frontmatter.
+struct Parts {
+    std::string_view frontmatter;
+    std::string_view body;
+};
 
-std::optional<TranscriptDocument> parse(std::string_view original) {
-    std::string normalized;
+std::optional<Parts> split(std::string_view original, std::string& storage) {
     std::string_view text = original;
     if (original.find("\r\n") != std::string_view::npos) {
-        normalized = replaceCRLF(original);
-        text = normalized;
+        storage = replaceCRLF(original);
+        text = storage;
     }
     if (text.size() < 4 || text.substr(0, 4) != "---\n") return std::nullopt;
 
@@ -278,18 +282,42 @@ std::optional<TranscriptDocument> parse(std::string_view original) {
         if (close == std::string_view::npos) return std::nullopt;
         bodyStart = close + 4;
     }
+    return Parts{text.substr(4, close - 4), text.substr(bodyStart)};
+}
 
-    TranscriptDocument doc;
-    readFrontmatter(text.substr(4, close - 4), doc);
-
-    std::string_view body = text.substr(bodyStart);
+void readBody(std::string_view body, TranscriptDocument& doc) {
     doc.notes = trim(section(body, 0));
     doc.turns = parseTurns(section(body, 1));
     doc.summary = trim(stripCommentLines(section(body, 2)));
     doc.meetingNotes = trim(stripCommentLines(section(body, 3)));
     doc.actionItems = trim(stripCommentLines(section(body, 4)));
     doc.keyMoments = trim(stripCommentLines(section(body, 5)));
+}
+
+} // namespace
+
+std::optional<TranscriptDocument> parse(std::string_view text) {
+    std::string storage;
+    auto parts = split(text, storage);
+    if (!parts) return std::nullopt;
+    TranscriptDocument doc;
+    readFrontmatter(parts->frontmatter, doc);
+    readBody(parts->body, doc);
     return doc;
+}
+
+std::optional<TranscriptDocument> parseFrontmatter(std::string_view text) {
+    std::string storage;
+    auto parts = split(text, storage);
+    if (!parts) return std::nullopt;
+    TranscriptDocument doc;
+    readFrontmatter(parts->frontmatter, doc);
+    return doc;
+}
+
+void parseBody(std::string_view text, TranscriptDocument& doc) {
+    std::string storage;
+    if (auto parts = split(text, storage)) readBody(parts->body, doc);
 }
 
 } // namespace zelmor::MarkdownTranscriptParser

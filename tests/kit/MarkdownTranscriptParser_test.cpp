@@ -300,5 +300,39 @@ TEST(MarkdownTranscriptParser, TranscriptEndsAtTheBlockMarker) {
     EXPECT_EQ(doc.turns, (std::vector<Turn>{{"Ana", "Last words."}}));
 }
 
+TEST(MarkdownTranscriptParser, FrontmatterThenBodyIsTheWholeParse) {
+    std::string crlf;
+    for (char c : appFile) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    const std::string texts[] = {
+        appFile,
+        crlf,
+        "---\ntitle: Only a title\n---",
+        "---\ntitle: x\n---\n## Summary\n<!-- zelmor:ai -->\nSaid.\n<!-- /zelmor:ai -->\n## Notes\nn\n",
+        "---\nparticipants:\n  - Ana\n---\n## Transcript\n**Ana:** hi\n---\nsource: Zelmor\n",
+    };
+    for (const auto& text : texts) {
+        auto header = MarkdownTranscriptParser::parseFrontmatter(text);
+        ASSERT_TRUE(header.has_value()) << text;
+        TranscriptDocument bodyless = parsed(text);
+        bodyless.notes = bodyless.summary = bodyless.meetingNotes = bodyless.actionItems = bodyless.keyMoments = "";
+        bodyless.turns.clear();
+        EXPECT_EQ(*header, bodyless) << "the frontmatter alone leaves every section empty: " << text;
+        MarkdownTranscriptParser::parseBody(text, *header);
+        EXPECT_EQ(*header, parsed(text)) << text;
+    }
+}
+
+TEST(MarkdownTranscriptParser, FrontmatterAloneRefusesWhatTheParseRefuses) {
+    for (std::string text : {"", "--- \ntitle: x\n---\n", "\n---\ntitle: x\n---\n", "---\ntitle: x\n"}) {
+        EXPECT_FALSE(MarkdownTranscriptParser::parse(text)) << text;
+        EXPECT_FALSE(MarkdownTranscriptParser::parseFrontmatter(text)) << text;
+        TranscriptDocument untouched;
+        untouched.title = "kept";
+        TranscriptDocument expected = untouched;
+        MarkdownTranscriptParser::parseBody(text + "## Notes\nx\n", untouched);
+        EXPECT_EQ(untouched, expected) << text;
+    }
+}
+
 } // namespace
 } // namespace zelmor
