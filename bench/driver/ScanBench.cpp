@@ -4,9 +4,11 @@
 
 #include "bench/driver/BenchTiming.h"
 #include "ZelmorMCP/MeetingStore.h"
+#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 
 #include <cstdio>
 #include <functional>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -25,7 +27,18 @@ const std::vector<Operation>& operations() {
     static const std::vector<Operation> list = {
         {"scan() (full documents)", [](const MeetingStore& store) { return store.scan().size(); }},
         {"scan(1) (one thread)", [](const MeetingStore& store) { return store.scan(1).size(); }},
+        {"scanHeaders() (frontmatter only)", [](const MeetingStore& store) { return store.scanHeaders().size(); }},
         {"participants()", [](const MeetingStore& store) { return store.participants().size(); }},
+        // The floor of a search with a query: every body parsed, nothing kept.
+        {"collect() parsing every body",
+         [](const MeetingStore& store) {
+             return store
+                 .collect([](MeetingStore::FileVisit& file) {
+                     MarkdownTranscriptParser::parseBody(file.text, file.header);
+                     return std::optional<size_t>(file.header.turns.size());
+                 })
+                 .size();
+         }},
     };
     return list;
 }
@@ -68,10 +81,11 @@ bool measureInChild(const Operation& operation, const std::string& corpus, int r
 
 } // namespace
 
-int runScanBench(const std::string& corpus, int runs) {
+int runScanBench(const std::string& corpus, int runs, const std::string& only) {
     std::printf("| scan | ours (ms) | ripgrep (ms) | ratio | peak RSS (MB) | rows |\n"
                 "|---|---:|---:|---:|---:|---:|\n");
     for (const auto& operation : operations()) {
+        if (std::string_view(operation.label).find(only) == std::string_view::npos) continue;
         Measured ours;
         if (!measureInChild(operation, corpus, runs, ours)) {
             std::fprintf(stderr, "bench_driver: %s failed\n", operation.label);

@@ -7,7 +7,8 @@
 namespace zelmor::bench {
 
 /// Prints a markdown table (our median, ripgrep's median, ratio, our peak memory) for each scan
-/// entry point, each measured in a fresh child process so that peak memory is its own. 0 on success.
-int runScanBench(const std::string& corpus, int runs);
+/// entry point whose label contains `only`, each measured in a fresh child process so that peak
+/// memory is its own. 0 on success.
+int runScanBench(const std::string& corpus, int runs, const std::string& only);
 
 } // namespace zelmor::bench

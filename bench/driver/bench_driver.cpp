@@ -3,7 +3,8 @@
 // server's peak resident memory and its start-up time to the initialize reply.
 //
 // usage: bench_driver SERVER CORPUS [--runs N]
-//        bench_driver --scan CORPUS [--runs N]   (the store's scans in-process, no server)
+//        bench_driver --scan CORPUS [--runs N] [--only TEXT]
+//        (the store's scans in-process, no server; --only keeps the rows whose label holds TEXT)
 #include "bench/corpus/CorpusGenerator.h"
 #include "bench/driver/BenchTiming.h"
 #include "bench/driver/ScanBench.h"
@@ -89,14 +90,17 @@ std::string toolCall(int id, const std::string& name, const std::string& argumen
 int main(int argc, char** argv) {
     if (argc < 3) {
         std::fprintf(stderr, "usage: bench_driver SERVER CORPUS [--runs N]\n"
-                             "       bench_driver --scan CORPUS [--runs N]\n");
+                             "       bench_driver --scan CORPUS [--runs N] [--only TEXT]\n");
         return 2;
     }
     std::string binary = argv[1], folder = argv[2];
     int runs = 9;
-    for (int i = 3; i + 1 < argc; ++i)
+    std::string only;
+    for (int i = 3; i + 1 < argc; ++i) {
         if (!std::strcmp(argv[i], "--runs")) runs = std::max(1, std::atoi(argv[++i]));
-    if (binary == "--scan") return zelmor::bench::runScanBench(folder, runs);
+        else if (!std::strcmp(argv[i], "--only")) only = argv[++i];
+    }
+    if (binary == "--scan") return zelmor::bench::runScanBench(folder, runs, only);
     char homeTemplate[] = "/tmp/zelmor-bench-home-XXXXXX";
     std::string home = ::mkdtemp(homeTemplate);
 
