@@ -261,6 +261,19 @@ TEST(MarkdownTranscriptParser, SectionHeadingMatchesAnywhereButNeedsALineBreak) 
     EXPECT_EQ(withFrontmatter("title: x", "## Meeting Notes\nmn\n## Notes\nn\n").notes, "n");
 }
 
+TEST(MarkdownTranscriptParser, EndingsCountOnlyFromTheSectionStartOn) {
+    // A heading before the section, or the heading line's own line break, ends nothing.
+    TranscriptDocument before = withFrontmatter("title: x", "## Summary\nsum\n## Notes\nnotes <!-- /zelmor:ai -->");
+    EXPECT_EQ(before.notes, "notes <!-- /zelmor:ai -->") << "the marker needs a line break before it";
+    EXPECT_EQ(before.summary, "sum");
+    EXPECT_EQ(withFrontmatter("title: x", "## Notes\n## Transcript\n**A:** b\n").notes, "## Transcript\n**A:** b");
+    // Mid-line, a heading starts its own section but ends no other.
+    TranscriptDocument midLine = withFrontmatter("title: x", "## Notes\na ## Transcript\n**Ana:** hi\n## Key Moments\nk");
+    EXPECT_EQ(midLine.notes, "a ## Transcript\n**Ana:** hi");
+    EXPECT_EQ(midLine.turns, (std::vector<Turn>{{"Ana", "hi"}}));
+    EXPECT_EQ(midLine.keyMoments, "k");
+}
+
 TEST(MarkdownTranscriptParser, PlaceholderNotesAreKeptAsText) {
     TranscriptDocument doc = withFrontmatter(
         "title: x", std::string("\n## Notes\n\n") + TranscriptDocument::notesPlaceholder + "\n\n## Transcript\n\n");
