@@ -40,8 +40,10 @@ bool hasMarkdownExtension(std::string_view path) {
 }
 
 unsigned workerCount(unsigned asked, size_t files) {
-    unsigned workers = asked != 0 ? asked : std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
-    return static_cast<unsigned>(std::max<size_t>(1, std::min<size_t>(workers, (files + filesPerWorker - 1) / filesPerWorker)));
+    unsigned workers =
+        asked != 0 ? asked : std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
+    return static_cast<unsigned>(
+        std::max<size_t>(1, std::min<size_t>(workers, (files + filesPerWorker - 1) / filesPerWorker)));
 }
 
 /// Where a kept transcript goes in the newest-first order.
@@ -140,8 +142,11 @@ std::vector<MeetingStore::Meeting> MeetingStore::scan(unsigned workers) const {
 }
 
 std::vector<MeetingStore::Meeting> MeetingStore::scanHeaders(unsigned workers) const {
-    return collect([](FileVisit& file) { return std::optional<Meeting>{Meeting{file.path, std::move(file.header)}}; },
-                   workers);
+    return collect(
+        [](FileVisit& file) {
+            return std::optional<Meeting>{Meeting{file.path, std::move(file.header)}};
+        },
+        workers);
 }
 
 std::string MeetingStore::resolveInsideFolder(std::string_view path) const {
@@ -175,7 +180,8 @@ std::vector<MeetingStore::ParticipantSummary> MeetingStore::participants() const
     return participantsOf(scanHeaders());
 }
 
-std::vector<MeetingStore::ParticipantSummary> MeetingStore::participantsOf(const std::vector<Meeting>& meetings) {
+std::vector<MeetingStore::ParticipantSummary>
+MeetingStore::participantsOf(const std::vector<Meeting>& meetings) {
     std::map<std::string, ParticipantSummary, std::less<>> byName;
     for (const Meeting& meeting : meetings) {
         for (const std::string& listed : meeting.doc.participants) {

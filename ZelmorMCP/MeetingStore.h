@@ -120,7 +120,8 @@ private:
     /// Reads and checks each file, calls `visit(index, file)` for the transcripts and returns the
     /// indexes of those it kept (it answered true), in scan order.
     std::vector<size_t> visitFiles(const std::vector<std::string>& files,
-                                   const std::function<bool(size_t, FileVisit&)>& visit, unsigned workers) const;
+                                   const std::function<bool(size_t, FileVisit&)>& visit,
+                                   unsigned workers) const;
 };
 
 template <typename Visitor> auto MeetingStore::collect(Visitor&& visit, unsigned workers) const {

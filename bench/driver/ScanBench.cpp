@@ -2,9 +2,9 @@
 // reports its median, its result size and its memory high-water mark through a pipe.
 #include "bench/driver/ScanBench.h"
 
-#include "bench/driver/BenchTiming.h"
 #include "ZelmorMCP/MeetingStore.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "bench/driver/BenchTiming.h"
 
 #include <cstdio>
 #include <functional>
@@ -27,7 +27,8 @@ const std::vector<Operation>& operations() {
     static const std::vector<Operation> list = {
         {"scan() (full documents)", [](const MeetingStore& store) { return store.scan().size(); }},
         {"scan(1) (one thread)", [](const MeetingStore& store) { return store.scan(1).size(); }},
-        {"scanHeaders() (frontmatter only)", [](const MeetingStore& store) { return store.scanHeaders().size(); }},
+        {"scanHeaders() (frontmatter only)",
+         [](const MeetingStore& store) { return store.scanHeaders().size(); }},
         {"participants()", [](const MeetingStore& store) { return store.participants().size(); }},
         // The floor of a search with a query: every body parsed, nothing kept.
         {"collect() parsing every body",

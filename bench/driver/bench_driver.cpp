@@ -100,8 +100,10 @@ int main(int argc, char** argv) {
     int runs = 9;
     std::string only;
     for (int i = 3; i + 1 < argc; ++i) {
-        if (!std::strcmp(argv[i], "--runs")) runs = std::max(1, std::atoi(argv[++i]));
-        else if (!std::strcmp(argv[i], "--only")) only = argv[++i];
+        if (!std::strcmp(argv[i], "--runs"))
+            runs = std::max(1, std::atoi(argv[++i]));
+        else if (!std::strcmp(argv[i], "--only"))
+            only = argv[++i];
     }
     if (binary == "--scan") return zelmor::bench::runScanBench(folder, runs, only);
     char homeTemplate[] = "/tmp/zelmor-bench-home-XXXXXX";

@@ -263,12 +263,15 @@ TEST(MarkdownTranscriptParser, SectionHeadingMatchesAnywhereButNeedsALineBreak) 
 
 TEST(MarkdownTranscriptParser, EndingsCountOnlyFromTheSectionStartOn) {
     // A heading before the section, or the heading line's own line break, ends nothing.
-    TranscriptDocument before = withFrontmatter("title: x", "## Summary\nsum\n## Notes\nnotes <!-- /zelmor:ai -->");
+    TranscriptDocument before =
+        withFrontmatter("title: x", "## Summary\nsum\n## Notes\nnotes <!-- /zelmor:ai -->");
     EXPECT_EQ(before.notes, "notes <!-- /zelmor:ai -->") << "the marker needs a line break before it";
     EXPECT_EQ(before.summary, "sum");
-    EXPECT_EQ(withFrontmatter("title: x", "## Notes\n## Transcript\n**A:** b\n").notes, "## Transcript\n**A:** b");
+    EXPECT_EQ(withFrontmatter("title: x", "## Notes\n## Transcript\n**A:** b\n").notes,
+              "## Transcript\n**A:** b");
     // Mid-line, a heading starts its own section but ends no other.
-    TranscriptDocument midLine = withFrontmatter("title: x", "## Notes\na ## Transcript\n**Ana:** hi\n## Key Moments\nk");
+    TranscriptDocument midLine =
+        withFrontmatter("title: x", "## Notes\na ## Transcript\n**Ana:** hi\n## Key Moments\nk");
     EXPECT_EQ(midLine.notes, "a ## Transcript\n**Ana:** hi");
     EXPECT_EQ(midLine.turns, (std::vector<Turn>{{"Ana", "hi"}}));
     EXPECT_EQ(midLine.keyMoments, "k");
@@ -327,7 +330,8 @@ TEST(MarkdownTranscriptParser, FrontmatterThenBodyIsTheWholeParse) {
         auto header = MarkdownTranscriptParser::parseFrontmatter(text);
         ASSERT_TRUE(header.has_value()) << text;
         TranscriptDocument bodyless = parsed(text);
-        bodyless.notes = bodyless.summary = bodyless.meetingNotes = bodyless.actionItems = bodyless.keyMoments = "";
+        bodyless.notes = bodyless.summary = bodyless.meetingNotes = bodyless.actionItems =
+            bodyless.keyMoments = "";
         bodyless.turns.clear();
         EXPECT_EQ(*header, bodyless) << "the frontmatter alone leaves every section empty: " << text;
         MarkdownTranscriptParser::parseBody(text, *header);

@@ -58,7 +58,8 @@ std::vector<std::string> pathsOf(const Meetings& meetings) {
     return paths;
 }
 
-std::string file(const std::string& frontmatter, const std::string& body = "## Transcript\n\n**Ana:** Hi.\n") {
+std::string file(const std::string& frontmatter,
+                 const std::string& body = "## Transcript\n\n**Ana:** Hi.\n") {
     return "---\n" + frontmatter + "---\n\n" + body;
 }
 
@@ -78,19 +79,23 @@ protected:
         const test::TempFolder& f = *folder;
         f.write("tricky/invalid-utf8.md", file("title: Caf\xE9\ndate: 2031-05-01\nsource: Zelmor\n"));
         f.write("tricky/no-marker.md", file("title: Plain notes\ndate: 2031-05-01\n"));
-        f.write("tricky/marker-in-body.md", file("title: Body marker\ndate: 2031-05-02\n", "source: Zelmor\n"));
+        f.write("tricky/marker-in-body.md",
+                file("title: Body marker\ndate: 2031-05-02\n", "source: Zelmor\n"));
         f.write("tricky/no-frontmatter.md", "source: Zelmor\n\n**Ana:** hi\n");
-        f.write("tricky/crlf.md", "---\r\ntitle: Windows\r\ndate: 2031-05-03\r\nparticipants:\r\n  - Zoë Martin\r\n"
-                                  "source: Zelmor\r\n---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** Hej.\r\n");
+        f.write("tricky/crlf.md",
+                "---\r\ntitle: Windows\r\ndate: 2031-05-03\r\nparticipants:\r\n  - Zoë Martin\r\n"
+                "source: Zelmor\r\n---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** Hej.\r\n");
         // Equal keys: the same date without start times, and the same start time, ordered by path.
         for (const char* name : {"tricky/same-day-a.md", "tricky/same-day-b.md", "tricky/same-day-c.MD"})
-            f.write(name, file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\nsource: Zelmor\n"));
+            f.write(name,
+                    file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\nsource: Zelmor\n"));
         for (const char* name : {"tricky/same-start-1.md", "tricky/same-start-2.md"})
             f.write(name, file("title: Same start\ndate: 2031-05-05\nstarted_at: 2031-05-05T10:00:00Z\n"
                                "participants:\n  - \" Ana\"\n  -  Ana \n  - Speaker 12\nsource: Zelmor\n"));
         f.write("tricky/Memory/Skills/skill.md", file("title: Skill\ndate: 2032-01-01\nsource: Zelmor\n"));
         f.write("tricky/.hidden/secret.md", file("title: Hidden\ndate: 2032-01-01\nsource: Zelmor\n"));
-        f.write("tricky/fallback-close.md", "---\ntitle: Closed at the end\ndate: 2031-05-06\nsource: Zelmor\n---");
+        f.write("tricky/fallback-close.md",
+                "---\ntitle: Closed at the end\ndate: 2031-05-06\nsource: Zelmor\n---");
         f.write("tricky/empty.md", "");
         f.makeFolder("tricky/folder.md");
         reference = new Meetings(sequentialScan(folder->path(), "Memory"));
@@ -112,11 +117,12 @@ TEST_F(FastPaths, TheFolderHoldsWhatTheRulesKeep) {
     // tricky files that pass, newest first and by path on equal keys.
     ASSERT_EQ(reference->size(), 88u);
     auto paths = pathsOf(*reference);
-    EXPECT_EQ(std::vector<std::string>(paths.begin(), paths.begin() + 8),
-              (std::vector<std::string>{*folder / "tricky/fallback-close.md", *folder / "tricky/same-start-2.md",
-                                        *folder / "tricky/same-start-1.md", *folder / "tricky/same-day-c.MD",
-                                        *folder / "tricky/same-day-b.md", *folder / "tricky/same-day-a.md",
-                                        *folder / "tricky/crlf.md", *folder / "tricky/marker-in-body.md"}));
+    EXPECT_EQ(
+        std::vector<std::string>(paths.begin(), paths.begin() + 8),
+        (std::vector<std::string>{*folder / "tricky/fallback-close.md", *folder / "tricky/same-start-2.md",
+                                  *folder / "tricky/same-start-1.md", *folder / "tricky/same-day-c.MD",
+                                  *folder / "tricky/same-day-b.md", *folder / "tricky/same-day-a.md",
+                                  *folder / "tricky/crlf.md", *folder / "tricky/marker-in-body.md"}));
 }
 
 TEST_F(FastPaths, FullScanOnAnyNumberOfThreadsIsTheSequentialReading) {
@@ -160,7 +166,8 @@ TEST_F(FastPaths, TheVisitorsFirstFailureEndsTheScanAndReachesTheCaller) {
         try {
             store.collect(
                 [](MeetingStore::FileVisit& file) -> std::optional<int> {
-                    if (file.header.title == "Windows") throw std::runtime_error("refused " + file.header.date);
+                    if (file.header.title == "Windows")
+                        throw std::runtime_error("refused " + file.header.date);
                     return 1;
                 },
                 workers);
@@ -174,8 +181,9 @@ TEST_F(FastPaths, TheVisitorsFirstFailureEndsTheScanAndReachesTheCaller) {
 TEST(MeetingStoreFastPathsErrors, AMissingFolderIsRefusedBeforeAnyVisit) {
     MeetingStore store("/nonexistent/zelmor-folder");
     bool visited = false;
-    EXPECT_THROW(store.collect([&](MeetingStore::FileVisit&) { return std::optional<int>((visited = true, 1)); }),
-                 MeetingStore::StoreError);
+    EXPECT_THROW(
+        store.collect([&](MeetingStore::FileVisit&) { return std::optional<int>((visited = true, 1)); }),
+        MeetingStore::StoreError);
     EXPECT_THROW(store.participants(), MeetingStore::StoreError);
     EXPECT_FALSE(visited);
 }
