@@ -3,7 +3,7 @@
 # scans and the server's tool calls against ripgrep on the same corpus, in the same run.
 #
 # usage: bench/run.sh [--meetings N] [--runs N] [--scan-only]
-#   --meetings N   corpus size (default 4000: a heavy user, about 170 MB)
+#   --meetings N   corpus size (default 4000: a heavy user, about 180 MB)
 #   --runs N       timed runs per figure, after one warm-up (default 9)
 #   --scan-only    only the in-process scan table, not the tool calls over a live server
 set -euo pipefail
@@ -16,7 +16,7 @@ while [[ $# -gt 0 ]]; do
     --meetings) meetings="$2"; shift 2 ;;
     --runs) runs="$2"; shift 2 ;;
     --scan-only) scan_only=1; shift ;;
-    -h | --help) sed -n '2,9p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h | --help) sed -n '2,8p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "bench/run.sh: unknown argument $1 (see --help)" >&2; exit 1 ;;
     esac
 done
@@ -27,7 +27,7 @@ cd "$root"
 if ! command -v rg >/dev/null 2>&1; then
     echo "Installing ripgrep, the yardstick of every figure" >&2
     if [[ $(id -u) -eq 0 ]]; then sudo=""; else sudo="sudo"; fi
-    $sudo apt-get update -qq && $sudo apt-get install -y -qq ripgrep >/dev/null
+    $sudo apt-get update -qq && DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq ripgrep >/dev/null
 fi
 
 cmake --preset release >/dev/null
