@@ -40,6 +40,18 @@ const std::vector<Operation>& operations() {
                  })
                  .size();
          }},
+        // The floor of a rare-word search whose visitor skips files whose raw text cannot hold
+        // the word; exact bytes here, where the search would use its own folded comparison.
+        {"collect() parsing bodies that hold the rare word",
+         [](const MeetingStore& store) {
+             return store
+                 .collect([](MeetingStore::FileVisit& file) -> std::optional<size_t> {
+                     if (file.text.find("zeppelin") == std::string_view::npos) return std::nullopt;
+                     MarkdownTranscriptParser::parseBody(file.text, file.header);
+                     return file.header.turns.size();
+                 })
+                 .size();
+         }},
     };
     return list;
 }
