@@ -1,5 +1,7 @@
 // Scanning, path checks and the participant directory. Every tool call rescans the whole folder
-// (thousands of files for a heavy user), so the read-and-parse step runs on all cores.
+// (thousands of files, a few hundred MB for a heavy user), so the scan runs on all cores, reads
+// each file once into a buffer its thread reuses, and parses only the frontmatter unless the
+// caller asks for more.
 #include "ZelmorMCP/MeetingStore.h"
 
 #include "ZelmorMarkdownKit/ICUText.h"
@@ -12,7 +14,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -35,31 +39,74 @@ bool hasMarkdownExtension(std::string_view path) {
     return ICUText::lowercased(name.substr(dot + 1)) == "md";
 }
 
-/// Reads, checks and parses one listed file; nothing when it is not a transcript.
-std::optional<MeetingStore::Meeting> meetingAt(const std::string& path) {
-    try {
-        auto text = platform::readFile(path);
-        if (!text || !UTF8::isValid(*text) || !ZelmorTranscriptMarker::declares(*text)) return std::nullopt;
-        auto doc = MarkdownTranscriptParser::parse(*text);
-        if (!doc) return std::nullopt;
-        return MeetingStore::Meeting{platform::standardizePath(path), std::move(*doc)};
-    } catch (...) {
-        return std::nullopt; // one bad file (even out of memory on a huge one) never ends the scan
-    }
+unsigned workerCount(unsigned asked, size_t files) {
+    unsigned workers =
+        asked != 0 ? asked : std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
+    return static_cast<unsigned>(
+        std::max<size_t>(1, std::min<size_t>(workers, (files + filesPerWorker - 1) / filesPerWorker)));
 }
 
-/// Each worker takes the next unclaimed index; results land in their own slots, so nothing
-/// else is shared and the outcome is the same for any number of workers.
-std::vector<std::optional<MeetingStore::Meeting>> readAll(const std::vector<std::string>& paths,
-                                                          unsigned workers) {
-    std::vector<std::optional<MeetingStore::Meeting>> results(paths.size());
+/// Where a kept transcript goes in the newest-first order.
+struct OrderKey {
+    std::string key; // start time, or the date when there is none
+    std::string path;
+};
+
+} // namespace
+
+std::vector<std::string> MeetingStore::candidateFiles() const {
+    if (!platform::isDirectory(folder)) throw StoreError::folderMissing(folder);
+    auto listed = platform::listFilesRecursively(platform::absolutePath(folder));
+    if (!listed) return {}; // a folder we may not read lists nothing
+    std::vector<std::string> candidates;
+    for (auto& path : *listed) {
+        // A name that is not UTF-8 could not be shown to the agent nor sent back by it to read.
+        if (!UTF8::isValid(path)) continue;
+        if (hasMarkdownExtension(path) && !SkillsFolder::holds(path, memoryFolderName))
+            candidates.push_back(std::move(path));
+    }
+    return candidates;
+}
+
+std::vector<size_t> MeetingStore::visitFiles(const std::vector<std::string>& files,
+                                             const std::function<bool(size_t, FileVisit&)>& visit,
+                                             unsigned workers) const {
+    std::vector<std::optional<OrderKey>> keys(files.size());
     std::atomic<size_t> next{0};
+    std::mutex failureLock;
+    std::exception_ptr failure;
+
+    // Each worker claims the next unvisited index and writes only that index's slots, so the
+    // outcome is the same for any number of workers.
     auto work = [&] {
-        for (size_t i = next++; i < paths.size(); i = next++) results[i] = meetingAt(paths[i]);
+        std::string buffer;
+        for (size_t i = next++; i < files.size(); i = next++) {
+            std::optional<TranscriptDocument> header;
+            std::string path;
+            std::string_view text;
+            try {
+                auto length = platform::readFileInto(files[i], buffer);
+                if (!length) continue;
+                text = std::string_view(buffer.data(), *length);
+                if (!UTF8::isValid(text) || !ZelmorTranscriptMarker::declares(text)) continue;
+                header = MarkdownTranscriptParser::parseFrontmatter(text);
+                if (!header) continue;
+                path = platform::standardizePath(files[i]);
+            } catch (...) {
+                continue; // one bad file (even out of memory on a huge one) never ends the scan
+            }
+            OrderKey key{header->startedAt.empty() ? header->date : header->startedAt, path};
+            try {
+                FileVisit file{path, *header, text};
+                if (visit(i, file)) keys[i] = std::move(key);
+            } catch (...) {
+                std::lock_guard<std::mutex> hold(failureLock);
+                if (!failure) failure = std::current_exception();
+                next = files.size(); // the other workers stop at their next claim
+            }
+        }
     };
-    if (workers == 0) workers = std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
-    workers = static_cast<unsigned>(
-        std::min<size_t>(workers, (paths.size() + filesPerWorker - 1) / filesPerWorker));
+    workers = workerCount(workers, files.size());
     std::vector<std::thread> threads;
     try {
         threads.reserve(workers);
@@ -69,41 +116,39 @@ std::vector<std::optional<MeetingStore::Meeting>> readAll(const std::vector<std:
     }
     work();
     for (auto& thread : threads) thread.join();
-    return results;
+    if (failure) std::rethrow_exception(failure);
+
+    std::vector<size_t> order;
+    for (size_t i = 0; i < keys.size(); ++i)
+        if (keys[i]) order.push_back(i);
+    std::sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+        int byKey = keys[a]->key.compare(keys[b]->key);
+        return byKey != 0 ? byKey > 0 : keys[a]->path > keys[b]->path;
+    });
+    return order;
 }
 
-const std::string& sortKey(const MeetingStore::Meeting& meeting) {
-    return meeting.doc.startedAt.empty() ? meeting.doc.date : meeting.doc.startedAt;
-}
-
-} // namespace
-
-std::vector<MeetingStore::Meeting> MeetingStore::scan() const {
-    return scan(0);
-}
+std::vector<MeetingStore::Meeting> MeetingStore::scan() const { return scan(0); }
 
 std::vector<MeetingStore::Meeting> MeetingStore::scan(unsigned workers) const {
-    if (!platform::isDirectory(folder)) throw StoreError::folderMissing(folder);
-    auto listed = platform::listFilesRecursively(platform::absolutePath(folder));
-    if (!listed) return {}; // a folder we may not read lists nothing
+    return collect(
+        [](FileVisit& file) -> std::optional<Meeting> {
+            try {
+                MarkdownTranscriptParser::parseBody(file.text, file.header);
+                return Meeting{file.path, std::move(file.header)};
+            } catch (...) {
+                return std::nullopt; // a body too big to hold is one bad file, not a failed scan
+            }
+        },
+        workers);
+}
 
-    std::vector<std::string> candidates;
-    for (auto& path : *listed) {
-        // A name that is not UTF-8 could not be shown to the agent nor sent back by it to read.
-        if (!UTF8::isValid(path)) continue;
-        if (hasMarkdownExtension(path) && !SkillsFolder::holds(path, memoryFolderName))
-            candidates.push_back(std::move(path));
-    }
-
-    std::vector<Meeting> meetings;
-    for (auto& result : readAll(candidates, workers)) {
-        if (result) meetings.push_back(std::move(*result));
-    }
-    std::sort(meetings.begin(), meetings.end(), [](const Meeting& a, const Meeting& b) {
-        int byKey = sortKey(a).compare(sortKey(b));
-        return byKey != 0 ? byKey > 0 : a.path > b.path;
-    });
-    return meetings;
+std::vector<MeetingStore::Meeting> MeetingStore::scanHeaders(unsigned workers) const {
+    return collect(
+        [](FileVisit& file) {
+            return std::optional<Meeting>{Meeting{file.path, std::move(file.header)}};
+        },
+        workers);
 }
 
 std::string MeetingStore::resolveInsideFolder(std::string_view path) const {
@@ -137,8 +182,13 @@ bool MeetingStore::isGenericSpeakerLabel(std::string_view name) {
 }
 
 std::vector<MeetingStore::ParticipantSummary> MeetingStore::participants() const {
+    return participantsOf(scanHeaders());
+}
+
+std::vector<MeetingStore::ParticipantSummary>
+MeetingStore::participantsOf(const std::vector<Meeting>& meetings) {
     std::map<std::string, ParticipantSummary, std::less<>> byName;
-    for (const Meeting& meeting : scan()) {
+    for (const Meeting& meeting : meetings) {
         for (const std::string& listed : meeting.doc.participants) {
             std::string_view name = Whitespace::trimSpacesAndTabs(listed);
             if (name.empty()) continue;

@@ -5,9 +5,11 @@
 #include "ZelmorMarkdownKit/SkillsFolder.h"
 #include "ZelmorMarkdownKit/TranscriptDocument.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace zelmor {
@@ -86,6 +88,17 @@ struct MeetingStore {
         std::vector<SearchHit> hits;
     };
 
+    /// A transcript as the scan meets it, handed to a visitor on one of the scan's threads.
+    struct FileVisit {
+        /// As `Meeting::path`.
+        const std::string& path;
+        /// The frontmatter fields; sections and turns stay empty unless the visitor fills them
+        /// with `MarkdownTranscriptParser::parseBody(text, header)`. The visitor may move from it.
+        TranscriptDocument& header;
+        /// The whole file as read: valid UTF-8 and carrying the marker. Gone after the visit.
+        std::string_view text;
+    };
+
     explicit MeetingStore(std::string folder, std::string memoryFolderName = SkillsFolder::defaultMemoryFolderName)
         : folder(std::move(folder)), memoryFolderName(std::move(memoryFolderName)) {}
 
@@ -102,6 +115,18 @@ struct MeetingStore {
     /// As `scan()`, reading and parsing on `workers` threads (0: one per core; 1: on the calling
     /// thread). The result does not depend on the count.
     std::vector<Meeting> scan(unsigned workers) const;
+
+    /// As `scan()`, with documents that hold the frontmatter only (no sections, no turns): all
+    /// that listing meetings or their participants needs, at a fraction of the time and memory.
+    std::vector<Meeting> scanHeaders(unsigned workers = 0) const;
+
+    /// The scan with the caller deciding what each transcript yields: `visit(FileVisit&)` returns
+    /// an optional result, nothing to leave the file out. Results come in scan order (newest
+    /// first). Files are read one at a time per thread and dropped after their visit, so memory
+    /// holds only what the results keep. `visit` runs on several threads at once and must touch
+    /// nothing but its argument and what is safe to share; the first exception it throws stops
+    /// the scan and is rethrown here. Throws `folderMissing` as `scan()`.
+    template <typename Visitor> auto collect(Visitor&& visit, unsigned workers = 0) const;
 
     /// The file to read for a path an agent sent: standardised, links resolved, inside the folder,
     /// ending in ".md", outside the skills folder. Throws `outsideFolder`, `notMarkdown` or
@@ -120,8 +145,39 @@ struct MeetingStore {
     /// Everyone listed in the folder's meetings, most meetings first, then by name.
     std::vector<ParticipantSummary> participants() const;
 
+    /// The participant directory of meetings given newest first; `participants()` is this over
+    /// the folder's scan.
+    static std::vector<ParticipantSummary> participantsOf(const std::vector<Meeting>& meetings);
+
     /// True for "Speaker " followed by one or more numeric characters.
     static bool isGenericSpeakerLabel(std::string_view name);
+
+private:
+    /// The folder's markdown files outside the skills folder, the files a scan reads.
+    std::vector<std::string> candidateFiles() const;
+    /// Reads and checks each file, calls `visit(index, file)` for the transcripts and returns the
+    /// indexes of those it kept (it answered true), in scan order.
+    std::vector<size_t> visitFiles(const std::vector<std::string>& files,
+                                   const std::function<bool(size_t, FileVisit&)>& visit,
+                                   unsigned workers) const;
 };
+
+template <typename Visitor> auto MeetingStore::collect(Visitor&& visit, unsigned workers) const {
+    using Result = typename std::invoke_result_t<Visitor&, FileVisit&>::value_type;
+    std::vector<std::string> files = candidateFiles();
+    // One slot per file, each written by the one thread that visits that file.
+    std::vector<std::optional<Result>> slots(files.size());
+    std::vector<size_t> order = visitFiles(
+        files,
+        [&](size_t index, FileVisit& file) {
+            slots[index] = visit(file);
+            return slots[index].has_value();
+        },
+        workers);
+    std::vector<Result> results;
+    results.reserve(order.size());
+    for (size_t index : order) results.push_back(std::move(*slots[index]));
+    return results;
+}
 
 } // namespace zelmor

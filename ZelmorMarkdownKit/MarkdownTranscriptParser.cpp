@@ -1,14 +1,16 @@
-// One pass over the frontmatter lines and one search per section heading; it runs on every
-// file of every scan, so it works on views of the text and copies only the values it keeps.
+// One pass over the frontmatter lines and one over the body's heading characters; it runs on
+// every file of every scan, so it works on views of the text and copies only the values it keeps.
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 
 #include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <vector>
 
 namespace zelmor::MarkdownTranscriptParser {
 
@@ -175,34 +177,50 @@ void readFrontmatter(std::string_view frontmatter, TranscriptDocument& doc) {
     if (!state.sawSource) doc.source = "Zelmor";
 }
 
-std::string_view section(std::string_view body, size_t headerIndex) {
-    std::string_view header = knownSectionHeaders[headerIndex];
-    size_t at = 0;
-    while (true) {
-        at = body.find(header, at);
-        if (at == std::string_view::npos) return {};
-        if (at + header.size() < body.size() && body[at + header.size()] == '\n') break;
-        ++at;
-    }
-    size_t start = at + header.size() + 1;
-    size_t end = body.size();
-    auto narrowTo = [&](std::string_view follower) {
-        // "\n" + follower, searched from the section's start.
-        size_t from = start;
-        while (true) {
-            size_t found = body.find(follower, from);
-            if (found == std::string_view::npos || found >= end + 1) return;
-            if (found > 0 && found - 1 >= start && body[found - 1] == '\n') {
-                end = std::min(end, found - 1);
-                return;
-            }
-            from = found + 1;
+constexpr size_t headerCount = std::size(knownSectionHeaders);
+
+/// Where the six headings and the block marker stand in a body, found in one pass over its "#"
+/// and "<" characters (rare in speech) rather than one search of the whole body per heading
+/// and section.
+struct Landmarks {
+    /// Per heading, the first offset where it is followed by "\n"; npos when there is none.
+    std::array<size_t, headerCount> firstFollowedByLineBreak;
+    /// Per heading, then for the block marker: the offsets, ascending, where it follows a "\n".
+    std::array<std::vector<size_t>, headerCount + 1> afterLineBreak;
+
+    explicit Landmarks(std::string_view body) {
+        firstFollowedByLineBreak.fill(std::string_view::npos);
+        auto record = [&](size_t at, size_t needle, std::string_view text) {
+            if (body.compare(at, text.size(), text) != 0) return;
+            if (at > 0 && body[at - 1] == '\n') afterLineBreak[needle].push_back(at);
+            if (needle < headerCount && firstFollowedByLineBreak[needle] == std::string_view::npos &&
+                at + text.size() < body.size() && body[at + text.size()] == '\n')
+                firstFollowedByLineBreak[needle] = at;
+        };
+        for (size_t at = body.find('#'); at != std::string_view::npos; at = body.find('#', at + 1)) {
+            for (size_t k = 0; k < headerCount; ++k) record(at, k, knownSectionHeaders[k]);
         }
-    };
-    for (size_t k = 0; k < std::size(knownSectionHeaders); ++k) {
-        if (k != headerIndex) narrowTo(knownSectionHeaders[k]);
+        for (size_t at = body.find('<'); at != std::string_view::npos; at = body.find('<', at + 1))
+            record(at, headerCount, machineBlockEndMarker);
     }
-    narrowTo(machineBlockEndMarker);
+};
+
+/// The text after the first heading line up to the first line break that, at or after the
+/// section's start, is followed by another known heading or by the block marker.
+std::string_view section(std::string_view body, size_t headerIndex, const Landmarks& landmarks) {
+    size_t at = landmarks.firstFollowedByLineBreak[headerIndex];
+    if (at == std::string_view::npos) return {};
+    size_t start = at + knownSectionHeaders[headerIndex].size() + 1;
+    size_t end = body.size();
+    for (size_t needle = 0; needle <= headerCount; ++needle) {
+        if (needle == headerIndex) continue;
+        for (size_t found : landmarks.afterLineBreak[needle]) {
+            if (found - 1 >= start) {
+                end = std::min(end, found - 1);
+                break;
+            }
+        }
+    }
     return body.substr(start, end - start);
 }
 
@@ -260,14 +278,18 @@ std::string replaceCRLF(std::string_view text) {
     return out;
 }
 
-} // namespace
+/// The frontmatter and the body of a text with "\r\n" normalised, viewed in `storage` or in
+/// the original; nothing when there is no frontmatter.
+struct Parts {
+    std::string_view frontmatter;
+    std::string_view body;
+};
 
-std::optional<TranscriptDocument> parse(std::string_view original) {
-    std::string normalized;
+std::optional<Parts> split(std::string_view original, std::string& storage) {
     std::string_view text = original;
     if (original.find("\r\n") != std::string_view::npos) {
-        normalized = replaceCRLF(original);
-        text = normalized;
+        storage = replaceCRLF(original);
+        text = storage;
     }
     if (text.size() < 4 || text.substr(0, 4) != "---\n") return std::nullopt;
 
@@ -278,18 +300,43 @@ std::optional<TranscriptDocument> parse(std::string_view original) {
         if (close == std::string_view::npos) return std::nullopt;
         bodyStart = close + 4;
     }
+    return Parts{text.substr(4, close - 4), text.substr(bodyStart)};
+}
 
+void readBody(std::string_view body, TranscriptDocument& doc) {
+    Landmarks landmarks(body);
+    doc.notes = trim(section(body, 0, landmarks));
+    doc.turns = parseTurns(section(body, 1, landmarks));
+    doc.summary = trim(stripCommentLines(section(body, 2, landmarks)));
+    doc.meetingNotes = trim(stripCommentLines(section(body, 3, landmarks)));
+    doc.actionItems = trim(stripCommentLines(section(body, 4, landmarks)));
+    doc.keyMoments = trim(stripCommentLines(section(body, 5, landmarks)));
+}
+
+} // namespace
+
+std::optional<TranscriptDocument> parse(std::string_view text) {
+    std::string storage;
+    auto parts = split(text, storage);
+    if (!parts) return std::nullopt;
     TranscriptDocument doc;
-    readFrontmatter(text.substr(4, close - 4), doc);
-
-    std::string_view body = text.substr(bodyStart);
-    doc.notes = trim(section(body, 0));
-    doc.turns = parseTurns(section(body, 1));
-    doc.summary = trim(stripCommentLines(section(body, 2)));
-    doc.meetingNotes = trim(stripCommentLines(section(body, 3)));
-    doc.actionItems = trim(stripCommentLines(section(body, 4)));
-    doc.keyMoments = trim(stripCommentLines(section(body, 5)));
+    readFrontmatter(parts->frontmatter, doc);
+    readBody(parts->body, doc);
     return doc;
+}
+
+std::optional<TranscriptDocument> parseFrontmatter(std::string_view text) {
+    std::string storage;
+    auto parts = split(text, storage);
+    if (!parts) return std::nullopt;
+    TranscriptDocument doc;
+    readFrontmatter(parts->frontmatter, doc);
+    return doc;
+}
+
+void parseBody(std::string_view text, TranscriptDocument& doc) {
+    std::string storage;
+    if (auto parts = split(text, storage)) readBody(parts->body, doc);
 }
 
 } // namespace zelmor::MarkdownTranscriptParser

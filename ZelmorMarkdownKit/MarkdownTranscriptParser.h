@@ -19,4 +19,14 @@ inline constexpr std::string_view machineBlockEndMarker = "<!-- /zelmor:ai -->";
 /// defect leaves the affected field at its default.
 std::optional<TranscriptDocument> parse(std::string_view text);
 
+/// The frontmatter fields only, for callers that look at no section or turn (listing a folder,
+/// the participant directory): sections and turns are left empty. Gives nothing exactly when
+/// `parse` does.
+std::optional<TranscriptDocument> parseFrontmatter(std::string_view text);
+
+/// Fills the sections and turns of a document that `parseFrontmatter` read from the same text;
+/// the two together give what `parse` gives. Leaves the document alone when the text has no
+/// frontmatter.
+void parseBody(std::string_view text, TranscriptDocument& doc);
+
 } // namespace zelmor::MarkdownTranscriptParser

@@ -195,7 +195,9 @@ std::vector<FileOutcome> importFolder(const std::string& source, const std::opti
                                       const Progress& progress) {
     auto listed = platform::listFilesRecursively(source);
     if (!listed) return {};
-    std::string memoryInfix = "/" + std::string(memoryFolderName) + "/";
+    // Appended rather than "/" + ...: GCC 12 at -O2 warns falsely (-Wrestrict) on that form.
+    std::string memoryInfix = "/";
+    memoryInfix.append(memoryFolderName).append("/");
     std::vector<std::string> candidates;
     for (const std::string& path : *listed) {
         std::string extension = asciiLowercased(extensionOf(path));

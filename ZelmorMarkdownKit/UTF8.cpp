@@ -1,4 +1,5 @@
-// Validation runs over every transcript on every scan: ASCII is checked eight bytes at a time.
+// Validation runs over every byte of every transcript on every scan: runs of ASCII, which is
+// nearly all of a transcript, are checked 32 bytes at a time with plain word loads.
 #include "ZelmorMarkdownKit/UTF8.h"
 
 #include <cstdint>
@@ -38,18 +39,30 @@ int sequenceLength(std::string_view s, size_t at) {
     return need + 1;
 }
 
+/// True when none of the `count` 8-byte words from `at` has a byte with the high bit set.
+template <size_t count> bool wordsAreASCII(const char* at) {
+    std::uint64_t any = 0;
+    for (size_t k = 0; k < count; ++k) {
+        std::uint64_t word;
+        std::memcpy(&word, at + 8 * k, 8);
+        any |= word;
+    }
+    return (any & 0x8080808080808080ULL) == 0;
+}
+
 } // namespace
 
 bool isValid(std::string_view s) {
+    const char* data = s.data();
     size_t i = 0;
     while (i < s.size()) {
-        if (i + 8 <= s.size()) {
-            std::uint64_t chunk;
-            std::memcpy(&chunk, s.data() + i, 8);
-            if ((chunk & 0x8080808080808080ULL) == 0) {
-                i += 8;
-                continue;
-            }
+        if (i + 32 <= s.size() && wordsAreASCII<4>(data + i)) {
+            i += 32;
+            continue;
+        }
+        if (i + 8 <= s.size() && wordsAreASCII<1>(data + i)) {
+            i += 8;
+            continue;
         }
         int n = sequenceLength(s, i);
         if (n < 0) return false;

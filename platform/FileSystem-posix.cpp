@@ -42,29 +42,39 @@ FileIdentity identityOf(const struct stat& st) {
 
 /// Reads an open descriptor to its end and closes it; nothing unless it is a regular file (and,
 /// when `expected` is given, that very file).
-std::optional<std::string> readRegularAndClose(int fd, const FileIdentity* expected) {
+std::optional<size_t> readRegularIntoAndClose(int fd, const FileIdentity* expected, std::string& buffer) {
     struct stat st {};
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) ||
         (expected != nullptr && identityOf(st) != *expected)) {
         ::close(fd);
         return std::nullopt;
     }
-    std::string data;
-    data.resize(static_cast<size_t>(st.st_size));
+    // Room for one byte more than the size: a read that comes back short of the room once the
+    // size is reached is the end, which saves the second read that would return 0.
+    size_t size = static_cast<size_t>(st.st_size);
+    if (buffer.size() < size + 1) buffer.resize(size + 1);
     size_t used = 0;
     while (true) {
-        if (used == data.size()) data.resize(data.size() + 4096);
-        ssize_t n = ::read(fd, data.data() + used, data.size() - used);
+        if (used == buffer.size()) buffer.resize(buffer.size() * 2); // the file grew while we read
+        size_t room = buffer.size() - used;
+        ssize_t n = ::read(fd, buffer.data() + used, room);
         if (n < 0) {
             if (errno == EINTR) continue;
             ::close(fd);
             return std::nullopt;
         }
-        if (n == 0) break;
         used += static_cast<size_t>(n);
+        if (n == 0 || (static_cast<size_t>(n) < room && used >= size)) break;
     }
     ::close(fd);
-    data.resize(used);
+    return used;
+}
+
+std::optional<std::string> readRegularAndClose(int fd, const FileIdentity* expected) {
+    std::string data;
+    auto length = readRegularIntoAndClose(fd, expected, data);
+    if (!length) return std::nullopt;
+    data.resize(*length);
     return data;
 }
 
@@ -155,11 +165,19 @@ bool exists(const std::string& path) {
 }
 
 std::optional<std::string> readFile(const std::string& path) {
+    std::string data;
+    auto length = readFileInto(path, data);
+    if (!length) return std::nullopt;
+    data.resize(*length);
+    return data;
+}
+
+std::optional<size_t> readFileInto(const std::string& path, std::string& buffer) {
     if (path.find('\0') != std::string::npos) return std::nullopt; // the OS would read a shorter path
     // O_NONBLOCK so that opening a FIFO never waits for a writer; fstat then refuses it.
     int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) return std::nullopt;
-    return readRegularAndClose(fd, nullptr);
+    return readRegularIntoAndClose(fd, nullptr, buffer);
 }
 
 std::optional<FileIdentity> regularFileIdentity(const std::string& path) {

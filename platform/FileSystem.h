@@ -61,6 +61,11 @@ std::optional<FileIdentity> regularFileIdentity(const std::string& path);
 /// opened is the regular file `expected`.
 std::optional<std::string> readFileWithoutLinks(const std::string& path, const FileIdentity& expected);
 
+/// Reads a whole regular file into the front of `buffer`, which only ever grows, so that a thread
+/// reading file after file neither allocates nor clears memory for each. Gives the file's length
+/// (bytes past it are left over from earlier reads), or nothing where `readFile` gives nothing.
+std::optional<size_t> readFileInto(const std::string& path, std::string& buffer);
+
 /// Writes the whole contents to a temporary file beside the destination and renames it into
 /// place, so readers see either the old or the new file, never a part. The folder is not created.
 bool writeFileAtomically(const std::string& path, std::string_view contents);

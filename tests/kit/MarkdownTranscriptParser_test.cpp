@@ -261,6 +261,22 @@ TEST(MarkdownTranscriptParser, SectionHeadingMatchesAnywhereButNeedsALineBreak) 
     EXPECT_EQ(withFrontmatter("title: x", "## Meeting Notes\nmn\n## Notes\nn\n").notes, "n");
 }
 
+TEST(MarkdownTranscriptParser, EndingsCountOnlyFromTheSectionStartOn) {
+    // A heading before the section, or the heading line's own line break, ends nothing.
+    TranscriptDocument before =
+        withFrontmatter("title: x", "## Summary\nsum\n## Notes\nnotes <!-- /zelmor:ai -->");
+    EXPECT_EQ(before.notes, "notes <!-- /zelmor:ai -->") << "the marker needs a line break before it";
+    EXPECT_EQ(before.summary, "sum");
+    EXPECT_EQ(withFrontmatter("title: x", "## Notes\n## Transcript\n**A:** b\n").notes,
+              "## Transcript\n**A:** b");
+    // Mid-line, a heading starts its own section but ends no other.
+    TranscriptDocument midLine =
+        withFrontmatter("title: x", "## Notes\na ## Transcript\n**Ana:** hi\n## Key Moments\nk");
+    EXPECT_EQ(midLine.notes, "a ## Transcript\n**Ana:** hi");
+    EXPECT_EQ(midLine.turns, (std::vector<Turn>{{"Ana", "hi"}}));
+    EXPECT_EQ(midLine.keyMoments, "k");
+}
+
 TEST(MarkdownTranscriptParser, PlaceholderNotesAreKeptAsText) {
     TranscriptDocument doc = withFrontmatter(
         "title: x", std::string("\n## Notes\n\n") + TranscriptDocument::notesPlaceholder + "\n\n## Transcript\n\n");
@@ -298,6 +314,41 @@ TEST(MarkdownTranscriptParser, TranscriptEndsAtTheBlockMarker) {
     TranscriptDocument doc = withFrontmatter("title: x", "## Transcript\n\n**Ana:** Last words.\n"
                                                          "<!-- /zelmor:ai -->\n\n**Bot:** after\n");
     EXPECT_EQ(doc.turns, (std::vector<Turn>{{"Ana", "Last words."}}));
+}
+
+TEST(MarkdownTranscriptParser, FrontmatterThenBodyIsTheWholeParse) {
+    std::string crlf;
+    for (char c : appFile) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    const std::string texts[] = {
+        appFile,
+        crlf,
+        "---\ntitle: Only a title\n---",
+        "---\ntitle: x\n---\n## Summary\n<!-- zelmor:ai -->\nSaid.\n<!-- /zelmor:ai -->\n## Notes\nn\n",
+        "---\nparticipants:\n  - Ana\n---\n## Transcript\n**Ana:** hi\n---\nsource: Zelmor\n",
+    };
+    for (const auto& text : texts) {
+        auto header = MarkdownTranscriptParser::parseFrontmatter(text);
+        ASSERT_TRUE(header.has_value()) << text;
+        TranscriptDocument bodyless = parsed(text);
+        bodyless.notes = bodyless.summary = bodyless.meetingNotes = bodyless.actionItems =
+            bodyless.keyMoments = "";
+        bodyless.turns.clear();
+        EXPECT_EQ(*header, bodyless) << "the frontmatter alone leaves every section empty: " << text;
+        MarkdownTranscriptParser::parseBody(text, *header);
+        EXPECT_EQ(*header, parsed(text)) << text;
+    }
+}
+
+TEST(MarkdownTranscriptParser, FrontmatterAloneRefusesWhatTheParseRefuses) {
+    for (std::string text : {"", "--- \ntitle: x\n---\n", "\n---\ntitle: x\n---\n", "---\ntitle: x\n"}) {
+        EXPECT_FALSE(MarkdownTranscriptParser::parse(text)) << text;
+        EXPECT_FALSE(MarkdownTranscriptParser::parseFrontmatter(text)) << text;
+        TranscriptDocument untouched;
+        untouched.title = "kept";
+        TranscriptDocument expected = untouched;
+        MarkdownTranscriptParser::parseBody(text + "## Notes\nx\n", untouched);
+        EXPECT_EQ(untouched, expected) << text;
+    }
 }
 
 } // namespace
