@@ -2,12 +2,9 @@
 // the plain reading of the folder one file at a time, on a generated folder with tricky files.
 #include "ZelmorMCP/MeetingStore.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/SkillsFolder.h"
-#include "ZelmorMarkdownKit/UTF8.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
 #include "bench/corpus/CorpusGenerator.h"
 #include "platform/FileSystem.h"
-#include "platform/FolderListing.h"
+#include "tests/mcp/SequentialScan.h"
 #include "tests/support/TempFolder.h"
 
 #include <algorithm>
@@ -19,38 +16,8 @@ namespace {
 
 using Meetings = std::vector<MeetingStore::Meeting>;
 
-/// The scan written as plainly as possible: list, filter, read, check, parse, sort.
-Meetings sequentialScan(const std::string& folder, const std::string& memoryFolderName) {
-    Meetings meetings;
-    auto listed = platform::listFilesRecursively(folder);
-    for (const auto& path : listed.value()) {
-        std::string name = path.substr(path.rfind('/') + 1);
-        size_t dot = name.rfind('.');
-        if (dot == std::string::npos || dot == 0) continue;
-        std::string extension = name.substr(dot + 1);
-        for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        if (extension != "md" || SkillsFolder::holds(path, memoryFolderName)) continue;
-        auto text = platform::readFile(path);
-        if (!text || !UTF8::isValid(*text) || !ZelmorTranscriptMarker::declares(*text)) continue;
-        auto doc = MarkdownTranscriptParser::parse(*text);
-        if (doc) meetings.push_back({platform::standardizePath(path), std::move(*doc)});
-    }
-    std::sort(meetings.begin(), meetings.end(), [](const auto& a, const auto& b) {
-        const std::string& keyA = a.doc.startedAt.empty() ? a.doc.date : a.doc.startedAt;
-        const std::string& keyB = b.doc.startedAt.empty() ? b.doc.date : b.doc.startedAt;
-        return keyA != keyB ? keyA > keyB : a.path > b.path;
-    });
-    return meetings;
-}
-
-Meetings withoutBodies(Meetings meetings) {
-    for (auto& meeting : meetings) {
-        TranscriptDocument& doc = meeting.doc;
-        doc.notes = doc.summary = doc.meetingNotes = doc.actionItems = doc.keyMoments = "";
-        doc.turns.clear();
-    }
-    return meetings;
-}
+using test::sequentialScan;
+using test::withoutBodies;
 
 std::vector<std::string> pathsOf(const Meetings& meetings) {
     std::vector<std::string> paths;
