@@ -1,15 +1,18 @@
 // search_meetings over a fresh scan: the scope test for dates and participant, the keyword match
 // for the query, newest-first or score order, and one clamped page. The scope needs only the
-// frontmatter, and a cheap test on the raw file rules out most meetings before any body is parsed.
+// frontmatter, a cheap test on the raw file rules out most meetings before any body is parsed,
+// and snippets are made only for the page returned.
 #include "ZelmorMCP/MeetingStore.h"
 
 #include "ZelmorMarkdownKit/AnswerScope.h"
+#include "ZelmorMarkdownKit/FoldedNeedle.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/UTF8.h"
+#include "platform/FileSystem.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace zelmor {
 
@@ -32,8 +35,8 @@ bool asksForRelevance(const std::optional<std::string>& sort) {
 /// those are tested on the parsed header instead.
 class TermPrefilter {
 public:
-    explicit TermPrefilter(const std::string& term) : term(term) {
-        std::string folded = TextFolding::folded(term);
+    explicit TermPrefilter(const FoldedNeedle& term) : term(&term) {
+        const std::string& folded = term.folded();
         size_t start = 0;
         while (start <= folded.size()) {
             size_t end = folded.find('\n', start);
@@ -41,24 +44,32 @@ public:
             if (end > start) pieces.emplace_back(folded.substr(start, end - start));
             start = end + 1;
         }
-        for (const auto& piece : pieces) searchers.emplace_back(piece.begin(), piece.end());
     }
 
     /// False only when the document cannot hold the term.
-    bool mayHold(const TranscriptDocument& header, std::string_view foldedText) const {
-        if (RankedTranscriptSearch::termMatches(term, header.title)) return true;
+    bool mayHold(const TranscriptDocument& header, std::string_view text) const {
+        if (term->occursIn(header.title)) return true;
         for (const auto& participant : header.participants)
-            if (RankedTranscriptSearch::termMatches(term, participant)) return true;
-        for (const auto& searcher : searchers)
-            if (std::search(foldedText.begin(), foldedText.end(), searcher) == foldedText.end()) return false;
-        return true;
+            if (term->occursIn(participant)) return true;
+        return std::all_of(pieces.begin(), pieces.end(),
+                           [&](const FoldedNeedle& piece) { return piece.occursIn(text); });
     }
 
 private:
-    std::string term;
-    std::vector<std::string> pieces;
-    std::vector<std::boyer_moore_horspool_searcher<std::string::const_iterator>> searchers;
+    const FoldedNeedle* term;
+    std::vector<FoldedNeedle> pieces;
 };
+
+/// The snippets of a hit, from the file read again: the scan kept no bodies. A file changed
+/// since the scan gives what it gives now, and none when it no longer matches.
+std::vector<std::string> snippetsOf(const std::string& path, const std::vector<std::string>& terms) {
+    auto text = platform::readFile(path);
+    if (!text || !UTF8::isValid(*text)) return {};
+    auto doc = MarkdownTranscriptParser::parse(*text);
+    if (!doc) return {};
+    auto match = RankedTranscriptSearch::match(*doc, terms);
+    return match ? std::move(match->snippets) : std::vector<std::string>{};
+}
 
 } // namespace
 
@@ -73,33 +84,32 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     scope.dateTo = filters.dateTo;
     scope.participant = filters.participant;
 
-    std::vector<TermPrefilter> prefilters(terms.begin(), terms.end());
+    const auto needles = RankedTranscriptSearch::needles(terms);
+    std::vector<TermPrefilter> prefilters;
+    if (needles)
+        for (const auto& needle : *needles) prefilters.emplace_back(needle);
 
     struct Scored {
         SearchHit hit;
         long long score;
     };
-    // Runs on the scan's threads: it reads the shared scope, terms and prefilters and writes only
-    // its own file's result and its thread's folding buffer.
+    // Runs on the scan's threads: it reads the shared scope, needles and prefilters and writes
+    // only its own file's result.
     auto visit = [&](FileVisit& file) -> std::optional<Scored> {
         if (!scope.admits(file.path, file.header)) return std::nullopt;
         if (terms.empty()) return Scored{SearchHit{Meeting{file.path, std::move(file.header)}, 0, {}}, 0};
-
-        thread_local std::string foldedText;
-        foldedText.clear();
-        TextFolding::appendFolded(file.text, foldedText);
+        if (!needles) return std::nullopt;
         for (const auto& prefilter : prefilters)
-            if (!prefilter.mayHold(file.header, foldedText)) return std::nullopt;
+            if (!prefilter.mayHold(file.header, file.text)) return std::nullopt;
 
         MarkdownTranscriptParser::parseBody(file.text, file.header);
-        auto match = RankedTranscriptSearch::match(file.header, terms);
+        auto match = RankedTranscriptSearch::matchWithoutSnippets(file.header, *needles);
         if (!match) return std::nullopt;
-        // A hit shows its frontmatter only; the body would hold the whole corpus in memory.
+        // A hit shows its frontmatter only; the bodies would hold the whole corpus in memory.
         TranscriptDocument& doc = file.header;
         doc.notes = doc.summary = doc.meetingNotes = doc.actionItems = doc.keyMoments = std::string();
         doc.turns = {};
-        return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, std::move(match->snippets)},
-                      match->score};
+        return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, {}}, match->score};
     };
     std::vector<Scored> found = collect(visit);
     if (asksForRelevance(filters.sort))
@@ -110,7 +120,11 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     const long long first = std::min(appliedOffset, total);
     const long long last = std::min(total, first + pageSize);
     SearchResult result{total, appliedOffset, {}};
-    for (long long at = first; at < last; ++at) result.hits.push_back(std::move(found[static_cast<size_t>(at)].hit));
+    for (long long at = first; at < last; ++at) {
+        SearchHit& hit = found[static_cast<size_t>(at)].hit;
+        if (!terms.empty()) hit.snippets = snippetsOf(hit.meeting.path, terms);
+        result.hits.push_back(std::move(hit));
+    }
     return result;
 }
 

@@ -188,6 +188,41 @@ std::optional<DocumentMatch> match(const TranscriptDocument& document,
     return result;
 }
 
+std::optional<std::vector<FoldedNeedle>> needles(const std::vector<std::string>& terms) {
+    std::vector<FoldedNeedle> found;
+    for (const auto& term : terms) {
+        std::string folded = TextFolding::folded(term);
+        if (folded.empty()) return std::nullopt;
+        found.emplace_back(std::move(folded));
+    }
+    return found;
+}
+
+std::optional<DocumentMatch> matchWithoutSnippets(const TranscriptDocument& document,
+                                                  const std::vector<FoldedNeedle>& needles) {
+    if (needles.empty()) return std::nullopt;
+    // The texts `match` searches; each is searched on its own, so no term spans two of them.
+    std::vector<bool> found(needles.size(), false);
+    auto anyIn = [&](std::string_view text) {
+        bool any = false;
+        for (size_t t = 0; t < needles.size(); ++t) {
+            if (needles[t].occursIn(text)) found[t] = any = true;
+        }
+        return any;
+    };
+    DocumentMatch result;
+    for (const auto& turn : document.turns) result.matchingTurns += anyIn(turn.text) ? 1 : 0;
+    for (std::string_view field : std::array<std::string_view, 4>{document.notes, document.summary,
+                                                                   document.actionItems, document.keyMoments})
+        anyIn(field);
+    bool inTitle = anyIn(document.title);
+    bool inParticipant = false;
+    for (const auto& participant : document.participants) inParticipant = anyIn(participant) || inParticipant;
+    if (std::find(found.begin(), found.end(), false) != found.end()) return std::nullopt;
+    result.score = result.matchingTurns + (inTitle ? 3 : 0) + (inParticipant ? 2 : 0);
+    return result;
+}
+
 std::string excerpt(std::string_view text, TextRange range, size_t context) {
     long reach = static_cast<long>(context);
     size_t start = ICUText::movedByCharacters(text, range.start, -reach);

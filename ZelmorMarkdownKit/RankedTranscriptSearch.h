@@ -2,6 +2,7 @@
 // touched turns plus title and participant bonuses, and up to three snippets in context.
 #pragma once
 
+#include "ZelmorMarkdownKit/FoldedNeedle.h"
 #include "ZelmorMarkdownKit/TextRange.h"
 #include "ZelmorMarkdownKit/TranscriptDocument.h"
 
@@ -47,6 +48,15 @@ bool termMatches(std::string_view term, std::string_view text);
 /// summary, action items, key moments, title or a participant. The machine-written meeting notes
 /// are not searched. Nothing when a term is missing or there are no terms.
 std::optional<DocumentMatch> match(const TranscriptDocument& document, const std::vector<std::string>& terms);
+
+/// The terms folded, ready to match many documents; nothing when a term folds to nothing (no
+/// document can match it).
+std::optional<std::vector<FoldedNeedle>> needles(const std::vector<std::string>& terms);
+
+/// `match` without the snippets, at a fraction of its cost: whether the document holds every
+/// term, its score and its matching turns, exactly as `match` gives them.
+std::optional<DocumentMatch> matchWithoutSnippets(const TranscriptDocument& document,
+                                                  const std::vector<FoldedNeedle>& needles);
 
 /// The text around the range, `context` characters each side, trimmed, with "…" on cut ends.
 std::string excerpt(std::string_view text, TextRange range, size_t context);

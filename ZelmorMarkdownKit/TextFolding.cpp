@@ -147,4 +147,9 @@ bool contains(std::string_view text, std::string_view term) {
     return !foldedTerm.empty() && folded(text).find(foldedTerm) != std::string::npos;
 }
 
+std::optional<std::string_view> foldedFromTable(char32_t c) {
+    if (c >= FoldTable::size) return std::nullopt;
+    return foldTable()[c];
+}
+
 } // namespace zelmor::TextFolding

@@ -38,4 +38,7 @@ std::optional<TextRange> find(std::string_view text, std::string_view term);
 
 bool contains(std::string_view text, std::string_view term);
 
+/// The folded form of one code point below U+3000 (a table lookup, no ICU); nothing above.
+std::optional<std::string_view> foldedFromTable(char32_t c);
+
 } // namespace zelmor::TextFolding

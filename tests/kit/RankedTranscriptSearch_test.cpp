@@ -232,7 +232,7 @@ std::optional<RTS::DocumentMatch> plainMatch(const TranscriptDocument& doc, cons
     return result;
 }
 
-TEST(RankedTranscriptSearchMatchTest, OnePassMatchAgreesWithThePlainDefinition) {
+TEST(RankedTranscriptSearchMatchTest, OnePassMatchAndTheSnippetFreeMatchAgreeWithThePlainDefinition) {
     std::mt19937 random(11);
     const Strings vocabulary{"plan",    "Plan",   "PLANNING", "résumé", "resume",    "Straße",
                              "strasse", "budget", "ok",       "😀",      "e\xCC\x81", "q3",
@@ -254,8 +254,18 @@ TEST(RankedTranscriptSearchMatchTest, OnePassMatchAgreesWithThePlainDefinition) 
         Strings terms;
         for (size_t k = 1 + random() % 4; k > 0; --k)
             terms.push_back(vocabulary[random() % vocabulary.size()]);
-        ASSERT_EQ(RTS::match(doc, terms), plainMatch(doc, terms)) << "round " << round;
+        auto expected = plainMatch(doc, terms);
+        ASSERT_EQ(RTS::match(doc, terms), expected) << "round " << round;
+        if (expected) expected->snippets.clear();
+        auto needles = RTS::needles(terms);
+        ASSERT_TRUE(needles.has_value()) << "round " << round;
+        ASSERT_EQ(RTS::matchWithoutSnippets(doc, *needles), expected) << "round " << round;
     }
+}
+
+TEST(RankedTranscriptSearchMatchTest, ATermThatFoldsToNothingLeavesNoNeedlesSoNothingMatches) {
+    EXPECT_FALSE(RTS::needles({"plan", "\xCC\x81"}).has_value()); // a lone combining mark
+    EXPECT_EQ(RTS::match(document({{"Ann", "plan \xCC\x81"}}), {"plan", "\xCC\x81"}), std::nullopt);
 }
 
 } // namespace

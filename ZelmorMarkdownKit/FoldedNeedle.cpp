@@ -1,0 +1,135 @@
+// The search behind FoldedNeedle. ASCII text folds byte by byte to its lower case, so an ASCII
+// needle can be compared against raw ASCII directly; a non-ASCII code point changes the picture
+// only when its folded form is empty (a dropped mark) or shares a byte with the needle.
+#include "ZelmorMarkdownKit/FoldedNeedle.h"
+
+#include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace zelmor {
+
+namespace {
+
+/// How common each byte is in English text, rarest last: the anchor is the needle's byte
+/// latest in this list, so that `memchr` stops as seldom as possible.
+constexpr std::string_view byCommonness = " etaoinsrhldcumfpgwybvk.,-'\"xjqz0123456789:;?!()/_";
+
+size_t commonness(unsigned char c) {
+    size_t at = byCommonness.find(static_cast<char>(c));
+    return at == std::string_view::npos ? byCommonness.size() : at;
+}
+
+unsigned char lowerASCII(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; }
+
+bool isASCIILetter(unsigned char c) { return c >= 'a' && c <= 'z'; }
+
+/// The first byte at or after `at` with the high bit set, or the end; eight bytes at a time.
+size_t nextNonASCII(std::string_view text, size_t at) {
+    constexpr std::uint64_t highBits = 0x8080808080808080ULL;
+    while (at + 32 <= text.size()) {
+        std::uint64_t words[4];
+        std::memcpy(words, text.data() + at, sizeof words);
+        if (((words[0] | words[1] | words[2] | words[3]) & highBits) != 0) break;
+        at += 32;
+    }
+    while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80) ++at;
+    return at;
+}
+
+} // namespace
+
+FoldedNeedle::FoldedNeedle(std::string folded) : needle(std::move(folded)) {
+    for (size_t i = 0; i < needle.size(); ++i) {
+        auto c = static_cast<unsigned char>(needle[i]);
+        holds[c] = true;
+        if (c >= 0x80 || c == '\n') byteWise = false;
+        if (commonness(c) >= commonness(static_cast<unsigned char>(needle[anchor]))) anchor = i;
+    }
+}
+
+bool FoldedNeedle::occursIn(std::string_view text) const {
+    if (needle.empty()) return false;
+    if (!byteWise) return TextFolding::folded(text).find(needle) != std::string::npos;
+    return occursAsASCII(text) || occursAcrossNonASCII(text);
+}
+
+bool FoldedNeedle::occursAsASCII(std::string_view text) const {
+    if (text.size() < needle.size()) return false;
+    const auto* data = reinterpret_cast<const unsigned char*>(text.data());
+    // The anchor byte can sit anywhere from `first` up to (not including) `end`.
+    const unsigned char* const first = data + anchor;
+    const unsigned char* const end = data + (text.size() - needle.size()) + anchor + 1;
+    auto target = static_cast<unsigned char>(needle[anchor]);
+    // A letter is looked for in both cases: one memchr scan per case, each resumed past its own find.
+    const unsigned char forms[2] = {target, isASCIILetter(target) ? static_cast<unsigned char>(target - ('a' - 'A')) : target};
+    const size_t formCount = forms[0] == forms[1] ? 1 : 2;
+    const unsigned char* found[2] = {first, first};
+    auto scan = [&](size_t k, const unsigned char* from) {
+        found[k] = from < end ? static_cast<const unsigned char*>(std::memchr(from, forms[k], end - from)) : nullptr;
+    };
+    for (size_t k = 0; k < formCount; ++k) scan(k, first);
+    while (true) {
+        size_t k = formCount == 2 && found[1] != nullptr && (found[0] == nullptr || found[1] < found[0]) ? 1 : 0;
+        const unsigned char* hit = found[k];
+        if (hit == nullptr) return false;
+        const unsigned char* start = hit - anchor;
+        size_t i = 0;
+        while (i < needle.size() && lowerASCII(start[i]) == static_cast<unsigned char>(needle[i])) ++i;
+        if (i == needle.size()) return true;
+        scan(k, hit + 1);
+    }
+}
+
+bool FoldedNeedle::mayFoldInto(char32_t c) const {
+    auto folded = TextFolding::foldedFromTable(c);
+    if (!folded) return true; // beyond the table: not worth telling apart, fold the line
+    if (folded->empty()) return true;
+    for (char byte : *folded)
+        if (holds[static_cast<unsigned char>(byte)]) return true;
+    return false;
+}
+
+bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
+    // A match that the raw comparison misses takes in a non-ASCII code point that may fold into
+    // the needle; it then lies within the needle's folded length on either side of that code
+    // point, and within its line, since nothing folds into or out of a line break. Only that
+    // window is folded. A code point beyond the fold table counts as folding to nothing, which
+    // only widens the window.
+    auto foldedLength = [](std::string_view codePoint) -> size_t {
+        if (codePoint.size() == 1) return 1;
+        size_t at = 0;
+        auto folded = TextFolding::foldedFromTable(Whitespace::decodeUtf8(codePoint, at));
+        return folded ? folded->size() : 0;
+    };
+    auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
+    std::string window;
+    size_t at = 0;
+    while (at < text.size()) {
+        at = nextNonASCII(text, at);
+        if (at == text.size()) break;
+        size_t start = at;
+        if (!mayFoldInto(Whitespace::decodeUtf8(text, at))) continue;
+        size_t from = start, gathered = 0;
+        while (from > 0 && text[from - 1] != '\n' && gathered < needle.size()) {
+            size_t end = from--;
+            while (from > 0 && isContinuation(text[from])) --from;
+            gathered += foldedLength(text.substr(from, end - from));
+        }
+        size_t to = at;
+        gathered = 0;
+        while (to < text.size() && text[to] != '\n' && gathered < needle.size()) {
+            size_t begin = to;
+            Whitespace::decodeUtf8(text, to);
+            gathered += foldedLength(text.substr(begin, to - begin));
+        }
+        window.clear();
+        TextFolding::appendFolded(text.substr(from, to - from), window);
+        if (window.find(needle) != std::string::npos) return true;
+    }
+    return false;
+}
+
+} // namespace zelmor

@@ -1,0 +1,40 @@
+// Finding a folded term in raw text without folding the whole text: the whole-file test that
+// rules a file out of a search before its body is parsed.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zelmor {
+
+/// A term, already folded, to look for in text that is not.
+///
+/// `occursIn(text)` answers exactly what `TextFolding::folded(text).find(folded) != npos` would.
+/// For a term of ASCII bytes (most folded terms, accents being stripped), it looks for the term's
+/// rarest byte with `memchr` and compares case-insensitively around each find; only lines holding
+/// a non-ASCII character that could fold into the term are folded and searched.
+class FoldedNeedle {
+public:
+    /// `folded` is the output of `TextFolding::folded`; it must not be empty.
+    explicit FoldedNeedle(std::string folded);
+
+    bool occursIn(std::string_view text) const;
+
+    const std::string& folded() const { return needle; }
+
+private:
+    bool occursAsASCII(std::string_view text) const;
+    bool occursAcrossNonASCII(std::string_view text) const;
+    /// Whether a code point folds into something that could make up part of the needle.
+    bool mayFoldInto(char32_t c) const;
+
+    std::string needle;
+    /// ASCII and no line break: searched in the raw text; otherwise the text is folded whole.
+    bool byteWise = true;
+    /// The byte of the needle searched for first, and where it sits in the needle.
+    size_t anchor = 0;
+    /// Which bytes the needle holds.
+    bool holds[256] = {};
+};
+
+} // namespace zelmor
