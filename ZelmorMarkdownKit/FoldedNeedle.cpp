@@ -26,16 +26,20 @@ unsigned char lowerASCII(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('
 
 bool isASCIILetter(unsigned char c) { return c >= 'a' && c <= 'z'; }
 
-/// The first byte at or after `at` with the high bit set, or the end; eight bytes at a time.
+/// The first byte at or after `at` with the high bit set, or the end; 32 bytes at a time.
 size_t nextNonASCII(std::string_view text, size_t at) {
     constexpr std::uint64_t highBits = 0x8080808080808080ULL;
+    const char* data = text.data();
     while (at + 32 <= text.size()) {
-        std::uint64_t words[4];
-        std::memcpy(words, text.data() + at, sizeof words);
-        if (((words[0] | words[1] | words[2] | words[3]) & highBits) != 0) break;
+        std::uint64_t a, b, c, d; // four loads kept in registers, one test
+        std::memcpy(&a, data + at, 8);
+        std::memcpy(&b, data + at + 8, 8);
+        std::memcpy(&c, data + at + 16, 8);
+        std::memcpy(&d, data + at + 24, 8);
+        if (((a | b | c | d) & highBits) != 0) break;
         at += 32;
     }
-    while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80) ++at;
+    while (at < text.size() && static_cast<unsigned char>(data[at]) < 0x80) ++at;
     return at;
 }
 
@@ -92,6 +96,22 @@ bool FoldedNeedle::mayFoldInto(char32_t c) const {
     return false;
 }
 
+bool FoldedNeedle::mayHoldAnchor(std::string_view window) const {
+    const char target = needle[anchor];
+    size_t at = 0;
+    while (at < window.size()) {
+        auto byte = static_cast<unsigned char>(window[at]);
+        if (byte < 0x80) {
+            if (static_cast<char>(lowerASCII(byte)) == target) return true;
+            ++at;
+            continue;
+        }
+        auto folded = TextFolding::foldedFromTable(Whitespace::decodeUtf8(window, at));
+        if (!folded || folded->find(target) != std::string_view::npos) return true;
+    }
+    return false;
+}
+
 bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
     // A match that the raw comparison misses takes in a non-ASCII code point that may fold into
     // the needle; it then lies within the needle's folded length on either side of that code
@@ -125,6 +145,9 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
             Whitespace::decodeUtf8(text, to);
             gathered += foldedLength(text.substr(begin, to - begin));
         }
+        // Folding is the costly part; a window without the needle's rarest byte, raw or folded
+        // out of a letter, cannot hold the needle.
+        if (!mayHoldAnchor(text.substr(from, to - from))) continue;
         window.clear();
         TextFolding::appendFolded(text.substr(from, to - from), window);
         if (window.find(needle) != std::string::npos) return true;

@@ -25,6 +25,8 @@ public:
 private:
     bool occursAsASCII(std::string_view text) const;
     bool occursAcrossNonASCII(std::string_view text) const;
+    /// Whether raw text holds the anchor byte once folded.
+    bool mayHoldAnchor(std::string_view window) const;
     /// Whether a code point folds into something that could make up part of the needle.
     bool mayFoldInto(char32_t c) const;
 
