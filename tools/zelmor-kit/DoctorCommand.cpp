@@ -50,7 +50,7 @@ constexpr const char* noteLabel = "  note     ";
 constexpr const char* problemLabel = "  problem  ";
 constexpr const char* detailIndent = "             ";
 
-/// Collects the findings as they are printed, and counts the problems for the exit status.
+/// Prints the findings as they come, and counts the problems for the exit status.
 class Findings {
 public:
     void heading(const std::string& text) { std::cout << text << "\n"; }
