@@ -5,8 +5,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 preset="${1:-debug}"
 
+# dpkg-dev: the package test reads the executables' library dependencies with dpkg-shlibdeps.
 packages=(cmake ninja-build g++ pkg-config libicu-dev nlohmann-json3-dev libssl-dev libgtest-dev
-          libbenchmark-dev libcli11-dev ${EXTRA_PACKAGES:-})
+          libbenchmark-dev libcli11-dev dpkg-dev ${EXTRA_PACKAGES:-})
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")

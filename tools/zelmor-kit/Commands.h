@@ -18,5 +18,6 @@ void registerRenameSpeakerCommand(CLI::App& app, int& exitStatus);
 void registerSetTitleCommand(CLI::App& app, int& exitStatus);
 void registerSetNotesCommand(CLI::App& app, int& exitStatus);
 void registerSetSectionsCommand(CLI::App& app, int& exitStatus);
+void registerDoctorCommand(CLI::App& app, int& exitStatus);
 
 } // namespace zelmor::kitcli

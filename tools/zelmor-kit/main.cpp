@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
         registerSetTitleCommand,
         registerSetNotesCommand,
         registerSetSectionsCommand,
+        registerDoctorCommand,
     };
     for (Registration add : registrations) {
         add(app, exitStatus);

@@ -1,0 +1,56 @@
+// Prints a few facts about one transcript through the installed kit, touching each library the
+// kit links: the parser, ICU (case mapping, calendars), OpenSSL (turn identifiers) and the
+// platform layer (folder listing).
+#include "ZelmorMarkdownKit/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/ICUText.h"
+#include "ZelmorMarkdownKit/JSONWriter.h"
+#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/TxtTwinTidy.h"
+#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "platform/FileSystem.h"
+
+#include <unicode/calendar.h>
+#include <unicode/timezone.h>
+
+#include <iostream>
+#include <memory>
+
+int main(int argc, char** argv) {
+    using namespace zelmor;
+    if (argc != 2) {
+        std::cerr << "usage: transcript_facts TRANSCRIPT.md\n";
+        return 1;
+    }
+    auto text = platform::readFile(argv[1]);
+    if (!text) {
+        std::cerr << "cannot read " << argv[1] << "\n";
+        return 1;
+    }
+    auto document = MarkdownTranscriptParser::parse(*text);
+    if (!document) {
+        std::cerr << "not a transcript: " << argv[1] << "\n";
+        return 1;
+    }
+    std::cout << "title: " << document->title << "\n"
+              << "lower-cased: " << ICUText::lowercased(document->title) << "\n"
+              << "date: " << document->date << "\n"
+              << "participants: " << JSONWriter::compact(document->participants).value_or("?") << "\n"
+              << "marker: " << (ZelmorTranscriptMarker::declares(*text) ? "yes" : "no") << "\n"
+              << "turns: " << document->turns.size() << "\n";
+    if (!document->turns.empty())
+        std::cout << "first turn: " << TranscriptTurnID::make(0, document->turns[0].text) << " "
+                  << document->turns[0].speaker << "\n";
+
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::Calendar> calendar(
+        icu::Calendar::createInstance(icu::TimeZone::getGMT()->clone(), status));
+    if (U_FAILURE(status)) return 1;
+    std::cout << "day of the epoch: "
+              << AgentActivityLog::dayKey(std::chrono::system_clock::time_point{}, *calendar) << "\n";
+
+    std::string file = platform::absolutePath(argv[1]);
+    std::cout << "text twins beside it: " << TxtTwinTidy::plan(file.substr(0, file.rfind('/'))).size()
+              << "\n";
+    return 0;
+}
