@@ -122,6 +122,9 @@ TEST(ImportConversion, RecognisedFormatWithoutTurnsIsNoSpeech) {
               Failure::noSpeech);
     EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[{"speaker":"A"}]})", "a.json", std::nullopt)),
               Failure::noSpeech);
+    EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[],"turns":[{"speaker":"A","text":"hi"}]})", "a.json",
+                                           std::nullopt)),
+              Failure::noSpeech);
     EXPECT_EQ(std::get<Failure>(convertAll("Title,Transcript\nA,\n", "a.csv", std::nullopt)), Failure::noSpeech);
 }
 
