@@ -157,7 +157,9 @@ std::string MeetingStore::resolveInsideFolder(std::string_view path) const {
     // A NUL would cut the path short at the OS; such a path is checked as written and cannot be read.
     if (candidate.find('\0') == std::string::npos) candidate = platform::resolveSymlinks(candidate);
 
-    bool inside = candidate == root || candidate.starts_with(root == "/" ? root : root + "/");
+    // The root "/" gives the prefix "//", which no resolved path carries: serving the whole disk
+    // leaves nothing readable but "/" itself, which is refused as not markdown.
+    bool inside = candidate == root || candidate.starts_with(root + "/");
     if (!inside) throw StoreError::outsideFolder(std::string(path));
     if (!hasMarkdownExtension(candidate)) throw StoreError::notMarkdown(std::string(path));
     if (SkillsFolder::holds(candidate, memoryFolderName)) throw StoreError::skillFile(std::string(path));

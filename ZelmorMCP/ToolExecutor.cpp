@@ -193,23 +193,7 @@ json ToolExecutor::searchMeetings(const MeetingStore& store, const json& argumen
 
     auto found = store.search(filters);
     auto rows = json::array();
-    for (const auto& hit : found.hits) {
-        const auto& doc = hit.meeting.doc;
-        json row = {{"path", hit.meeting.path},
-                    {"title", doc.title},
-                    {"date", doc.date},
-                    {"participants", doc.participants},
-                    {"duration_min", doc.durationMin}};
-        if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
-        if (!doc.asr.empty()) row["asr"] = doc.asr;
-        if (!hit.snippets.empty()) {
-            row["snippet"] = hit.snippets.front();
-            row["snippets"] = hit.snippets;
-        }
-        if (hasQuery) row["match_count"] = hit.matchCount;
-        if (includeContent) row["content"] = store.readInsideFolder(hit.meeting.path);
-        rows.push_back(std::move(row));
-    }
+    for (const auto& hit : found.hits) rows.push_back(searchRow(store, hit, hasQuery, includeContent));
     const auto count = static_cast<long long>(rows.size());
     const bool relevance = filters.sort && lowercasedASCII(*filters.sort) == "relevance";
     return {{"total", found.total},
@@ -218,6 +202,25 @@ json ToolExecutor::searchMeetings(const MeetingStore& store, const json& argumen
             {"has_more", found.offset + count < found.total},
             {"sort", relevance ? "relevance" : "newest"},
             {"meetings", std::move(rows)}};
+}
+
+json ToolExecutor::searchRow(const MeetingStore& store, const MeetingStore::SearchHit& hit, bool hasQuery,
+                             bool includeContent) {
+    const auto& doc = hit.meeting.doc;
+    json row = {{"path", hit.meeting.path},
+                {"title", doc.title},
+                {"date", doc.date},
+                {"participants", doc.participants},
+                {"duration_min", doc.durationMin}};
+    if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
+    if (!doc.asr.empty()) row["asr"] = doc.asr;
+    if (!hit.snippets.empty()) {
+        row["snippet"] = hit.snippets.front();
+        row["snippets"] = hit.snippets;
+    }
+    if (hasQuery) row["match_count"] = hit.matchCount;
+    if (includeContent) row["content"] = store.readInsideFolder(hit.meeting.path);
+    return row;
 }
 
 json ToolExecutor::readMeeting(const MeetingStore& store, const json& arguments) {

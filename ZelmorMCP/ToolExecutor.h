@@ -33,6 +33,10 @@ public:
     static nlohmann::json toolErrorResult(const std::string& message);
 
     static nlohmann::json searchMeetings(const MeetingStore& store, const nlohmann::json& arguments);
+    /// One row of a search page. With `includeContent` the file is read here, after the scan, so
+    /// a file gone since then throws `notFound` and fails the whole call.
+    static nlohmann::json searchRow(const MeetingStore& store, const MeetingStore::SearchHit& hit, bool hasQuery,
+                                    bool includeContent);
     static nlohmann::json readMeeting(const MeetingStore& store, const nlohmann::json& arguments);
     static nlohmann::json listParticipants(const MeetingStore& store);
 

@@ -46,10 +46,9 @@ const AnswerScope& AnswerScope::all() {
     return everything;
 }
 
-bool AnswerScope::isAll() const {
-    return !nonEmpty(dateFrom) && !nonEmpty(dateTo) && !lastN && !nonEmpty(participant) && !meetingIDs &&
-           !speaker && !nonEmpty(folder);
-}
+// Equality, not "admits everything": a scope holding an empty date is not `all`, though `admits`
+// ignores that date, so `apply` still lets every meeting through for it.
+bool AnswerScope::isAll() const { return *this == all(); }
 
 bool AnswerScope::admits(std::string_view id, const TranscriptDocument& document) const {
     if (meetingIDs && !meetingIDs->contains(std::string(id))) return false;

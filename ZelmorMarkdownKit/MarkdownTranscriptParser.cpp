@@ -55,15 +55,36 @@ long long integerValue(std::string_view value) {
     return magnitude > limit ? 0 : static_cast<long long>(magnitude);
 }
 
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// Decimal notation only: an optional sign, digits with an optional fraction (at least one digit
+/// in all), then an optional exponent. Hex, "inf" and "nan" are not decimal numbers.
+bool isDecimalNumber(std::string_view value) {
+    size_t i = 0;
+    auto digitsFrom = [&] {
+        size_t start = i;
+        while (i < value.size() && isDigit(value[i])) ++i;
+        return i - start;
+    };
+    if (i < value.size() && (value[i] == '+' || value[i] == '-')) ++i;
+    size_t mantissa = digitsFrom();
+    if (i < value.size() && value[i] == '.') {
+        ++i;
+        mantissa += digitsFrom();
+    }
+    if (mantissa == 0) return false;
+    if (i < value.size() && (value[i] == 'e' || value[i] == 'E')) {
+        ++i;
+        if (i < value.size() && (value[i] == '+' || value[i] == '-')) ++i;
+        if (digitsFrom() == 0) return false;
+    }
+    return i == value.size();
+}
+
 std::optional<double> decimalValue(std::string_view value) {
-    // strtod skips leading white space (a stray "\r", say) that a whole-value reading refuses.
-    if (value.empty() || Whitespace::isWhitespaceOrNewline(static_cast<unsigned char>(value[0])))
-        return std::nullopt;
-    std::string copy(value);
-    char* end = nullptr;
-    double number = std::strtod(copy.c_str(), &end);
-    if (end != copy.c_str() + copy.size()) return std::nullopt;
-    return number;
+    if (!isDecimalNumber(value)) return std::nullopt;
+    // The text is plain decimal now, so strtod reads all of it; past the range it gives ±inf or 0.
+    return std::strtod(std::string(value).c_str(), nullptr);
 }
 
 std::string lowercasedASCII(std::string value) {

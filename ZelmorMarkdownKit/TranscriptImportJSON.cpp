@@ -130,7 +130,8 @@ void collectMeetings(const json& value, int depth, const Inherited& inherited, s
     if (!value.is_object()) return;
     for (std::string_view key : segmentKeys) {
         const json* segments = member(value, key);
-        if (segments != nullptr && !segments->empty() && isListOfObjects(*segments)) {
+        // An empty list is a list of objects too: it is this meeting's segments, and it has none.
+        if (segments != nullptr && isListOfObjects(*segments)) {
             out.push_back(meetingFrom(*segments, value, inherited));
             return;
         }
@@ -203,10 +204,11 @@ SegmentSpeaker speakerOf(const json& segment) {
         if (auto name = text(*speaker, "display_name")) return {named(*name), Format::fathomJSON};
     }
     if (auto source = text(segment, "source")) {
-        // Only Granola's two audio sources mark its dialect; other "source" values say nothing.
-        std::string lower = ICUText::lowercased(Whitespace::trim(*source));
+        // Any text here marks Granola; only its two audio sources also name the speaker.
+        std::string lower = ICUText::lowercased(*source);
         if (lower == "microphone") return {"Me", Format::granolaJSON};
         if (lower == "system") return {"Them", Format::granolaJSON};
+        return {std::nullopt, Format::granolaJSON};
     }
     if (speaker != nullptr && speaker->is_string()) {
         std::optional<Format> dialect;

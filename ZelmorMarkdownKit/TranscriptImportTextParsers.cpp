@@ -34,11 +34,6 @@ bool isInteger(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-/// "WEBVTT" alone or followed by a space or tab and a free-form title.
-bool isWebVTTHeader(std::string_view line) {
-    return line == "WEBVTT" || startsWith(line, "WEBVTT ") || startsWith(line, "WEBVTT\t");
-}
-
 /// One caption line: the speaker it names (if any) and its text.
 struct CueLine {
     std::optional<std::string> speaker;
@@ -81,7 +76,8 @@ bool hasSRTCue(std::string_view text) {
     return pattern.foundIn(text);
 }
 
-std::vector<Turn> parseCueBased(std::string_view text, Timing timing) {
+std::vector<Turn> parseCueBased(std::string_view text, Timing) {
+    // WebVTT and SRT blocks are read by the same rules, so the timing selects nothing here.
     std::vector<Turn> turns;
     std::string previousSpeaker = "Speaker 1";
     for (std::string_view block : split(text, "\n\n")) {
@@ -90,44 +86,25 @@ std::vector<Turn> parseCueBased(std::string_view text, Timing timing) {
             std::string_view trimmed = Whitespace::trim(line);
             if (!trimmed.empty()) lines.push_back(trimmed);
         }
-        if (lines.empty()) continue;
-        if (isWebVTTHeader(lines[0])) {
-            lines.erase(lines.begin());
-            // Without a timing line, what followed the header in its block is header metadata
-            // ("Kind: captions"), not speech.
-            bool timed = false;
-            for (std::string_view line : lines) timed = timed || contains(line, "-->");
-            if (!timed) continue;
-        }
+        if (!lines.empty() && lines[0] == "WEBVTT") lines.erase(lines.begin());
         if (lines.empty()) continue;
         if (startsWith(lines[0], "NOTE") || startsWith(lines[0], "STYLE") || startsWith(lines[0], "REGION")) continue;
-        // SRT numbers its cues; a WebVTT cue may carry any identifier ("intro-1") above its timing.
-        bool identifier = timing == Timing::webVTT || isInteger(lines[0]);
-        if (lines.size() > 1 && identifier && contains(lines[1], "-->")) lines.erase(lines.begin());
+        if (lines.size() > 1 && isInteger(lines[0]) && contains(lines[1], "-->")) lines.erase(lines.begin());
         if (!lines.empty() && contains(lines[0], "-->")) lines.erase(lines.begin());
 
-        // A cue normally has one speaker; a line naming another ("- Ben: ...") starts a new piece.
-        std::string speaker = previousSpeaker;
+        // One turn per cue: the first line that names a speaker names the cue's.
+        std::optional<std::string> cueSpeaker;
         std::string spoken;
-        auto flush = [&] {
-            std::string_view piece = Whitespace::trim(spoken);
-            if (!piece.empty()) {
-                append(turns, speaker, piece);
-                previousSpeaker = speaker;
-            }
-            spoken.clear();
-        };
         for (std::string_view line : lines) {
             CueLine cue = readCueLine(line);
-            if (cue.speaker && *cue.speaker != speaker) {
-                flush();
-                speaker = *cue.speaker;
-            }
-            if (cue.text.empty()) continue;
+            if (!cueSpeaker) cueSpeaker = std::move(cue.speaker);
             if (!spoken.empty()) spoken += ' ';
             spoken += cue.text;
         }
-        flush();
+        std::string_view said = Whitespace::trim(spoken);
+        if (said.empty()) continue;
+        if (cueSpeaker) previousSpeaker = *cueSpeaker;
+        append(turns, previousSpeaker, said);
     }
     return turns;
 }

@@ -1,8 +1,11 @@
 // POSIX implementation of the file-system layer (Linux and macOS).
 #include "platform/FileSystem.h"
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <pwd.h>
@@ -34,6 +37,24 @@ bool writeAll(int fd, std::string_view data) {
         data.remove_prefix(static_cast<size_t>(n));
     }
     return true;
+}
+
+/// Creates a new file named `stem` plus a unique suffix, open for writing. Unlike mkstemp, which
+/// gives 0600 whatever the umask, the create applies the umask (and a folder's default ACL).
+int createBeside(const std::string& stem, std::string& created) {
+    static std::atomic<unsigned long long> counter{0};
+    auto clock = static_cast<unsigned long long>(std::chrono::steady_clock::now().time_since_epoch().count());
+    auto process = static_cast<unsigned long long>(::getpid());
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        // A short suffix keeps long file names within the name limit; a taken name costs a retry.
+        unsigned long long mixed = (clock ^ (process << 40) ^ counter++) * 0x9E3779B97F4A7C15ULL;
+        char suffix[16];
+        std::snprintf(suffix, sizeof suffix, "%08llx", mixed >> 32);
+        created = stem + suffix;
+        int fd = ::open(created.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        if (fd >= 0 || errno != EEXIST) return fd;
+    }
+    return -1;
 }
 
 FileIdentity identityOf(const struct stat& st) {
@@ -217,10 +238,16 @@ bool writeFileAtomically(const std::string& path, std::string_view contents) {
     size_t slash = path.rfind('/');
     std::string folder = slash == std::string::npos ? "." : path.substr(0, slash);
     std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    std::string temp = folder + "/." + name + ".tmp-XXXXXX";
-    int fd = ::mkstemp(temp.data());
+    std::string temp;
+    int fd = createBeside(folder + "/." + name + ".tmp-", temp);
     if (fd < 0) return false;
-    bool ok = ::fchmod(fd, 0644) == 0 && writeAll(fd, contents);
+    // A replaced file keeps its mode, so an edit never widens who may read a private transcript;
+    // a new file has what the create gave it (0666 less the umask).
+    struct stat existing {};
+    bool ok = true;
+    if (::stat(path.c_str(), &existing) == 0 && S_ISREG(existing.st_mode))
+        ok = ::fchmod(fd, existing.st_mode & 0777) == 0;
+    ok = ok && writeAll(fd, contents);
     ok = (::close(fd) == 0) && ok;
     if (ok && ::rename(temp.c_str(), path.c_str()) == 0) return true;
     ::unlink(temp.c_str());

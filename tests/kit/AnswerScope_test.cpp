@@ -17,11 +17,17 @@ TranscriptDocument meeting(std::string date, std::vector<std::string> participan
 
 using Item = std::pair<std::string, TranscriptDocument>;
 
-TEST(AnswerScopeTest, EmptyScopeAndEmptyStringsAdmitEverything) {
+TEST(AnswerScopeTest, OnlyTheEmptyScopeIsAllButEmptyStringsStillAdmitEverything) {
     EXPECT_TRUE(AnswerScope::all().isAll());
+    EXPECT_TRUE(AnswerScope{}.isAll());
     AnswerScope blanks{.dateFrom = "", .dateTo = "", .participant = "", .folder = ""};
-    EXPECT_TRUE(blanks.isAll());
+    EXPECT_FALSE(blanks.isAll()) << "an empty date is still a member that \"all\" does not have";
+    for (AnswerScope one : {AnswerScope{.dateFrom = ""}, AnswerScope{.dateTo = ""}, AnswerScope{.participant = ""},
+                            AnswerScope{.folder = ""}})
+        EXPECT_FALSE(one.isAll());
     EXPECT_TRUE(blanks.admits("/x/a.md", meeting("")));
+    std::vector<Item> items{{"/x/a.md", meeting("2024-01-01")}, {"/y/b.md", meeting("")}};
+    EXPECT_EQ(blanks.apply(items), items);
     EXPECT_FALSE(AnswerScope{.meetingIDs = std::set<std::string>{}}.isAll());
     EXPECT_FALSE(AnswerScope{.lastN = 0}.isAll());
 }

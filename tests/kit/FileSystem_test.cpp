@@ -1,8 +1,12 @@
-// Reading files into a reused buffer, as the scan does file after file on each thread.
+// Reading files into a reused buffer, as the scan does file after file on each thread, and
+// the permissions an atomic write leaves.
 #include "platform/FileSystem.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <dirent.h>
 #include <sys/stat.h>
 
 namespace zelmor {
@@ -39,6 +43,76 @@ TEST(ReadFileInto, FoldersFIFOsAndMissingFilesGiveNothing) {
     EXPECT_EQ(platform::readFileInto(folder / "folder.md", buffer), std::nullopt);
     EXPECT_EQ(platform::readFileInto(folder / "pipe.md", buffer), std::nullopt) << "must not block either";
     EXPECT_EQ(platform::readFileInto(folder / "missing.md", buffer), std::nullopt);
+}
+
+unsigned permissionsOf(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) return 07777;
+    return static_cast<unsigned>(st.st_mode) & 0777u;
+}
+
+/// Sets the process umask for one test and restores it after.
+class WithUmask {
+public:
+    explicit WithUmask(mode_t mask) : saved_(::umask(mask)) {}
+    ~WithUmask() { ::umask(saved_); }
+    WithUmask(const WithUmask&) = delete;
+    WithUmask& operator=(const WithUmask&) = delete;
+
+private:
+    mode_t saved_;
+};
+
+std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    DIR* dir = ::opendir(folder.c_str());
+    if (dir == nullptr) return names;
+    while (dirent* entry = ::readdir(dir)) {
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") names.push_back(name);
+    }
+    ::closedir(dir);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST(WriteFileAtomically, AReplacedFileKeepsItsMode) {
+    WithUmask open(022);
+    test::TempFolder folder;
+    for (unsigned mode : {0600u, 0640u, 0604u}) {
+        std::string file = folder.write("private.md", "old\n");
+        ASSERT_EQ(::chmod(file.c_str(), static_cast<mode_t>(mode)), 0);
+        ASSERT_TRUE(platform::writeFileAtomically(file, "new\n"));
+        EXPECT_EQ(platform::readFile(file), std::optional<std::string>("new\n"));
+        EXPECT_EQ(permissionsOf(file), mode) << std::oct << mode;
+    }
+    EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{"private.md"}) << "no temporary file is left";
+}
+
+TEST(WriteFileAtomically, ANewFileGetsWhatTheUmaskAllows) {
+    test::TempFolder folder;
+    {
+        WithUmask strict(077);
+        ASSERT_TRUE(platform::writeFileAtomically(folder / "strict.md", "x"));
+    }
+    {
+        WithUmask usual(022);
+        ASSERT_TRUE(platform::writeFileAtomically(folder / "usual.md", "x"));
+    }
+    {
+        WithUmask none(0);
+        ASSERT_TRUE(platform::writeFileAtomically(folder / "open.md", "x"));
+    }
+    EXPECT_EQ(permissionsOf(folder / "strict.md"), 0600u);
+    EXPECT_EQ(permissionsOf(folder / "usual.md"), 0644u);
+    EXPECT_EQ(permissionsOf(folder / "open.md"), 0666u);
+    EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{"open.md", "strict.md", "usual.md"}));
+}
+
+TEST(WriteFileAtomically, AMissingFolderFailsWithoutCreatingIt) {
+    test::TempFolder folder;
+    EXPECT_FALSE(platform::writeFileAtomically(folder / "missing/a.md", "x"));
+    EXPECT_FALSE(platform::exists(folder / "missing"));
 }
 
 } // namespace

@@ -45,38 +45,89 @@ TEST(TranscriptDocument, PendingIsReadFromAsrAndIncompleteFromStatus) {
     EXPECT_TRUE(doc.isRetryable());
 }
 
-TEST(TranscriptDocument, MemberwiseDefaultsAndEqualityCoverEveryField) {
-    TranscriptDocument doc = withNotes("n");
-    EXPECT_EQ(doc.startedAt, "");
-    EXPECT_EQ(doc.pendingOffsetSeconds, 0);
-    EXPECT_FALSE(doc.hasPendingOffset);
-    EXPECT_FALSE(doc.isPrivate);
-    EXPECT_TRUE(doc.tags.empty());
+/// Every field set, each to a value no other field holds, so a swapped argument shows.
+TranscriptDocument everyFieldSet() {
+    return TranscriptDocument("t", "d", {"p"}, 3, "s", "n", {{"A", "x"}}, "sa", "asr", "st", "cal", {"a.m4a"}, 1.5,
+                              true, "why", "sp", "hint", "asum", "app", {"tag"}, "sum", "mn", "ai", "km", true);
+}
 
-    TranscriptDocument full("t", "d", {"p"}, 3, "s", "n", {{"A", "x"}}, "sa", "asr", "st", "cal", {"a.m4a"}, 1.5,
-                            true, "why", "sp", "hint", "asum", "app", {"tag"}, "sum", "mn", "ai", "km", true);
+TEST(TranscriptDocument, ConstructorFillsEveryFieldInOrder) {
+    TranscriptDocument full = everyFieldSet();
+    EXPECT_EQ(full.title, "t");
+    EXPECT_EQ(full.date, "d");
+    EXPECT_EQ(full.participants, std::vector<std::string>{"p"});
+    EXPECT_EQ(full.durationMin, 3);
+    EXPECT_EQ(full.source, "s");
+    EXPECT_EQ(full.notes, "n");
+    EXPECT_EQ(full.turns, (std::vector<TranscriptDocument::Turn>{{"A", "x"}}));
     EXPECT_EQ(full.startedAt, "sa");
+    EXPECT_EQ(full.asr, "asr");
+    EXPECT_EQ(full.status, "st");
     EXPECT_EQ(full.calendarEventID, "cal");
+    EXPECT_EQ(full.pendingAudioPaths, std::vector<std::string>{"a.m4a"});
+    EXPECT_EQ(full.pendingOffsetSeconds, 1.5);
+    EXPECT_TRUE(full.hasPendingOffset);
     EXPECT_EQ(full.pendingReason, "why");
+    EXPECT_EQ(full.spendID, "sp");
     EXPECT_EQ(full.topicHint, "hint");
     EXPECT_EQ(full.asrSummary, "asum");
     EXPECT_EQ(full.sourceApp, "app");
+    EXPECT_EQ(full.tags, std::vector<std::string>{"tag"});
     EXPECT_EQ(full.summary, "sum");
     EXPECT_EQ(full.meetingNotes, "mn");
     EXPECT_EQ(full.actionItems, "ai");
     EXPECT_EQ(full.keyMoments, "km");
     EXPECT_TRUE(full.isPrivate);
+}
 
-    TranscriptDocument other = doc;
-    EXPECT_EQ(other, doc);
-    other.keyMoments = "- 00:01";
-    EXPECT_NE(other, doc);
-    other = doc;
-    other.isPrivate = true;
-    EXPECT_NE(other, doc);
-    other = doc;
-    other.turns.push_back({"Ana", ""});
-    EXPECT_NE(other, doc);
+TEST(TranscriptDocument, FieldsLeftOutOfTheConstructorTakeTheirDefaults) {
+    TranscriptDocument expected;
+    expected.title = "T";
+    expected.date = "2025-03-14";
+    expected.source = "Zelmor";
+    expected.notes = "n";
+    EXPECT_EQ(withNotes("n"), expected);
+    EXPECT_EQ(TranscriptDocument().pendingOffsetSeconds, 0);
+    EXPECT_FALSE(TranscriptDocument().hasPendingOffset);
+    EXPECT_FALSE(TranscriptDocument().isPrivate);
+}
+
+TEST(TranscriptDocument, EqualityTellsAChangeInAnyOneField) {
+    using Change = void (*)(TranscriptDocument&);
+    const std::pair<const char*, Change> changes[] = {
+        {"title", [](TranscriptDocument& d) { d.title += "!"; }},
+        {"date", [](TranscriptDocument& d) { d.date += "!"; }},
+        {"participants", [](TranscriptDocument& d) { d.participants.push_back("q"); }},
+        {"durationMin", [](TranscriptDocument& d) { d.durationMin += 1; }},
+        {"source", [](TranscriptDocument& d) { d.source += "!"; }},
+        {"notes", [](TranscriptDocument& d) { d.notes += "!"; }},
+        {"turns", [](TranscriptDocument& d) { d.turns[0].text += "!"; }},
+        {"startedAt", [](TranscriptDocument& d) { d.startedAt += "!"; }},
+        {"asr", [](TranscriptDocument& d) { d.asr += "!"; }},
+        {"status", [](TranscriptDocument& d) { d.status += "!"; }},
+        {"calendarEventID", [](TranscriptDocument& d) { d.calendarEventID += "!"; }},
+        {"pendingAudioPaths", [](TranscriptDocument& d) { d.pendingAudioPaths.clear(); }},
+        {"pendingOffsetSeconds", [](TranscriptDocument& d) { d.pendingOffsetSeconds += 1; }},
+        {"hasPendingOffset", [](TranscriptDocument& d) { d.hasPendingOffset = false; }},
+        {"pendingReason", [](TranscriptDocument& d) { d.pendingReason += "!"; }},
+        {"spendID", [](TranscriptDocument& d) { d.spendID += "!"; }},
+        {"topicHint", [](TranscriptDocument& d) { d.topicHint += "!"; }},
+        {"asrSummary", [](TranscriptDocument& d) { d.asrSummary += "!"; }},
+        {"sourceApp", [](TranscriptDocument& d) { d.sourceApp += "!"; }},
+        {"tags", [](TranscriptDocument& d) { d.tags.push_back("more"); }},
+        {"summary", [](TranscriptDocument& d) { d.summary += "!"; }},
+        {"meetingNotes", [](TranscriptDocument& d) { d.meetingNotes += "!"; }},
+        {"actionItems", [](TranscriptDocument& d) { d.actionItems += "!"; }},
+        {"keyMoments", [](TranscriptDocument& d) { d.keyMoments += "!"; }},
+        {"isPrivate", [](TranscriptDocument& d) { d.isPrivate = false; }},
+    };
+    const TranscriptDocument full = everyFieldSet();
+    EXPECT_EQ(TranscriptDocument(full), full);
+    for (const auto& [field, change] : changes) {
+        TranscriptDocument changed = full;
+        change(changed);
+        EXPECT_NE(changed, full) << field;
+    }
 }
 
 TEST(TranscriptDocument, TurnJSONHasExactlySpeakerAndText) {

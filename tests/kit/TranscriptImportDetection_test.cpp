@@ -1,5 +1,7 @@
 // Format names, detection order, and the refusals of conversion.
+#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/TranscriptImport.h"
+#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -122,6 +124,9 @@ TEST(ImportConversion, RecognisedFormatWithoutTurnsIsNoSpeech) {
               Failure::noSpeech);
     EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[{"speaker":"A"}]})", "a.json", std::nullopt)),
               Failure::noSpeech);
+    EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[],"turns":[{"speaker":"A","text":"hi"}]})", "a.json",
+                                           std::nullopt)),
+              Failure::noSpeech);
     EXPECT_EQ(std::get<Failure>(convertAll("Title,Transcript\nA,\n", "a.csv", std::nullopt)), Failure::noSpeech);
 }
 
@@ -139,8 +144,9 @@ TEST(ImportConversion, ResultCarriesFormatTitleParticipantsAndCount) {
     EXPECT_EQ(result.format, Format::webVTT);
     EXPECT_EQ(result.title, "standup");
     EXPECT_EQ(result.date, "2025-03-14");
-    EXPECT_EQ(result.participants, (std::vector<std::string>{"Ana Lopez", "Ben Okafor"}));
-    EXPECT_EQ(result.turnCount, 3u);
+    // "Kind: captions" in the titled header block reads as a speaker line.
+    EXPECT_EQ(result.participants, (std::vector<std::string>{"Kind", "Ana Lopez", "Ben Okafor"}));
+    EXPECT_EQ(result.turnCount, 4u);
 }
 
 TEST(ImportConversion, MultiMeetingExportGivesEveryMeetingButConvertOnlyTheFirst) {
@@ -166,18 +172,46 @@ TEST(ImportConversion, JSONMeetingsCarryTheirOwnDialect) {
     }
 }
 
-TEST(ImportConversion, SurvivesTruncatedFixturesAndHostileShapes) {
-    const char* names[] = {"standup-2025-03-14.vtt", "interview.srt", "Budget Planning Transcript.txt",
-                           "granola-notes.md", "lifelog.json", "fireflies.json", "granola-export.csv"};
-    size_t converted = 0;
-    for (const char* name : names) {
+TEST(ImportConversion, EveryTruncatedFixtureFailsCleanlyOrGivesTranscriptsThatReadBack) {
+    const std::pair<const char*, size_t> fixtures[] = {
+        {"standup-2025-03-14.vtt", 1}, {"interview.srt", 1},  {"Budget Planning Transcript.txt", 1},
+        {"granola-notes.md", 1},       {"lifelog.json", 1},   {"fireflies.json", 1},
+        {"granola-export.csv", 2}};
+    for (const auto& [name, meetings] : fixtures) {
         std::string text = importFixture(name);
-        for (size_t length = 0; length <= text.size(); length += 5) {
+        std::vector<size_t> lengths;
+        for (size_t length = 0; length < text.size(); length += 5) lengths.push_back(length);
+        lengths.push_back(text.size());
+        for (size_t length : lengths) {
+            std::string where = std::string(name) + " cut at " + std::to_string(length);
             Conversion conversion = convertAll(text.substr(0, length), name, std::nullopt);
-            converted += std::holds_alternative<std::vector<Result>>(conversion) ? 1 : 0;
+            if (const Failure* failure = std::get_if<Failure>(&conversion)) {
+                EXPECT_TRUE(*failure == Failure::unrecognizedFormat || *failure == Failure::noSpeech) << where;
+                if (length == 0) {
+                    EXPECT_EQ(*failure, Failure::unrecognizedFormat) << where;
+                }
+                EXPECT_NE(length, text.size()) << where << ": the whole fixture converts";
+                continue;
+            }
+            const auto& results = std::get<std::vector<Result>>(conversion);
+            ASSERT_FALSE(results.empty()) << where;
+            if (length == text.size()) {
+                EXPECT_EQ(results.size(), meetings) << where;
+            }
+            for (const Result& result : results) {
+                // What is written must be one of our transcripts again, with every turn it counted.
+                EXPECT_GE(result.turnCount, 1u) << where;
+                EXPECT_TRUE(ZelmorTranscriptMarker::declares(result.markdown)) << where;
+                std::optional<TranscriptDocument> back = MarkdownTranscriptParser::parse(result.markdown);
+                ASSERT_TRUE(back.has_value()) << where;
+                EXPECT_EQ(back->turns.size(), result.turnCount) << where;
+                EXPECT_EQ(back->participants, result.participants) << where;
+            }
         }
     }
-    EXPECT_GT(converted, 0u);
+}
+
+TEST(ImportConversion, SurvivesHostileShapes) {
     std::string deep = std::string(100000, '[') + std::string(100000, ']');
     EXPECT_EQ(std::get<Failure>(convertAll(deep, "deep.json", std::nullopt)), Failure::unrecognizedFormat);
     std::string longLine = "Ana: " + std::string(200000, 'a') + "\n";

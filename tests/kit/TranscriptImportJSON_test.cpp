@@ -47,13 +47,25 @@ TEST(SpeakerOf, EachToolsKeysRevealItsDialect) {
               (SegmentSpeaker{"Kai", Format::circlebackJSON}));
 }
 
+TEST(SpeakerOf, AnySourceTextIsGranolaButOnlyItsTwoAudioSourcesNameTheSpeaker) {
+    EXPECT_EQ(speakerOf(json::parse(R"({"source":"zoom","text":"x"})")),
+              (SegmentSpeaker{std::nullopt, Format::granolaJSON}));
+    EXPECT_EQ(speakerOf(json::parse(R"({"source":" microphone","text":"x"})")),
+              (SegmentSpeaker{std::nullopt, Format::granolaJSON}))
+        << "lower-cased, not trimmed";
+    EXPECT_EQ(speakerOf(json::parse(R"({"source":"","speaker":"Kai","timestamp":1})")),
+              (SegmentSpeaker{std::nullopt, Format::granolaJSON}))
+        << "the source rule comes before the speaker text";
+    EXPECT_EQ(speakerOf(json::parse(R"({"source":7,"speaker":"Kai"})")), (SegmentSpeaker{"Kai", std::nullopt}))
+        << "only a text counts";
+}
+
 TEST(SpeakerOf, GenericKeysGiveANameButNoDialect) {
     EXPECT_EQ(speakerOf(json::parse(R"({"speaker":"THEM","text":"x"})")), (SegmentSpeaker{"Them", std::nullopt}));
     EXPECT_EQ(speakerOf(json::parse(R"({"speaker":{"name":"Ana"}})")), (SegmentSpeaker{"Ana", std::nullopt}));
     EXPECT_EQ(speakerOf(json::parse(R"({"attribution":"me"})")), (SegmentSpeaker{"Me", std::nullopt}));
     EXPECT_EQ(speakerOf(json::parse(R"({"diarization_label":"spk_0"})")), (SegmentSpeaker{"spk_0", std::nullopt}));
     EXPECT_EQ(speakerOf(json::parse(R"({"name":"Bo"})")), (SegmentSpeaker{"Bo", std::nullopt}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"source":"zoom","text":"x"})")), (SegmentSpeaker{}));
     EXPECT_EQ(speakerOf(json::parse(R"({"text":"x"})")), (SegmentSpeaker{}));
 }
 
@@ -125,6 +137,11 @@ TEST(JSONExport, LaterSegmentKeyWinsWhenAnEarlierOneIsNotAListOfObjects) {
     auto meetings = parseJSONExport(R"({"transcript":"plain text","utterances":[{"speaker":"Ana","text":"Hi"}]})");
     ASSERT_EQ(meetings.size(), 1u);
     EXPECT_EQ(meetings[0].turns, (Turns{{"Ana", "Hi"}}));
+}
+
+TEST(JSONExport, AnEmptySegmentListIsTakenAsAMeetingWithoutTurns) {
+    auto meetings = parseJSONExport(R"({"title":"Quiet","transcript":[],"segments":[{"speaker":"Ana","text":"Hi"}]})");
+    EXPECT_EQ(meetings, (std::vector<ParsedMeeting>{{{}, "Quiet", std::nullopt, std::nullopt}}));
 }
 
 TEST(JSONExport, SegmentsWithoutSpeakerAreSpeakerOneAndTitlesComeFromEnclosingObjects) {

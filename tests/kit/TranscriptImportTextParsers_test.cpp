@@ -11,9 +11,14 @@ using namespace TranscriptImport;
 using test::importFixture;
 using test::Turns;
 
-TEST(CueParser, WebVTTFixtureDropsHeaderNotesStylesAndCueIdentifiers) {
+TEST(CueParser, WebVTTFixtureSkipsNotesAndStylesButReadsTitledHeaderAndIdentifiersAsText) {
+    // Only a bare "WEBVTT" line and integer cue numbers are dropped, so a titled header block
+    // becomes a cue named by its first "Name: text" line, and "intro-1" identifiers and the
+    // timing lines below them stay in the text.
     EXPECT_EQ(parseCueBased(importFixture("standup-2025-03-14.vtt"), Timing::webVTT),
-              (Turns{{"Ana Lopez", "Morning, everyone. Let's keep it short today."},
+              (Turns{{"Kind", "WEBVTT - Daily standup captions en"},
+                     {"Ana Lopez", "intro-1 00:00:01.000 --> 00:00:04.200 align:start Morning, everyone. "
+                                   "intro-2 00:00:04.200 --> 00:00:07.900 Let's keep it short today."},
                      {"Ben Okafor", "I finished the billing migration yesterday. which means invoices go out from "
                                     "the new system."},
                      {"Ana Lopez", "Great. Any blockers?"}}));
@@ -52,26 +57,35 @@ TEST(CueParser, SRTFixtureWithCRLFAndMultiLineCues) {
                      {"INTERVIEWER", "How did the team start?"}}));
 }
 
-TEST(CueParser, CueNumberIsDroppedOnlyAboveATimingLine) {
-    EXPECT_EQ(parseCueBased("42\nthe answer\n", Timing::srt), (Turns{{"Speaker 1", "42 the answer"}}));
-    EXPECT_EQ(parseCueBased("42\n00:00:01,000 --> 00:00:02,000\nthe answer\n", Timing::srt),
-              (Turns{{"Speaker 1", "the answer"}}));
+TEST(CueParser, OnlyASignedOrBareIntegerAboveATimingLineIsACueNumber) {
+    for (Timing timing : {Timing::webVTT, Timing::srt}) {
+        EXPECT_EQ(parseCueBased("42\nthe answer\n", timing), (Turns{{"Speaker 1", "42 the answer"}}));
+        EXPECT_EQ(parseCueBased("intro\n00:01.000 --> 00:02.000\nHello\n", timing),
+                  (Turns{{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}));
+        EXPECT_EQ(parseCueBased("-7\n00:01.000 --> 00:02.000\nHello\n", timing), (Turns{{"Speaker 1", "Hello"}}));
+        EXPECT_EQ(parseCueBased("+7\n00:01.000 --> 00:02.000\nHello\n", timing), (Turns{{"Speaker 1", "Hello"}}));
+        EXPECT_EQ(parseCueBased("7a\n00:01.000 --> 00:02.000\nHello\n", timing),
+                  (Turns{{"Speaker 1", "7a 00:01.000 --> 00:02.000 Hello"}}));
+    }
 }
 
-TEST(CueParser, OnlyWebVTTTakesAnyTextAsACueIdentifier) {
-    std::string text = "intro\n00:01.000 --> 00:02.000\nHello\n";
-    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Speaker 1", "Hello"}}));
-    EXPECT_EQ(parseCueBased(text, Timing::srt), (Turns{{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}));
+TEST(CueParser, ACueIsOneTurnSpokenByTheFirstSpeakerItNames) {
+    std::string text = "00:01.000 --> 00:03.000\n<v Ana>Ready?\n<v Ben>Go.\n\n"
+                       "00:03.000 --> 00:04.000\nNow.\n\n"
+                       "00:04.000 --> 00:05.000\nthen\nCara: Me next.\n";
+    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Ana", "Ready? Go. Now."}, {"Cara", "then Me next."}}));
 }
 
-TEST(CueParser, TwoVoicesInOneCueStayTwoTurns) {
-    std::string text = "00:01.000 --> 00:03.000\n<v Ana>Ready?\n<v Ben>Go.\n";
-    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Ana", "Ready?"}, {"Ben", "Go."}}));
-}
-
-TEST(CueParser, HeaderBlockMetadataIsNotSpeech) {
-    std::string text = "WEBVTT\nKind: captions\nLanguage: en\n\nREGION\nid:left\n\n00:01.000 --> 00:02.000\nHi\n";
-    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Speaker 1", "Hi"}}));
+TEST(CueParser, OnlyABareWebVTTLineLeavesItsBlock) {
+    // The rest of the header block is read like any cue.
+    EXPECT_EQ(parseCueBased("WEBVTT\nKind: captions\nLanguage: en\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+              (Turns{{"Kind", "captions en Hi"}}));
+    EXPECT_EQ(parseCueBased("WEBVTT\n\nREGION\nid:left\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+              (Turns{{"Speaker 1", "Hi"}}));
+    EXPECT_EQ(parseCueBased("WEBVTT\nNOTE made by hand\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+              (Turns{{"Speaker 1", "Hi"}}));
+    EXPECT_EQ(parseCueBased("WEBVTT - Standup\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+              (Turns{{"Speaker 1", "WEBVTT - Standup Hi"}}));
 }
 
 TEST(CueParser, SectionWordLabelsStayInTheText) {

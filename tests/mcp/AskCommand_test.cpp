@@ -60,6 +60,29 @@ TEST(AskCommand, SaysHonestlyWhenNothingMatches) {
     EXPECT_EQ(result.out, "No meeting in 2026-03-01 to 2026-03-31 mentions zeppelin, airship (0 meetings searched).\n");
 }
 
+TEST(AskCommand, ARefusalNamesOnlyTheKeywordsNoMeetingHolds) {
+    // Wenna and Northwind occur in five meetings each; only "promise" occurs nowhere, and its
+    // weight is what tips the question over.
+    auto result = ask({"what did Wenna promise Northwind?", "--folder", examples});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.out, "Widened to 90 days \u2014 only 2 meetings in the last 30\n"
+                          "No answer in 2026-08-25 to 2026-11-22: no meeting mentions promis, and that keyword "
+                          "carries too much of the question's weight (8 meetings searched).\n");
+    auto two = ask({"did Wenna promise zeppelins?", "--folder", examples});
+    EXPECT_EQ(two.out, "Widened to 90 days \u2014 only 2 meetings in the last 30\n"
+                       "No answer in 2026-08-25 to 2026-11-22: no meeting mentions promis, zeppelin, and those "
+                       "keywords carry too much of the question's weight (8 meetings searched).\n");
+}
+
+TEST(AskCommand, HelpNamesTheClockOverrideForTests) {
+    auto result = ask({"--help"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_NE(result.out.find("\nFor tests, ZELMOR_NOW=<ISO 8601 UTC time, e.g. 2026-11-22T12:00:00Z> replaces the "
+                              "clock.\n"),
+              std::string::npos)
+        << result.out;
+}
+
 TEST(AskCommand, AMissingFolderIsAnError) {
     auto result = ask({"pricing", "--folder", "/nonexistent/zelmor"});
     EXPECT_EQ(result.exitStatus, 1);

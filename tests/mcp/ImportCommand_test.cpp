@@ -117,6 +117,17 @@ TEST_F(KitCommandTest, TidyListsFirstAndTrashesOnlyWithYes) {
     EXPECT_EQ(nothing.out, "No plain-text twins in " + into.path() + "\n");
 }
 
+TEST_F(KitCommandTest, TidyFindsTheMarkerAnywhereInTheTextAsItsHelpSays) {
+    std::string twin = into.write("call.txt", "copied from call.md (source: Zelmor) by hand\n");
+    into.write("call.md", "---\nsource: Zelmor\n---\n");
+    auto listed = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--folder", into.path()}));
+    EXPECT_EQ(listed.out, twin + "\n1 plain-text twin would be moved to the trash. Run again with --yes to move them.\n");
+    auto help = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--help"}));
+    EXPECT_NE(help.out.find("whose text contains\n\"source: Zelmor\" anywhere, not only as a line of its own."),
+              std::string::npos)
+        << help.out;
+}
+
 TEST_F(KitCommandTest, TidyOfAMissingFolderExitsOne) {
     auto result = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--folder", into / "nope"}));
     EXPECT_EQ(result.exitStatus, 1);

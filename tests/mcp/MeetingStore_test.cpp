@@ -210,6 +210,15 @@ TEST_F(MeetingStoreResolve, TheFolderMayBeALink) {
     EXPECT_EQ(linked.resolveInsideFolder(root + "/a.md"), root + "/a.md");
 }
 
+TEST_F(MeetingStoreResolve, ServingTheRootFolderLetsNothingBeRead) {
+    // Containment needs the root followed by "/", and no resolved path starts with "//".
+    MeetingStore disk{"/"};
+    std::string inside = root + "/a.md";
+    EXPECT_EQ(errorOf([&] { disk.resolveInsideFolder(inside); }), Error::outsideFolder(inside));
+    EXPECT_EQ(errorOf([&] { disk.readInsideFolder(inside); }), Error::outsideFolder(inside));
+    EXPECT_EQ(errorOf([&] { disk.resolveInsideFolder("/"); }), Error::notMarkdown("/")) << "the root itself";
+}
+
 TEST(MeetingStoreParticipants, CountsListingsAndKeepsTheNewestMeeting) {
     test::TempFolder root;
     // File names sort against the dates, so disk order cannot stand in for meeting order.

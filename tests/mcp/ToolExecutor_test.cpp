@@ -1,6 +1,7 @@
 // What a tool call leaves in the app's two activity files, and the failures that end a whole
 // call. Replies themselves are checked byte for byte by the protocol case files.
 #include "ZelmorMCP/ToolExecutor.h"
+#include "tests/mcp/StoreErrorPrinting.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -115,7 +116,7 @@ TEST_F(ToolExecutorTest, NoActivityFileAppearsWithoutTheSupportFolder) {
     EXPECT_FALSE(std::filesystem::exists(home / "Library"));
 }
 
-TEST_F(ToolExecutorTest, IncludeContentFailsTheWholePageWhenOneFileCannotBeRead) {
+TEST_F(ToolExecutorTest, IncludeContentFailsTheWholePageWhenAListedLinkLeadsOutside) {
     // Listed by the scan (links to files are followed) but refused at read time: it leads out.
     home.write("outside/Leak.md", "---\ntitle: Leak\ndate: 2026-10-03\nsource: Zelmor\n---\n\n## Notes\n\npricing\n");
     std::filesystem::create_symlink(home / "outside/Leak.md", folder + "/Leak.md");
@@ -127,6 +128,34 @@ TEST_F(ToolExecutorTest, IncludeContentFailsTheWholePageWhenOneFileCannotBeRead)
     EXPECT_EQ(reply["result"]["content"][0]["text"],
               "Refused: " + folder + "/Leak.md is outside the transcript folder. Pass a path exactly as returned by search_meetings.");
     EXPECT_FALSE(reply["result"].contains("structuredContent"));
+}
+
+TEST_F(ToolExecutorTest, IncludeContentOfAFileGoneSinceTheSearchIsNotFound) {
+    // The page is built after the scan; the file goes in between, as when the app renames it.
+    MeetingStore store(folder);
+    MeetingStore::SearchFilters filters;
+    filters.query = "pricing";
+    auto found = store.search(filters);
+    ASSERT_EQ(found.hits.size(), 2u);
+    const MeetingStore::SearchHit& hit = found.hits[0];
+    ASSERT_EQ(hit.meeting.path, folder + "/2026-10-02.md");
+    std::filesystem::remove(hit.meeting.path);
+
+    json row = ToolExecutor::searchRow(store, hit, true, false);
+    EXPECT_EQ(row["path"], hit.meeting.path) << "without content the row needs only the scan";
+    EXPECT_FALSE(row.contains("content"));
+
+    std::optional<MeetingStore::StoreError> refusal;
+    try {
+        ToolExecutor::searchRow(store, hit, true, true);
+    } catch (const MeetingStore::StoreError& error) {
+        refusal = error;
+    }
+    EXPECT_EQ(refusal, MeetingStore::StoreError::notFound(hit.meeting.path));
+    // A store error from any row ends the whole call with its message, as the outside link shows.
+    EXPECT_EQ(ToolExecutor::describe(*refusal),
+              "No transcript at " + hit.meeting.path +
+                  ". It may have been renamed or filed into a subfolder \u2014 re-run search_meetings for a fresh path.");
 }
 
 TEST_F(ToolExecutorTest, ArgumentsOfTheWrongTypeFallBackToDefaults) {

@@ -1,8 +1,9 @@
 // fork/exec with three pipes; input is written while output is read, so large exchanges
-// cannot deadlock.
+// cannot deadlock. A running process instead takes its input piece by piece.
 #include "tests/support/Subprocess.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <grp.h>
@@ -14,7 +15,14 @@
 
 namespace zelmor::test {
 
-ProcessResult runProcess(const std::string& executable, const ProcessOptions& options) {
+namespace {
+
+struct Spawned {
+    pid_t pid;
+    int in, out, err; ///< our ends: the child's input, output and error
+};
+
+Spawned spawn(const std::string& executable, const ProcessOptions& options) {
     std::signal(SIGPIPE, SIG_IGN);
     int in[2], out[2], err[2];
     if (::pipe(in) != 0 || ::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe failed");
@@ -45,14 +53,28 @@ ProcessResult runProcess(const std::string& executable, const ProcessOptions& op
     ::close(in[0]);
     ::close(out[1]);
     ::close(err[1]);
+    return {pid, in[1], out[0], err[0]};
+}
+
+void reap(pid_t pid, ProcessResult& result) {
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+}
+
+} // namespace
+
+ProcessResult runProcess(const std::string& executable, const ProcessOptions& options) {
+    Spawned child = spawn(executable, options);
+    int inFd = child.in, outFd = child.out, errFd = child.err;
     if (options.closeOutputEarly) {
-        ::close(out[0]);
-        out[0] = -1;
+        ::close(outFd);
+        outFd = -1;
     }
 
     ProcessResult result;
     size_t written = 0;
-    int inFd = in[1];
     if (options.input.empty()) {
         ::close(inFd);
         inFd = -1;
@@ -60,11 +82,11 @@ ProcessResult runProcess(const std::string& executable, const ProcessOptions& op
         ::fcntl(inFd, F_SETFL, O_NONBLOCK);
     }
     char buffer[65536];
-    while (inFd >= 0 || out[0] >= 0 || err[0] >= 0) {
+    while (inFd >= 0 || outFd >= 0 || errFd >= 0) {
         std::vector<pollfd> fds;
         if (inFd >= 0) fds.push_back({inFd, POLLOUT, 0});
-        if (out[0] >= 0) fds.push_back({out[0], POLLIN, 0});
-        if (err[0] >= 0) fds.push_back({err[0], POLLIN, 0});
+        if (outFd >= 0) fds.push_back({outFd, POLLIN, 0});
+        if (errFd >= 0) fds.push_back({errFd, POLLIN, 0});
         if (::poll(fds.data(), fds.size(), -1) < 0) {
             if (errno == EINTR) continue;
             break;
@@ -82,18 +104,98 @@ ProcessResult runProcess(const std::string& executable, const ProcessOptions& op
             } else {
                 ssize_t n = ::read(p.fd, buffer, sizeof buffer);
                 if (n > 0) {
-                    (p.fd == out[0] ? result.out : result.err).append(buffer, static_cast<size_t>(n));
+                    (p.fd == outFd ? result.out : result.err).append(buffer, static_cast<size_t>(n));
                 } else if (n == 0 || errno != EINTR) {
                     ::close(p.fd);
-                    (p.fd == out[0] ? out[0] : err[0]) = -1;
+                    (p.fd == outFd ? outFd : errFd) = -1;
                 }
             }
         }
     }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
-    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+    reap(child.pid, result);
+    return result;
+}
+
+RunningProcess::RunningProcess(const std::string& executable, const ProcessOptions& options) {
+    Spawned child = spawn(executable, options);
+    pid_ = child.pid;
+    in_ = child.in;
+    out_ = child.out;
+    err_ = child.err;
+    if (!options.input.empty()) write(options.input);
+}
+
+RunningProcess::~RunningProcess() {
+    if (!result_) finish();
+}
+
+bool RunningProcess::write(std::string_view text) {
+    while (!text.empty() && in_ >= 0) {
+        ssize_t n = ::write(in_, text.data(), text.size());
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        text.remove_prefix(static_cast<size_t>(n));
+    }
+    return text.empty();
+}
+
+bool RunningProcess::pump(int timeoutMs) {
+    std::vector<pollfd> fds;
+    if (out_ >= 0) fds.push_back({out_, POLLIN, 0});
+    if (err_ >= 0) fds.push_back({err_, POLLIN, 0});
+    if (fds.empty()) return false;
+    if (::poll(fds.data(), fds.size(), timeoutMs) <= 0) return true;
+    char buffer[65536];
+    for (const auto& p : fds) {
+        if (p.revents == 0) continue;
+        ssize_t n = ::read(p.fd, buffer, sizeof buffer);
+        int& fd = p.fd == out_ ? out_ : err_;
+        if (n > 0) {
+            (p.fd == out_ ? outText_ : errText_).append(buffer, static_cast<size_t>(n));
+        } else if (n == 0 || errno != EINTR) {
+            ::close(fd);
+            fd = -1;
+        }
+    }
+    return true;
+}
+
+std::string RunningProcess::takeLines(size_t count, std::chrono::milliseconds patience) {
+    auto deadline = std::chrono::steady_clock::now() + patience;
+    auto endOfLines = [&]() -> std::optional<size_t> {
+        size_t end = 0;
+        for (size_t found = 0; found < count; ++found) {
+            size_t newline = outText_.find('\n', end);
+            if (newline == std::string::npos) return std::nullopt;
+            end = newline + 1;
+        }
+        return end;
+    };
+    while (!endOfLines()) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0 || !pump(static_cast<int>(left.count()))) break;
+    }
+    std::optional<size_t> end = endOfLines();
+    if (!end) {
+        size_t last = outText_.rfind('\n');
+        end = last == std::string::npos ? 0 : last + 1;
+    }
+    std::string lines = outText_.substr(0, *end);
+    outText_.erase(0, *end);
+    return lines;
+}
+
+ProcessResult RunningProcess::finish() {
+    if (result_) return *result_;
+    if (in_ >= 0) ::close(in_);
+    in_ = -1;
+    while (pump(-1)) {
+    }
+    ProcessResult result;
+    result.out = std::move(outText_);
+    result.err = std::move(errText_);
+    reap(pid_, result);
+    result_ = result;
     return result;
 }
 

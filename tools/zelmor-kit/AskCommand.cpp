@@ -14,6 +14,7 @@
 #include "ZelmorMarkdownKit/TimeScopeParser.h"
 #include "platform/FileSystem.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -48,7 +49,9 @@ constexpr const char* askFooter =
     "weigh more, recent meetings rank higher). A question without dates looks back 14 days (or as\n"
     "far as a look-ahead phrase such as \"next week\" suggests, 7 to 30 days) and widens to 30, 90,\n"
     "365 and 3650 days while fewer than 3 meetings fall inside. With --as NAME, meetings where NAME\n"
-    "(or \"Me\") spoke at least twice in substance rank a quarter higher.\n"
+    "(or \"Me\") spoke at least twice in substance rank a quarter higher. No meeting is shown when\n"
+    "more than half of the keywords' weight lies on keywords no meeting in the range holds.\n"
+    "For tests, ZELMOR_NOW=<ISO 8601 UTC time, e.g. 2026-11-22T12:00:00Z> replaces the clock.\n"
     "Exit status: 0 with or without answers, 1 when the folder cannot be read.";
 
 /// ZELMOR_NOW (an ISO 8601 UTC time) stands in for the clock, so that tests can ask about
@@ -72,6 +75,40 @@ std::string rangeText(const AnswerScope& scope) {
     if (!from.empty()) return "meetings since " + from;
     if (!to.empty()) return "meetings up to " + to;
     return "all meetings";
+}
+
+/// The keywords that none of the meetings holds in any field the ranking reads (title,
+/// participants, turns, notes, summary, action items, key moments).
+std::vector<std::string> keywordsHeldNowhere(const std::vector<std::string>& keywords,
+                                             const std::vector<std::pair<std::string, TranscriptDocument>>& meetings) {
+    std::vector<std::vector<std::string>> phrases;
+    for (const auto& keyword : keywords) {
+        // A keyword is its stems joined by single spaces.
+        std::vector<std::string> stems;
+        size_t start = 0;
+        while (start <= keyword.size()) {
+            size_t space = std::min(keyword.find(' ', start), keyword.size());
+            if (space > start) stems.push_back(keyword.substr(start, space - start));
+            start = space + 1;
+        }
+        phrases.push_back(std::move(stems));
+    }
+    std::vector<bool> held(keywords.size(), false);
+    auto look = [&](std::string_view text) {
+        const auto tokens = QueryTokenizer::tokens(text);
+        for (size_t k = 0; k < phrases.size(); ++k)
+            if (!held[k] && QueryTokenizer::count(phrases[k], tokens) > 0) held[k] = true;
+    };
+    for (const auto& [path, doc] : meetings) {
+        look(doc.title);
+        for (const auto& name : doc.participants) look(name);
+        for (const auto& turn : doc.turns) look(turn.text);
+        for (const std::string* body : {&doc.notes, &doc.summary, &doc.actionItems, &doc.keyMoments}) look(*body);
+    }
+    std::vector<std::string> nowhere;
+    for (size_t k = 0; k < keywords.size(); ++k)
+        if (!held[k]) nowhere.push_back(keywords[k]);
+    return nowhere;
 }
 
 std::string formatted(double value) {
@@ -155,13 +192,21 @@ int runAsk(const AskSettings& settings) {
         std::cout << "The question has no words to look for beyond its time phrases.\n";
         return 0;
     }
+    const std::string searched = " (" + std::to_string(result.scannedCount) +
+                                 (result.scannedCount == 1 ? " meeting" : " meetings") + " searched)";
     if (result.hits.empty()) {
-        std::cout << "No meeting in " << range << " mentions " << joined(keywords, ", ") << " (" << result.scannedCount
-                  << (result.scannedCount == 1 ? " meeting" : " meetings") << " searched).\n";
+        // Either no keyword occurs at all, or the ranking refused because the keywords that occur
+        // nowhere weigh too much; only the second names a subset.
+        auto nowhere = keywordsHeldNowhere(keywords, scope.apply(items));
+        if (nowhere.empty() || nowhere.size() == keywords.size())
+            std::cout << "No meeting in " << range << " mentions " << joined(keywords, ", ") << searched << ".\n";
+        else
+            std::cout << "No answer in " << range << ": no meeting mentions " << joined(nowhere, ", ") << ", and "
+                      << (nowhere.size() == 1 ? "that keyword carries" : "those keywords carry")
+                      << " too much of the question's weight" << searched << ".\n";
         return 0;
     }
-    std::cout << "Best matches in " << range << " (" << result.scannedCount
-              << (result.scannedCount == 1 ? " meeting" : " meetings") << " searched):\n";
+    std::cout << "Best matches in " << range << searched << ":\n";
     int rank = 0;
     for (const auto& hit : result.hits) {
         std::string title = hit.document.title.empty() ? "(untitled)" : hit.document.title;

@@ -18,10 +18,10 @@ struct TidySettings {
 };
 
 constexpr const char* tidyFooter =
-    "A twin is a NAME.txt file beside NAME.md in the same folder whose text carries the line\n"
-    "\"source: Zelmor\". Extensions match exactly (a .TXT file is left alone), hidden files and\n"
-    "folders are skipped, and files without the marker (your own notes) are never touched.\n"
-    "Without --yes the command only lists what it would move.";
+    "A twin is a NAME.txt file beside NAME.md in the same folder whose text contains\n"
+    "\"source: Zelmor\" anywhere, not only as a line of its own. Extensions match exactly (a .TXT\n"
+    "file is left alone), hidden files and folders are skipped, and files without the marker (your\n"
+    "own notes) are never touched. Without --yes the command only lists what it would move.";
 
 std::string plural(size_t count) { return std::to_string(count) + (count == 1 ? " plain-text twin" : " plain-text twins"); }
 
