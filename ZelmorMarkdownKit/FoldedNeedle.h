@@ -25,6 +25,10 @@ public:
 private:
     bool occursAsASCII(std::string_view text) const;
     bool occursAcrossNonASCII(std::string_view text) const;
+    /// Whether the needle starts at some place from `from` on, found by its two rarest bytes.
+    bool occursByPairs(std::string_view text, size_t from) const;
+    /// Whether the raw bytes there, lowered, are the needle.
+    bool matchesAt(const unsigned char* start) const;
     /// Whether raw text holds the anchor byte once folded.
     bool mayHoldAnchor(std::string_view window) const;
     /// Whether a code point folds into something that could make up part of the needle.
@@ -35,6 +39,8 @@ private:
     bool byteWise = true;
     /// The byte of the needle searched for first, and where it sits in the needle.
     size_t anchor = 0;
+    /// The next rarest byte's place (the anchor's own when the needle is one byte long).
+    size_t second = 0;
     /// Which bytes the needle holds.
     bool holds[256] = {};
 };

@@ -39,6 +39,20 @@ TEST(FoldedNeedle, FindsTheTermWhereverFoldingWouldMakeIt) {
     }
 }
 
+TEST(FoldedNeedle, TextFullOfNearMissesIsSearchedToTheEndAtEveryOffset) {
+    // Many near misses make the search leave its first method midway; the needle then sits at
+    // every place relative to the 16-byte blocks, and once past the last whole block.
+    FoldedNeedle needle(TextFolding::folded("pricing page"));
+    std::string decoys;
+    for (int i = 0; i < 40; ++i) decoys += "Pricing Pag. gig ";
+    for (size_t pad = 0; pad < 40; ++pad) {
+        std::string text = decoys + std::string(pad, 'g');
+        EXPECT_FALSE(needle.occursIn(text)) << pad;
+        EXPECT_TRUE(needle.occursIn(text + "PRICING page")) << pad;
+        EXPECT_TRUE(needle.occursIn(text + "pricing page" + std::string(pad % 17, '.'))) << pad;
+    }
+}
+
 TEST(FoldedNeedle, AgreesWithFoldingTheWholeTextOnRandomMixedText) {
     // Pieces chosen to meet at every boundary: case, marks, ligatures, expansions, line breaks,
     // characters beyond the fold table, and letters that rank as rare or common anchors.
