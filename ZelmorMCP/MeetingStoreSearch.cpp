@@ -106,9 +106,11 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
         auto match = RankedTranscriptSearch::matchWithoutSnippets(file.header, *needles);
         if (!match) return std::nullopt;
         // A hit shows its frontmatter only; the bodies would hold the whole corpus in memory.
+        // Swapping with empties frees the buffers; clearing or assigning would keep them.
         TranscriptDocument& doc = file.header;
-        doc.notes = doc.summary = doc.meetingNotes = doc.actionItems = doc.keyMoments = std::string();
-        doc.turns = {};
+        for (std::string* body : {&doc.notes, &doc.summary, &doc.meetingNotes, &doc.actionItems, &doc.keyMoments})
+            std::string().swap(*body);
+        std::vector<TranscriptDocument::Turn>().swap(doc.turns);
         return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, {}}, match->score};
     };
     std::vector<Scored> found = collect(visit);
