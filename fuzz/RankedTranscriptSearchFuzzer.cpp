@@ -43,12 +43,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (auto found = RTS::match(document, terms)) {
         require(!terms.empty(), "no terms match nothing");
         require(found->snippets.size() <= 3, "at most three snippets");
-        require(found->matchingTurns >= 0 && static_cast<size_t>(found->matchingTurns) <= document.turns.size(),
+        require(found->matchingTurns >= 0 &&
+                    static_cast<size_t>(found->matchingTurns) <= document.turns.size(),
                 "matching turns are turns of the document");
         require(found->score >= found->matchingTurns && found->score <= found->matchingTurns + 5,
                 "the score is the matching turns plus the two bonuses at most");
         if (validInput)
-            for (const auto& snippet : found->snippets) require(zelmor::UTF8::isValid(snippet), "snippets are valid UTF-8");
+            for (const auto& snippet : found->snippets)
+                require(zelmor::UTF8::isValid(snippet), "snippets are valid UTF-8");
     }
     auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
     require(hits.size() <= 1, "one document ranks at most once");

@@ -22,8 +22,14 @@ namespace {
 using std::chrono::system_clock;
 
 // Zones with a DST change, a half-hour DST shift, the earliest and latest offsets, and UTC.
-constexpr std::array zones = {"UTC", "Europe/Berlin", "America/Los_Angeles", "Australia/Lord_Howe",
-                              "Pacific/Kiritimati", "Pacific/Pago_Pago", "Asia/Kolkata", "America/St_Johns"};
+constexpr std::array zones = {"UTC",
+                              "Europe/Berlin",
+                              "America/Los_Angeles",
+                              "Australia/Lord_Howe",
+                              "Pacific/Kiritimati",
+                              "Pacific/Pago_Pago",
+                              "Asia/Kolkata",
+                              "America/St_Johns"};
 
 // Seconds since 1970 (UTC): a mid-month Wednesday, month ends, a leap day, a year's last minute,
 // the night of a DST change in Europe and in the US.

@@ -28,9 +28,11 @@ constexpr std::array<std::string_view, 5> headers = {"## Summary", "## Meeting N
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
     std::string_view header = headers[data[0] % headers.size()];
-    auto args = zelmor::fuzz::arguments(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1), 3);
+    auto args =
+        zelmor::fuzz::arguments(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1), 3);
     std::string_view first = args[0], second = args[1], text = args[2];
-    bool validInput = zelmor::UTF8::isValid(first) && zelmor::UTF8::isValid(second) && zelmor::UTF8::isValid(text);
+    bool validInput =
+        zelmor::UTF8::isValid(first) && zelmor::UTF8::isValid(second) && zelmor::UTF8::isValid(text);
     bool transcript = zelmor::MarkdownTranscriptParser::parse(text).has_value();
 
     // Each edit's result must read again; those that only touch lines below the frontmatter's
@@ -54,7 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(block->start <= block->end && block->end <= text.size(), "the block lies inside the text");
         require(Editor::enhancedSections(text).has_value(), "a block has sections, if only empty ones");
     } else {
-        require(Editor::setEnhancedSections(text, "") == text, "clearing a text without a block changes nothing");
+        require(Editor::setEnhancedSections(text, "") == text,
+                "clearing a text without a block changes nothing");
     }
     Editor::isInsideMachineBlock({first.size(), first.size() + second.size()}, text);
     if (auto provenance = Editor::machineProvenance(text); provenance && validInput)

@@ -57,7 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<std::string> ids = TurnID::ids(turns);
     require(ids.size() == turns.size(), "one identifier per turn");
     for (size_t i = 0; i < ids.size(); ++i)
-        require(TurnID::locate(ids[i], turns) == TurnID::Match{TurnID::Exact{i}}, "a fresh identifier is exact");
+        require(TurnID::locate(ids[i], turns) == TurnID::Match{TurnID::Exact{i}},
+                "a fresh identifier is exact");
 
     TurnID::Match found = TurnID::locate(id, turns);
     size_t index = indexOf(found, turns.size());
@@ -66,7 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Positions past the end, up to the largest one an index can name, for the fuzzed text.
     for (size_t past : {turns.size() + id.size(), std::numeric_limits<size_t>::max() - 1}) {
         TurnID::Match beyond = TurnID::locate(TurnID::make(past, id), turns);
-        require(std::holds_alternative<TurnID::Missing>(beyond) || std::holds_alternative<TurnID::Moved>(beyond),
+        require(std::holds_alternative<TurnID::Missing>(beyond) ||
+                    std::holds_alternative<TurnID::Moved>(beyond),
                 "an identifier past the end is moved or missing");
     }
     std::string words = zelmor::TextNormalize::words(id);

@@ -42,9 +42,11 @@ for f in tests/fixtures/import/*; do
     case "$f" in *.vtt) k='\x00' ;; *.srt) k='\x01' ;; *.txt) k='\x02' ;; *.md) k='\x03' ;; *.json) k='\x04' ;; *.csv) k='\x05' ;; *) k='\x06' ;; esac
     { printf "$k"; cat "$f"; } | seed TranscriptImportFuzzer
 done
-# Every request line of the protocol cases is a seed of its own.
+# Every request line of the protocol cases is a seed of its own; the harness serves the same
+# fixtures folder as those cases.
 for f in tests/protocol/cases/*.test; do
     while IFS= read -r line; do
+        line="${line//\{fixtures\}/$root/tests/fixtures/meetings}"
         case "$line" in "> "*) printf '%s' "${line#> }" | seed MCPServerHandleFuzzer ;; esac
     done <"$f"
 done
