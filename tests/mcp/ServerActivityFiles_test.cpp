@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,19 +46,20 @@ protected:
     void SetUp() override {
         // Open to others: some calls run as "nobody".
         ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
-        home.write("Meetings/2026-10-15.md", "---\ntitle: Budget\ndate: 2026-10-15\nparticipants:\n  - Ana\n"
-                                             "source: Zelmor\n---\n\n## Transcript\n\n**Ana:** The budget holds.\n");
+        home.write("Meetings/2026-10-15.md",
+                   "---\ntitle: Budget\ndate: 2026-10-15\nparticipants:\n  - Ana\n"
+                   "source: Zelmor\n---\n\n## Transcript\n\n**Ana:** The budget holds.\n");
         support = home.makeFolder("Library/Application Support/Zelmor");
         logFile = AgentActivityLog::fileURL(support);
         feedFile = AgentActivityFeed::fileURL(support);
     }
 
-    ProcessResult serve(std::string input) const {
+    ProcessResult serve(std::string input, const std::string& server = ZELMOR_MCP_BINARY) const {
         ProcessOptions options;
         options.arguments = {"--transcripts-folder", home / "Meetings"};
         options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
         options.input = std::move(input);
-        return test::runProcess(ZELMOR_MCP_BINARY, options);
+        return test::runProcess(server, options);
     }
 
     /// What a server answers to the calls, one per line, each the same reply but for its id.
@@ -84,9 +86,10 @@ TEST_F(ServerActivityFiles, TwoServersMakingAThousandCallsEachAnswerAllAndLeaveW
     exchange.write("1.in", calls(1000, tools[1]));
     // Both servers start at once from one shell, each with its own input and output files.
     ProcessOptions options;
-    options.arguments = {"-c", "cd \"$2\" || exit 1; \"$0\" --transcripts-folder \"$1\" <0.in >0.out & first=$!; "
-                               "\"$0\" --transcripts-folder \"$1\" <1.in >1.out; second=$?; "
-                               "wait $first && exit $second",
+    options.arguments = {"-c",
+                         "cd \"$2\" || exit 1; \"$0\" --transcripts-folder \"$1\" <0.in >0.out & first=$!; "
+                         "\"$0\" --transcripts-folder \"$1\" <1.in >1.out; second=$?; "
+                         "wait $first && exit $second",
                          ZELMOR_MCP_BINARY, home / "Meetings", exchange.path()};
     options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
     ProcessResult result = test::runProcess("/bin/sh", options);
@@ -95,7 +98,8 @@ TEST_F(ServerActivityFiles, TwoServersMakingAThousandCallsEachAnswerAllAndLeaveW
         EXPECT_EQ(test::readFile(exchange / (std::to_string(k) + ".out")), expectedReplies(1000, tools[k]))
             << tools[k];
 
-    EXPECT_EQ(test::fileNames(support), (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
+    EXPECT_EQ(test::fileNames(support),
+              (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
     // The feed is whole lines that all decode, full to its cap and no fuller, from both servers.
     std::string feed = test::readFile(feedFile);
     auto entries = AgentActivityFeed::entries(feed);
@@ -125,11 +129,24 @@ TEST_F(ServerActivityFiles, ReadOnlySupportFolderStillAnswersEveryCallAndIsLeftA
     home.write("Library/Application Support/Zelmor/agent-activity-log.jsonl", feed);
     ASSERT_EQ(::chmod(support.c_str(), 0555), 0);
 
-    // Permissions do not stop the super-user, so the server runs as "nobody".
-    auto served = test::runInChild([&] { return serve(calls(20, "search_meetings")).out; }, /*unprivileged=*/true);
+    // Permissions do not stop the super-user, so the server runs as "nobody", from a copy that
+    // "nobody" may run wherever the build tree lies.
+    std::string server = home.makeFolder("bin") + "/zelmor-mcp";
+    std::filesystem::copy_file(ZELMOR_MCP_BINARY, server);
+    ASSERT_EQ(::chmod((home / "bin").c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(server.c_str(), 0755), 0);
+    auto served = test::runInChild(
+        [&] {
+            ProcessResult result = serve(calls(20, "search_meetings"), server);
+            return result.exitStatus == 0
+                       ? result.out
+                       : "exit status " + std::to_string(result.exitStatus) + ": " + result.err;
+        },
+        /*unprivileged=*/true);
     ::chmod(support.c_str(), 0755);
     EXPECT_EQ(served, expectedReplies(20, "search_meetings"));
-    EXPECT_EQ(test::fileNames(support), (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
+    EXPECT_EQ(test::fileNames(support),
+              (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
     EXPECT_EQ(test::readFile(logFile), log);
     EXPECT_EQ(test::readFile(feedFile), feed);
 }
@@ -151,7 +168,8 @@ TEST_F(ServerActivityFiles, SupportFolderThatCannotGrowStillAnswersEveryCallAndK
         return serve(calls(20, "search_meetings")).out;
     });
     EXPECT_EQ(served, expectedReplies(20, "search_meetings"));
-    EXPECT_EQ(test::fileNames(support), (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
+    EXPECT_EQ(test::fileNames(support),
+              (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
     EXPECT_EQ(test::readFile(logFile), log);
     EXPECT_EQ(test::readFile(feedFile), feed);
 }
