@@ -388,16 +388,17 @@ Parse parse(std::string_view question, std::chrono::system_clock::time_point now
         result.matchedPhrases.push_back(std::move(written));
         taken.push_back(range);
     };
-    for (const auto& [pattern, rule] : patterns().horizon) {
-        eachFreeMatch(*pattern, text, taken, [&](const icu::RegexMatcher& m, Range range) {
+    // Lambdas take the rule by an init-capture: clang before 16 cannot capture a structured binding.
+    for (const auto& [pattern, horizonRule] : patterns().horizon) {
+        eachFreeMatch(*pattern, text, taken, [&, &rule = horizonRule](const icu::RegexMatcher& m, Range range) {
             std::optional<int> days = rule(m, today, calendar);
             if (!days) return;
             if (!result.horizonDays) result.horizonDays = days;
             phrase(range);
         });
     }
-    for (const auto& [pattern, rule] : patterns().scope) {
-        eachFreeMatch(*pattern, text, taken, [&](const icu::RegexMatcher& m, Range range) {
+    for (const auto& [pattern, scopeRule] : patterns().scope) {
+        eachFreeMatch(*pattern, text, taken, [&, &rule = scopeRule](const icu::RegexMatcher& m, Range range) {
             std::optional<AnswerScope> scope = rule(m, today, calendar);
             if (!scope) return;
             result.scope = result.scope.merging(*scope);

@@ -6,6 +6,5 @@ cd "$(dirname "$0")/.."
 # Leaks count too; the sanitize preset already makes every UB report fatal.
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1}"
-cmake --preset sanitize
-cmake --build --preset sanitize
-ctest --preset sanitize -j2
+scripts/setup.sh sanitize
+ctest --preset sanitize -j "$(nproc)"

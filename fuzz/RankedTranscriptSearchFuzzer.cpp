@@ -1,0 +1,65 @@
+// Splits arbitrary bytes into a query and a transcript (at the first NUL) and runs the keyword
+// search on them: the query's terms, the match of the parsed transcript, and excerpts. Text that
+// does not parse as a transcript fills every searched field of a document instead.
+#include "FuzzInput.h"
+
+#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/UTF8.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace RTS = zelmor::RankedTranscriptSearch;
+using zelmor::fuzz::require;
+
+zelmor::TranscriptDocument documentOf(std::string_view text) {
+    if (auto parsed = zelmor::MarkdownTranscriptParser::parse(text)) return std::move(*parsed);
+    std::string whole(text);
+    zelmor::TranscriptDocument made;
+    made.title = whole;
+    made.participants = {whole};
+    made.notes = made.summary = made.actionItems = made.keyMoments = whole;
+    made.turns = {{"Ana", whole}, {"Bo", whole}, {"Ana", whole}, {"Cy", whole}};
+    return made;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    auto args = zelmor::fuzz::arguments(std::string_view(reinterpret_cast<const char*>(data), size), 2);
+    std::string_view query = args[0], text = args[1];
+    bool validInput = zelmor::UTF8::isValid(query) && zelmor::UTF8::isValid(text);
+
+    std::vector<std::string> terms = RTS::terms(query);
+    for (const auto& term : terms) require(!term.empty(), "terms are never empty");
+    zelmor::TranscriptDocument document = documentOf(text);
+    if (auto found = RTS::match(document, terms)) {
+        require(!terms.empty(), "no terms match nothing");
+        require(found->snippets.size() <= 3, "at most three snippets");
+        require(found->matchingTurns >= 0 &&
+                    static_cast<size_t>(found->matchingTurns) <= document.turns.size(),
+                "matching turns are turns of the document");
+        require(found->score >= found->matchingTurns && found->score <= found->matchingTurns + 5,
+                "the score is the matching turns plus the two bonuses at most");
+        if (validInput)
+            for (const auto& snippet : found->snippets)
+                require(zelmor::UTF8::isValid(snippet), "snippets are valid UTF-8");
+    }
+    auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
+    require(hits.size() <= 1, "one document ranks at most once");
+
+    // Excerpts around the first term, with a context taken from the query's length.
+    if (!terms.empty()) {
+        std::string around = RTS::excerpt(text, terms.front(), query.size() % 200);
+        if (validInput) require(zelmor::UTF8::isValid(around), "an excerpt is valid UTF-8");
+        RTS::termMatches(terms.front(), text);
+    }
+    return 0;
+}
