@@ -27,20 +27,28 @@ protected:
     // Open to others, so that a run as an unprivileged user can reach everything below.
     void SetUp() override { ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0); }
 
-    ProcessResult doctor(std::vector<std::string> arguments = {}) const {
+    ProcessResult doctor(std::vector<std::string> arguments = {},
+                         const std::string& binary = ZELMOR_KIT_BINARY) const {
         test::ProcessOptions options;
         options.arguments = {"doctor"};
         options.arguments.insert(options.arguments.end(), arguments.begin(), arguments.end());
         options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
-        return test::runProcess(ZELMOR_KIT_BINARY, options);
+        return test::runProcess(binary, options);
     }
 
     /// The same run as a user whom file permissions bind (the super-user becomes "nobody").
     ProcessResult doctorUnprivileged(std::vector<std::string> arguments = {}) const {
+        // Run from a copy that "nobody" may run wherever the build tree lies (a clone inside a
+        // private folder would leave it unable to).
+        std::string binary = tools.makeFolder("bin") + "/zelmor-kit";
+        std::filesystem::copy_file(ZELMOR_KIT_BINARY, binary, std::filesystem::copy_options::overwrite_existing);
+        ::chmod(tools.path().c_str(), 0755);
+        ::chmod((tools / "bin").c_str(), 0755);
+        ::chmod(binary.c_str(), 0755);
         ProcessResult result;
         auto outcome = test::runInChild(
             [&] {
-                ProcessResult run = doctor(arguments);
+                ProcessResult run = doctor(arguments, binary);
                 return std::to_string(run.exitStatus) + "\n" + run.out;
             },
             /*unprivileged=*/true);
@@ -72,6 +80,7 @@ protected:
     }
 
     TempFolder home;
+    TempFolder tools;
 };
 
 TEST_F(DoctorCommandTest, ExampleFolderIsHealthyAndNothingIsLeftBehind) {
