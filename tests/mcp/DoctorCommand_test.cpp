@@ -271,7 +271,13 @@ TEST_F(DoctorCommandTest, ReadOnlyActivityFolderIsAProblemForBothFiles) {
     home.write("Library/Application Support/Zelmor/agent-activity.json", "{}");
     ASSERT_EQ(::chmod(supportFolder().c_str(), 0555), 0);
 
-    auto result = doctorUnprivileged({"--folder", examples});
+    // A folder "nobody" can read, wherever the source tree lies.
+    std::string meetings = home.makeFolder("meetings");
+    std::filesystem::copy_file(examples + "/2026-10-20-q1-planning.md", meetings + "/q1-planning.md");
+    ASSERT_EQ(::chmod(meetings.c_str(), 0755), 0);
+    ASSERT_EQ(::chmod((meetings + "/q1-planning.md").c_str(), 0644), 0);
+
+    auto result = doctorUnprivileged({"--folder", meetings});
     EXPECT_EQ(result.exitStatus, 1);
     const std::string remedy =
         "             Tool calls are not recorded. Make " + supportFolder() + " a folder you can write to.\n";
