@@ -1,10 +1,12 @@
 // Splits arbitrary bytes into a query and a transcript (at the first NUL) and runs the keyword
-// search on them: the query's terms, the match of the parsed transcript, and excerpts. Text that
-// does not parse as a transcript fills every searched field of a document instead.
+// search on them: the query's terms, the match of the parsed transcript (and, for UTF-8 input as
+// the store gives it, the snippet-free scoring and raw-text needles held to it), and excerpts.
+// Text that does not parse as a transcript fills every searched field of a document instead.
 #include "FuzzInput.h"
 
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 
 #include <cstddef>
@@ -51,6 +53,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (validInput)
             for (const auto& snippet : found->snippets)
                 require(zelmor::UTF8::isValid(snippet), "snippets are valid UTF-8");
+    }
+    // The scoring the store uses for a folder must be the match without its snippets, and each
+    // needle must find exactly what folding the whole text finds.
+    if (validInput) {
+        auto plain = RTS::match(document, terms);
+        if (plain) plain->snippets.clear();
+        if (auto needles = RTS::needles(terms)) {
+            require(RTS::matchWithoutSnippets(document, *needles) == plain, "the snippet-free match is the match");
+            for (const auto& needle : *needles)
+                require(needle.occursIn(text) ==
+                            (zelmor::TextFolding::folded(text).find(needle.folded()) != std::string::npos),
+                        "a needle finds what folding finds");
+        } else {
+            require(!plain, "a term that folds to nothing matches nothing");
+        }
     }
     auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
     require(hits.size() <= 1, "one document ranks at most once");
