@@ -2,6 +2,7 @@
 // paths at the system's length limit, and names that are not UTF-8. One bad entry never costs
 // the others.
 #include "ZelmorMCP/MeetingStore.h"
+#include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 #include "tests/mcp/StoreErrorPrinting.h"
 #include "tests/support/Subprocess.h"
@@ -12,7 +13,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <climits>
+#include <thread>
 #include <cstdio>
 
 namespace zelmor {
@@ -173,6 +176,52 @@ TEST(ScanFaults, NamesThatAreNotUTF8AreLeftOut) {
     root.write("caf\xE9.md", transcript("2026-01-02"));
     root.write("bad\xFF/inner.md", transcript("2026-01-03"));
     EXPECT_EQ(scanned(MeetingStore{root.path()}), Paths{root / "good.md"});
+}
+
+} // namespace
+} // namespace zelmor
+
+namespace zelmor {
+namespace {
+
+// Files removed, recreated and rewritten while scans and searches run: each file is either left
+// out or read whole as one of its versions, and no call fails.
+TEST(ScanFaultsChurn, FilesThatVanishOrChangeDuringTheScanAreLeftOutOrReadWhole) {
+    test::TempFolder folder;
+    auto version = [](int file, int round) {
+        std::string body = "**Ana:** round " + std::to_string(round) + " of file " + std::to_string(file) + ".\n";
+        return "---\ntitle: File " + std::to_string(file) + " v" + std::to_string(round) +
+               "\ndate: 2026-01-01\nsource: Zelmor\n---\n\n## Transcript\n\n" + body;
+    };
+    constexpr int files = 300;
+    for (int i = 0; i < files; ++i) folder.write("m" + std::to_string(i) + ".md", version(i, 0));
+
+    std::atomic<bool> done{false};
+    std::thread churn([&] {
+        for (int round = 1; !done; ++round) {
+            for (int i = round % 3; i < files && !done; i += 3) {
+                std::string path = folder / ("m" + std::to_string(i) + ".md");
+                // Every other round the file is gone for a moment before it comes back.
+                if (round % 2 == 0) ::unlink(path.c_str());
+                platform::writeFileAtomically(path, version(i, round));
+            }
+        }
+    });
+    MeetingStore store(folder.path());
+    MeetingStore::SearchFilters filters;
+    filters.query = "round";
+    for (int pass = 0; pass < 15; ++pass) {
+        for (const auto& meeting : store.scan()) {
+            ASSERT_EQ(meeting.doc.turns.size(), 1u) << meeting.path;
+            EXPECT_EQ(meeting.doc.title.rfind("File ", 0), 0u) << meeting.path;
+        }
+        auto found = store.search(filters);
+        EXPECT_LE(found.total, files);
+        for (const auto& hit : found.hits) EXPECT_EQ(hit.matchCount, 1) << hit.meeting.path;
+    }
+    done = true;
+    churn.join();
+    EXPECT_EQ(store.scan().size(), static_cast<size_t>(files));
 }
 
 } // namespace
