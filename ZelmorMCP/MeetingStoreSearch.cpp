@@ -102,15 +102,18 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
         for (const auto& prefilter : prefilters)
             if (!prefilter.mayHold(file.header, file.text)) return std::nullopt;
 
-        MarkdownTranscriptParser::parseBody(file.text, file.header);
-        auto match = RankedTranscriptSearch::matchWithoutSnippets(file.header, *needles);
+        // The turns are scored as they are read, never copied out of the text.
+        RankedTranscriptSearch::TurnScorer scorer(*needles);
+        MarkdownTranscriptParser::parseBody(file.text, file.header, [&](const MarkdownTranscriptParser::TurnText& turn) {
+            scorer.addTurn(turn.paragraphs);
+        });
+        auto match = scorer.finish(file.header);
         if (!match) return std::nullopt;
-        // A hit shows its frontmatter only; the bodies would hold the whole corpus in memory.
+        // A hit shows its frontmatter only; the sections would add up to much of the corpus.
         // Swapping with empties frees the buffers; clearing or assigning would keep them.
         TranscriptDocument& doc = file.header;
         for (std::string* body : {&doc.notes, &doc.summary, &doc.meetingNotes, &doc.actionItems, &doc.keyMoments})
             std::string().swap(*body);
-        std::vector<TranscriptDocument::Turn>().swap(doc.turns);
         return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, {}}, match->score};
     };
     std::vector<Scored> found = collect(visit);

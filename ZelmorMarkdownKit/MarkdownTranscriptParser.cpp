@@ -266,8 +266,14 @@ std::string stripCommentLines(std::string_view text) {
     return out;
 }
 
-std::vector<TranscriptDocument::Turn> parseTurns(std::string_view section) {
-    std::vector<TranscriptDocument::Turn> turns;
+/// Hands each turn of a transcript section to `visit` as views: a paragraph opening with a bold
+/// "**Speaker:**" label starts a turn, any other paragraph continues the turn before it.
+template <typename Visit> void forEachTurn(std::string_view section, Visit&& visit) {
+    std::string_view speaker;
+    std::vector<std::string_view> paragraphs;
+    auto flush = [&] {
+        if (!speaker.empty()) visit(TurnText{speaker, paragraphs});
+    };
     size_t start = 0;
     while (start <= section.size()) {
         size_t end = section.find("\n\n", start);
@@ -278,14 +284,28 @@ std::vector<TranscriptDocument::Turn> parseTurns(std::string_view section) {
         size_t close = paragraph.size() >= 2 && paragraph.substr(0, 2) == "**" ? paragraph.find(":**")
                                                                               : std::string_view::npos;
         if (close != std::string_view::npos) {
-            std::string_view speaker = paragraph.substr(2, close - 2);
+            std::string_view label = paragraph.substr(2, close - 2);
             std::string_view text = paragraph.substr(close + 3);
             if (!text.empty() && text[0] == ' ') text.remove_prefix(1);
-            if (!speaker.empty()) turns.push_back({std::string(speaker), std::string(text)});
-        } else if (!turns.empty()) {
-            turns.back().text.append("\n\n").append(paragraph);
+            // A label with no name starts nothing, and what follows it still continues the turn before.
+            if (label.empty()) continue;
+            flush();
+            speaker = label;
+            paragraphs.assign(1, text);
+        } else if (!speaker.empty()) {
+            paragraphs.push_back(paragraph);
         }
     }
+    flush();
+}
+
+std::vector<TranscriptDocument::Turn> parseTurns(std::string_view section) {
+    std::vector<TranscriptDocument::Turn> turns;
+    forEachTurn(section, [&](const TurnText& turn) {
+        std::string text(turn.paragraphs.front());
+        for (size_t k = 1; k < turn.paragraphs.size(); ++k) text.append("\n\n").append(turn.paragraphs[k]);
+        turns.push_back({std::string(turn.speaker), std::move(text)});
+    });
     return turns;
 }
 
@@ -324,10 +344,11 @@ std::optional<Parts> split(std::string_view original, std::string& storage) {
     return Parts{text.substr(4, close - 4), text.substr(bodyStart)};
 }
 
-void readBody(std::string_view body, TranscriptDocument& doc) {
+void readBody(std::string_view body, TranscriptDocument& doc, const TurnVisitor* visit) {
     Landmarks landmarks(body);
     doc.notes = trim(section(body, 0, landmarks));
-    doc.turns = parseTurns(section(body, 1, landmarks));
+    if (visit) forEachTurn(section(body, 1, landmarks), *visit);
+    else doc.turns = parseTurns(section(body, 1, landmarks));
     doc.summary = trim(stripCommentLines(section(body, 2, landmarks)));
     doc.meetingNotes = trim(stripCommentLines(section(body, 3, landmarks)));
     doc.actionItems = trim(stripCommentLines(section(body, 4, landmarks)));
@@ -342,7 +363,7 @@ std::optional<TranscriptDocument> parse(std::string_view text) {
     if (!parts) return std::nullopt;
     TranscriptDocument doc;
     readFrontmatter(parts->frontmatter, doc);
-    readBody(parts->body, doc);
+    readBody(parts->body, doc, nullptr);
     return doc;
 }
 
@@ -357,7 +378,12 @@ std::optional<TranscriptDocument> parseFrontmatter(std::string_view text) {
 
 void parseBody(std::string_view text, TranscriptDocument& doc) {
     std::string storage;
-    if (auto parts = split(text, storage)) readBody(parts->body, doc);
+    if (auto parts = split(text, storage)) readBody(parts->body, doc, nullptr);
+}
+
+void parseBody(std::string_view text, TranscriptDocument& doc, const TurnVisitor& visit) {
+    std::string storage;
+    if (auto parts = split(text, storage)) readBody(parts->body, doc, &visit);
 }
 
 } // namespace zelmor::MarkdownTranscriptParser

@@ -3,7 +3,9 @@
 
 #include "ZelmorMarkdownKit/TranscriptDocument.h"
 
+#include <functional>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace zelmor::MarkdownTranscriptParser {
@@ -28,5 +30,18 @@ std::optional<TranscriptDocument> parseFrontmatter(std::string_view text);
 /// the two together give what `parse` gives. Leaves the document alone when the text has no
 /// frontmatter.
 void parseBody(std::string_view text, TranscriptDocument& doc);
+
+/// A turn as it stands in the text: the speaker, and its paragraphs (the first one's text after
+/// the speaker label). The parsed turn's text is the paragraphs joined by "\n\n".
+struct TurnText {
+    std::string_view speaker;
+    std::span<const std::string_view> paragraphs;
+};
+
+using TurnVisitor = std::function<void(const TurnText&)>;
+
+/// `parseBody` for a reader that looks at each turn once: the turns go to `visit` in order, as
+/// views valid during the call, and `doc.turns` stays empty. No turn is copied.
+void parseBody(std::string_view text, TranscriptDocument& doc, const TurnVisitor& visit);
 
 } // namespace zelmor::MarkdownTranscriptParser

@@ -200,18 +200,53 @@ std::optional<std::vector<FoldedNeedle>> needles(const std::vector<std::string>&
 
 std::optional<DocumentMatch> matchWithoutSnippets(const TranscriptDocument& document,
                                                   const std::vector<FoldedNeedle>& needles) {
+    TurnScorer scorer(needles);
+    for (const auto& turn : document.turns) {
+        std::string_view text = turn.text;
+        scorer.addTurn({&text, 1});
+    }
+    return scorer.finish(document);
+}
+
+TurnScorer::TurnScorer(const std::vector<FoldedNeedle>& needles) : needles(needles), found(needles.size(), false) {}
+
+void TurnScorer::addTurn(std::span<const std::string_view> paragraphs) {
+    // A term with no line break in it lies within one paragraph of the joined text, since
+    // folding goes code point by code point.
+    bool any = false, isJoined = false;
+    for (size_t t = 0; t < needles.size(); ++t) {
+        if (any && found[t]) continue; // the turn counts already, and so does the term
+        bool here = false;
+        if (needles[t].folded().find('\n') == std::string::npos) {
+            for (std::string_view paragraph : paragraphs)
+                if ((here = needles[t].occursIn(paragraph))) break;
+        } else {
+            if (!isJoined) {
+                joined.clear();
+                for (size_t k = 0; k < paragraphs.size(); ++k) {
+                    if (k > 0) joined += "\n\n";
+                    joined += paragraphs[k];
+                }
+                isJoined = true;
+            }
+            here = needles[t].occursIn(joined);
+        }
+        if (here) found[t] = any = true;
+    }
+    if (any) ++matchingTurns;
+}
+
+bool TurnScorer::anyIn(std::string_view text) {
+    bool any = false;
+    for (size_t t = 0; t < needles.size(); ++t) {
+        if (needles[t].occursIn(text)) found[t] = any = true;
+    }
+    return any;
+}
+
+std::optional<DocumentMatch> TurnScorer::finish(const TranscriptDocument& document) {
     if (needles.empty()) return std::nullopt;
     // The texts `match` searches; each is searched on its own, so no term spans two of them.
-    std::vector<bool> found(needles.size(), false);
-    auto anyIn = [&](std::string_view text) {
-        bool any = false;
-        for (size_t t = 0; t < needles.size(); ++t) {
-            if (needles[t].occursIn(text)) found[t] = any = true;
-        }
-        return any;
-    };
-    DocumentMatch result;
-    for (const auto& turn : document.turns) result.matchingTurns += anyIn(turn.text) ? 1 : 0;
     for (std::string_view field : std::array<std::string_view, 4>{document.notes, document.summary,
                                                                    document.actionItems, document.keyMoments})
         anyIn(field);
@@ -219,7 +254,9 @@ std::optional<DocumentMatch> matchWithoutSnippets(const TranscriptDocument& docu
     bool inParticipant = false;
     for (const auto& participant : document.participants) inParticipant = anyIn(participant) || inParticipant;
     if (std::find(found.begin(), found.end(), false) != found.end()) return std::nullopt;
-    result.score = result.matchingTurns + (inTitle ? 3 : 0) + (inParticipant ? 2 : 0);
+    DocumentMatch result;
+    result.matchingTurns = matchingTurns;
+    result.score = matchingTurns + (inTitle ? 3 : 0) + (inParticipant ? 2 : 0);
     return result;
 }
 

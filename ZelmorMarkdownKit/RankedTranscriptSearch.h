@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,6 +58,27 @@ std::optional<std::vector<FoldedNeedle>> needles(const std::vector<std::string>&
 /// term, its score and its matching turns, exactly as `match` gives them.
 std::optional<DocumentMatch> matchWithoutSnippets(const TranscriptDocument& document,
                                                   const std::vector<FoldedNeedle>& needles);
+
+/// `matchWithoutSnippets` taking the turns one at a time, so that nobody has to keep them.
+class TurnScorer {
+public:
+    explicit TurnScorer(const std::vector<FoldedNeedle>& needles);
+
+    /// The next turn, as the paragraphs that joined by "\n\n" make its text.
+    void addTurn(std::span<const std::string_view> paragraphs);
+
+    /// The match once every turn is in; `document` gives the other searched texts (its turns
+    /// are not looked at).
+    std::optional<DocumentMatch> finish(const TranscriptDocument& document);
+
+private:
+    bool anyIn(std::string_view text);
+
+    const std::vector<FoldedNeedle>& needles;
+    std::vector<bool> found;
+    long long matchingTurns = 0;
+    std::string joined;
+};
 
 /// The text around the range, `context` characters each side, trimmed, with "…" on cut ends.
 std::string excerpt(std::string_view text, TextRange range, size_t context);

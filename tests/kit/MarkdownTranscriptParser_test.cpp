@@ -346,6 +346,34 @@ TEST(MarkdownTranscriptParser, FrontmatterThenBodyIsTheWholeParse) {
     }
 }
 
+TEST(MarkdownTranscriptParser, VisitedTurnsJoinToTheParsedTurns) {
+    const std::string texts[] = {
+        appFile,
+        "---\ntitle: x\n---\n## Transcript\n\ncontinues nothing\n\n**Ana:** one\r\n\r\n  two  \r\n\r\n"
+        "**:** no label\n\nthree\n\n**Bo:**\n\n**Cy:**   four\nsame paragraph\n\n\n\nfive\n## Summary\nS\n",
+        "---\ntitle: x\n---\n## Transcript\n**Ana:** last\n<!-- /zelmor:ai -->\n\n**Bot:** after\n",
+    };
+    EXPECT_EQ(parsed(texts[1]).turns, (std::vector<Turn>{{"Ana", "one\n\ntwo\n\nthree"},
+                                                         {"Bo", ""},
+                                                         {"Cy", "  four\nsame paragraph\n\nfive"}}));
+    for (const auto& text : texts) {
+        TranscriptDocument whole = parsed(text);
+        ASSERT_FALSE(whole.turns.empty()) << text;
+        auto visited = MarkdownTranscriptParser::parseFrontmatter(text);
+        ASSERT_TRUE(visited.has_value());
+        std::vector<Turn> turns;
+        MarkdownTranscriptParser::parseBody(text, *visited, [&](const MarkdownTranscriptParser::TurnText& turn) {
+            std::string joined;
+            for (size_t k = 0; k < turn.paragraphs.size(); ++k) joined += (k ? "\n\n" : "") + std::string(turn.paragraphs[k]);
+            turns.push_back({std::string(turn.speaker), joined});
+        });
+        EXPECT_EQ(turns, whole.turns) << text;
+        EXPECT_TRUE(visited->turns.empty());
+        whole.turns.clear();
+        EXPECT_EQ(*visited, whole) << "the sections are read as ever: " << text;
+    }
+}
+
 TEST(MarkdownTranscriptParser, FrontmatterAloneRefusesWhatTheParseRefuses) {
     for (std::string text : {"", "--- \ntitle: x\n---\n", "\n---\ntitle: x\n---\n", "---\ntitle: x\n"}) {
         EXPECT_FALSE(MarkdownTranscriptParser::parse(text)) << text;

@@ -236,7 +236,7 @@ TEST(RankedTranscriptSearchMatchTest, OnePassMatchAndTheSnippetFreeMatchAgreeWit
     std::mt19937 random(11);
     const Strings vocabulary{"plan",    "Plan",   "PLANNING", "résumé", "resume",    "Straße",
                              "strasse", "budget", "ok",       "😀",      "e\xCC\x81", "q3",
-                             "Q3 plan", "ß",      "x",        "the",    "\n",        "alpha beta"};
+                             "Q3 plan", "ß",      "x",        "the",    "\n",        "alpha beta", "\n\n", "a\n\nb"};
     auto text = [&](size_t words) {
         std::string made;
         for (size_t i = 0; i < words; ++i)
@@ -260,6 +260,17 @@ TEST(RankedTranscriptSearchMatchTest, OnePassMatchAndTheSnippetFreeMatchAgreeWit
         auto needles = RTS::needles(terms);
         ASSERT_TRUE(needles.has_value()) << "round " << round;
         ASSERT_EQ(RTS::matchWithoutSnippets(doc, *needles), expected) << "round " << round;
+        // Turns handed over as the paragraphs that "\n\n" joins.
+        RTS::TurnScorer scorer(*needles);
+        for (const auto& turn : doc.turns) {
+            std::vector<std::string_view> paragraphs;
+            std::string_view rest = turn.text;
+            for (size_t cut; (cut = rest.find("\n\n")) != std::string_view::npos; rest.remove_prefix(cut + 2))
+                paragraphs.push_back(rest.substr(0, cut));
+            paragraphs.push_back(rest);
+            scorer.addTurn(paragraphs);
+        }
+        ASSERT_EQ(scorer.finish(doc), expected) << "round " << round;
     }
 }
 
