@@ -6,6 +6,7 @@
 #include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -115,21 +116,28 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from) const {
     auto caseBit = [](char c) { return isASCIILetter(static_cast<unsigned char>(c)) ? 0x20 : 0; };
     const Bytes firstByte = lane(static_cast<unsigned char>(needle[anchor])), firstCase = lane(caseBit(needle[anchor]));
     const Bytes secondByte = lane(static_cast<unsigned char>(needle[second])), secondCase = lane(caseBit(needle[second]));
-    size_t start = from;
-    for (; start + 16 <= last + 1; start += 16) {
+    auto block = [&](size_t start) {
         Bytes a, b;
         std::memcpy(&a, data + start + anchor, 16);
         std::memcpy(&b, data + start + second, 16);
         auto both = ((a | firstCase) == firstByte) & ((b | secondCase) == secondByte);
         std::uint64_t halves[2];
         std::memcpy(halves, &both, 16);
-        if ((halves[0] | halves[1]) == 0) continue;
+        if ((halves[0] | halves[1]) == 0) return false;
         for (size_t i = 0; i < 16; ++i)
             if (both[i] != 0 && matchesAt(data + start + i)) return true;
+        return false;
+    };
+    if (last + 1 - from < 16) {
+        for (size_t start = from; start <= last; ++start)
+            if (matchesAt(data + start)) return true;
+        return false;
     }
-    for (; start <= last; ++start)
-        if (matchesAt(data + start)) return true;
-    return false;
+    size_t start = from;
+    for (; start + 16 <= last + 1; start += 16)
+        if (block(start)) return true;
+    // The places left over are covered by one more block ending at the last place.
+    return start <= last && block(last + 1 - 16);
 }
 
 bool FoldedNeedle::mayFoldInto(char32_t c) const {
@@ -157,6 +165,38 @@ bool FoldedNeedle::mayHoldAnchor(std::string_view window) const {
     return false;
 }
 
+std::optional<bool> FoldedNeedle::acrossOneLetter(std::string_view text, size_t start, size_t end, char32_t c) const {
+    // Most accented letters fold to one ASCII letter, and the text around them is ASCII, which
+    // folds byte for byte: then the needle is compared in place at each spot the letter can take.
+    auto folded = TextFolding::foldedFromTable(c);
+    if (!folded || folded->size() != 1) return std::nullopt;
+    auto isASCII = [](std::string_view bytes) {
+        return std::all_of(bytes.begin(), bytes.end(), [](char b) { return static_cast<unsigned char>(b) < 0x80; });
+    };
+    auto equalsLowered = [](std::string_view raw, std::string_view lowered) {
+        for (size_t k = 0; k < raw.size(); ++k)
+            if (lowerASCII(static_cast<unsigned char>(raw[k])) != static_cast<unsigned char>(lowered[k])) return false;
+        return true;
+    };
+    bool unsure = false;
+    for (size_t j = 0; j < needle.size(); ++j) {
+        if (needle[j] != (*folded)[0]) continue;
+        const size_t before = j, after = needle.size() - j - 1;
+        std::string_view left = text.substr(start >= before ? start - before : 0, std::min(start, before));
+        std::string_view right = text.substr(end, after);
+        if (!isASCII(left) || !isASCII(right)) {
+            unsure = true; // bytes and folded letters need not pair up there
+            continue;
+        }
+        if (left.size() < before || right.size() < after) continue; // the text ends first
+        if (equalsLowered(left, std::string_view(needle).substr(0, before)) &&
+            equalsLowered(right, std::string_view(needle).substr(j + 1)))
+            return true;
+    }
+    if (unsure) return std::nullopt;
+    return false;
+}
+
 bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
     // A match that the raw comparison misses takes in a non-ASCII code point that may fold into
     // the needle; it then lies within the needle's folded length on either side of that code
@@ -176,7 +216,12 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
         at = nextNonASCII(text, at);
         if (at == text.size()) break;
         size_t start = at;
-        if (!mayFoldInto(Whitespace::decodeUtf8(text, at))) continue;
+        char32_t c = Whitespace::decodeUtf8(text, at);
+        if (!mayFoldInto(c)) continue;
+        if (auto known = acrossOneLetter(text, start, at, c)) {
+            if (*known) return true;
+            continue;
+        }
         size_t from = start, gathered = 0;
         while (from > 0 && text[from - 1] != '\n' && gathered < needle.size()) {
             size_t end = from--;

@@ -2,6 +2,7 @@
 // rules a file out of a search before its body is parsed.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,9 @@ private:
     bool matchesAt(const unsigned char* start) const;
     /// Whether raw text holds the anchor byte once folded.
     bool mayHoldAnchor(std::string_view window) const;
+    /// Whether the needle occurs across the code point at [start, end), when that is sure
+    /// without folding: the code point folds to one letter and the text about it is ASCII.
+    std::optional<bool> acrossOneLetter(std::string_view text, size_t start, size_t end, char32_t c) const;
     /// Whether a code point folds into something that could make up part of the needle.
     bool mayFoldInto(char32_t c) const;
 

@@ -320,13 +320,27 @@ std::string replaceCRLF(std::string_view text) {
 }
 
 /// The frontmatter and the body of a text with "\r\n" normalised, viewed in `storage` or in
-/// the original; nothing when there is no frontmatter.
+/// the original; nothing when there is no frontmatter. Without `withBody` the body may keep
+/// its "\r\n".
 struct Parts {
     std::string_view frontmatter;
     std::string_view body;
 };
 
-std::optional<Parts> split(std::string_view original, std::string& storage) {
+std::optional<Parts> split(std::string_view original, std::string& storage, bool withBody) {
+    // With no "\r" up to the first "\n---\n", normalising leaves the frontmatter and the start
+    // of the body where they are: the rest of the file is looked at only when the body is wanted.
+    if (original.starts_with("---\n")) {
+        size_t close = original.find("\n---\n", 4);
+        if (close != std::string_view::npos && original.substr(0, close + 5).find('\r') == std::string_view::npos) {
+            std::string_view body = original.substr(close + 5);
+            if (withBody && body.find("\r\n") != std::string_view::npos) {
+                storage = replaceCRLF(body);
+                body = storage;
+            }
+            return Parts{original.substr(4, close - 4), body};
+        }
+    }
     std::string_view text = original;
     if (original.find("\r\n") != std::string_view::npos) {
         storage = replaceCRLF(original);
@@ -359,7 +373,7 @@ void readBody(std::string_view body, TranscriptDocument& doc, const TurnVisitor*
 
 std::optional<TranscriptDocument> parse(std::string_view text) {
     std::string storage;
-    auto parts = split(text, storage);
+    auto parts = split(text, storage, true);
     if (!parts) return std::nullopt;
     TranscriptDocument doc;
     readFrontmatter(parts->frontmatter, doc);
@@ -369,7 +383,7 @@ std::optional<TranscriptDocument> parse(std::string_view text) {
 
 std::optional<TranscriptDocument> parseFrontmatter(std::string_view text) {
     std::string storage;
-    auto parts = split(text, storage);
+    auto parts = split(text, storage, false);
     if (!parts) return std::nullopt;
     TranscriptDocument doc;
     readFrontmatter(parts->frontmatter, doc);
@@ -378,12 +392,12 @@ std::optional<TranscriptDocument> parseFrontmatter(std::string_view text) {
 
 void parseBody(std::string_view text, TranscriptDocument& doc) {
     std::string storage;
-    if (auto parts = split(text, storage)) readBody(parts->body, doc, nullptr);
+    if (auto parts = split(text, storage, true)) readBody(parts->body, doc, nullptr);
 }
 
 void parseBody(std::string_view text, TranscriptDocument& doc, const TurnVisitor& visit) {
     std::string storage;
-    if (auto parts = split(text, storage)) readBody(parts->body, doc, &visit);
+    if (auto parts = split(text, storage, true)) readBody(parts->body, doc, &visit);
 }
 
 } // namespace zelmor::MarkdownTranscriptParser

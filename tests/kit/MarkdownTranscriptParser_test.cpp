@@ -374,6 +374,32 @@ TEST(MarkdownTranscriptParser, VisitedTurnsJoinToTheParsedTurns) {
     }
 }
 
+TEST(MarkdownTranscriptParser, LineBreaksWithReturnsReadAsPlainOnesWhereverTheyStand) {
+    auto plain = [](std::string text) {
+        for (size_t at; (at = text.find("\r\n")) != std::string::npos;) text.erase(at, 1);
+        return text;
+    };
+    const std::string texts[] = {
+        "---\ntitle: Body only\n---\n## Transcript\r\n\r\n**Ana:** one\r\n\r\n**Bo:** two\r\n",
+        "---\r\ntitle: Header only\r\n---\r\n## Transcript\n\n**Ana:** one\n",
+        "---\ntitle: Closed by a return\n---\r\n## Notes\nn\n",
+        "---\ntitle: a\r\n---\r\n## Notes\nfirst\n---\n## Summary\nlater close\n",
+        "---\ntitle: b\n---\n\r\n## Notes\r\nlone \r return\n",
+        "---\ntitle: c\n---\r\n",
+        "---\r\n\r\n---\r\n",
+    };
+    for (const auto& text : texts) {
+        auto expected = MarkdownTranscriptParser::parse(plain(text));
+        ASSERT_TRUE(expected.has_value()) << text;
+        EXPECT_EQ(MarkdownTranscriptParser::parse(text), expected) << text;
+        auto header = MarkdownTranscriptParser::parseFrontmatter(text);
+        ASSERT_TRUE(header.has_value()) << text;
+        EXPECT_EQ(header->title, expected->title) << text;
+        MarkdownTranscriptParser::parseBody(text, *header);
+        EXPECT_EQ(*header, *expected) << text;
+    }
+}
+
 TEST(MarkdownTranscriptParser, FrontmatterAloneRefusesWhatTheParseRefuses) {
     for (std::string text : {"", "--- \ntitle: x\n---\n", "\n---\ntitle: x\n---\n", "---\ntitle: x\n"}) {
         EXPECT_FALSE(MarkdownTranscriptParser::parse(text)) << text;
