@@ -61,6 +61,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (plain) plain->snippets.clear();
         if (auto needles = RTS::needles(terms)) {
             require(RTS::matchWithoutSnippets(document, *needles) == plain, "the snippet-free match is the match");
+            // As a folder search reads a file: the turns scored in place as the body is read.
+            if (auto header = zelmor::MarkdownTranscriptParser::parseFrontmatter(text)) {
+                RTS::TurnScorer scorer(*needles);
+                zelmor::MarkdownTranscriptParser::parseBody(
+                    text, *header, [&](const zelmor::MarkdownTranscriptParser::TurnText& turn) { scorer.addTurn(turn.paragraphs); });
+                require(scorer.finish(*header) == plain, "turns scored in place match as the parsed turns");
+            }
             for (const auto& needle : *needles)
                 require(needle.occursIn(text) ==
                             (zelmor::TextFolding::folded(text).find(needle.folded()) != std::string::npos),
