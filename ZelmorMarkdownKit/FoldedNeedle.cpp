@@ -27,7 +27,7 @@ unsigned char lowerASCII(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('
 
 bool isASCIILetter(unsigned char c) { return c >= 'a' && c <= 'z'; }
 
-/// The first byte at or after `at` with the high bit set, or the end; 32 bytes at a time.
+/// The first byte at or after `at` with the high bit set, or the end; 32 bytes at a time, then 8.
 size_t nextNonASCII(std::string_view text, size_t at) {
     constexpr std::uint64_t highBits = 0x8080808080808080ULL;
     const char* data = text.data();
@@ -39,6 +39,12 @@ size_t nextNonASCII(std::string_view text, size_t at) {
         std::memcpy(&d, data + at + 24, 8);
         if (((a | b | c | d) & highBits) != 0) break;
         at += 32;
+    }
+    while (at + 8 <= text.size()) {
+        std::uint64_t a;
+        std::memcpy(&a, data + at, 8);
+        if ((a & highBits) != 0) break;
+        at += 8;
     }
     while (at < text.size() && static_cast<unsigned char>(data[at]) < 0x80) ++at;
     return at;
@@ -64,13 +70,18 @@ FoldedNeedle::FoldedNeedle(std::string folded) : needle(std::move(folded)) {
 bool FoldedNeedle::occursIn(std::string_view text) const {
     if (needle.empty()) return false;
     if (!byteWise) return TextFolding::folded(text).find(needle) != std::string::npos;
+    // On a short text (a turn) the scans' start-up costs more than they save; the pair scan
+    // also tells whether the text is all ASCII, which spares most turns the second pass.
+    if (text.size() >= needle.size() && text.size() < 2048) {
+        bool nonASCII = false;
+        if (occursByPairs(text, 0, &nonASCII)) return true;
+        return nonASCII && occursAcrossNonASCII(text);
+    }
     return occursAsASCII(text) || occursAcrossNonASCII(text);
 }
 
 bool FoldedNeedle::occursAsASCII(std::string_view text) const {
     if (text.size() < needle.size()) return false;
-    // On a short text (a turn) the scans' start-up costs more than they save.
-    if (text.size() < 2048) return occursByPairs(text, 0);
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
     // The anchor byte can sit anywhere from `first` up to (not including) `end`.
     const unsigned char* const first = data + anchor;
@@ -92,7 +103,7 @@ bool FoldedNeedle::occursAsASCII(std::string_view text) const {
         if (hit == nullptr) return false;
         size_t start = static_cast<size_t>(hit - data) - anchor;
         if (matchesAt(data + start)) return true;
-        if (misses == 64) return occursByPairs(text, start + 1);
+        if (misses == 64) return occursByPairs(text, start + 1, nullptr);
         scan(k, hit + 1);
     }
 }
@@ -103,7 +114,7 @@ bool FoldedNeedle::matchesAt(const unsigned char* start) const {
     return i == needle.size();
 }
 
-bool FoldedNeedle::occursByPairs(std::string_view text, size_t from) const {
+bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonASCII) const {
     using Bytes = unsigned char __attribute__((vector_size(16)));
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
     const size_t last = text.size() - needle.size(); // the last place the needle can start
@@ -112,14 +123,25 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from) const {
         for (int i = 0; i < 16; ++i) all[i] = byte;
         return all;
     };
+    auto anyHighBit = [](std::string_view bytes) {
+        return std::any_of(bytes.begin(), bytes.end(), [](char b) { return static_cast<unsigned char>(b) >= 0x80; });
+    };
+    if (last + 1 - from < 16) {
+        if (nonASCII) *nonASCII = anyHighBit(text);
+        for (size_t start = from; start <= last; ++start)
+            if (matchesAt(data + start)) return true;
+        return false;
+    }
     // Setting bit 0x20 lowers an ASCII letter and maps no other byte onto a lower-case letter.
     auto caseBit = [](char c) { return isASCIILetter(static_cast<unsigned char>(c)) ? 0x20 : 0; };
     const Bytes firstByte = lane(static_cast<unsigned char>(needle[anchor])), firstCase = lane(caseBit(needle[anchor]));
     const Bytes secondByte = lane(static_cast<unsigned char>(needle[second])), secondCase = lane(caseBit(needle[second]));
+    Bytes seen = lane(0); // every anchor-side byte loaded, ORed, for the high bit
     auto block = [&](size_t start) {
         Bytes a, b;
         std::memcpy(&a, data + start + anchor, 16);
         std::memcpy(&b, data + start + second, 16);
+        seen |= a;
         auto both = ((a | firstCase) == firstByte) & ((b | secondCase) == secondByte);
         std::uint64_t halves[2];
         std::memcpy(halves, &both, 16);
@@ -128,16 +150,19 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from) const {
             if (both[i] != 0 && matchesAt(data + start + i)) return true;
         return false;
     };
-    if (last + 1 - from < 16) {
-        for (size_t start = from; start <= last; ++start)
-            if (matchesAt(data + start)) return true;
-        return false;
-    }
     size_t start = from;
     for (; start + 16 <= last + 1; start += 16)
         if (block(start)) return true;
     // The places left over are covered by one more block ending at the last place.
-    return start <= last && block(last + 1 - 16);
+    if (start <= last && block(last + 1 - 16)) return true;
+    if (nonASCII) {
+        // The anchor-side loads covered [from + anchor, last + 1 + anchor); the rest is checked here.
+        std::uint64_t halves[2];
+        std::memcpy(halves, &seen, 16);
+        *nonASCII = ((halves[0] | halves[1]) & 0x8080808080808080ULL) != 0 ||
+                    anyHighBit(text.substr(0, from + anchor)) || anyHighBit(text.substr(last + 1 + anchor));
+    }
+    return false;
 }
 
 bool FoldedNeedle::mayFoldInto(char32_t c) const {

@@ -27,7 +27,8 @@ private:
     bool occursAsASCII(std::string_view text) const;
     bool occursAcrossNonASCII(std::string_view text) const;
     /// Whether the needle starts at some place from `from` on, found by its two rarest bytes.
-    bool occursByPairs(std::string_view text, size_t from) const;
+    /// When it does not, `nonASCII` (if given) tells whether the text holds a non-ASCII byte.
+    bool occursByPairs(std::string_view text, size_t from, bool* nonASCII) const;
     /// Whether the raw bytes there, lowered, are the needle.
     bool matchesAt(const unsigned char* start) const;
     /// Whether raw text holds the anchor byte once folded.

@@ -53,6 +53,29 @@ TEST(FoldedNeedle, TextFullOfNearMissesIsSearchedToTheEndAtEveryOffset) {
     }
 }
 
+TEST(FoldedNeedle, AnAccentedLetterAtEitherEndOfAShortTextIsSeen) {
+    // The block scan of a turn-sized text loads its bytes at the needle's rarest letter's
+    // offset, so the first and last few bytes are checked apart for letters that fold.
+    FoldedNeedle needle(TextFolding::folded("pricing page"));
+    for (size_t pad = 20; pad < 60; ++pad) {
+        std::string filler(pad, 'x');
+        // í and é fold into the needle; ó, in the same place, does not.
+        const std::pair<std::string, std::string> foundAndNot[] = {
+            {"pr\xC3\xAD" "cing page" + filler, "pr\xC3\xB3" "cing page" + filler},
+            {filler + "pricing pag\xC3\xA9", filler + "pricing pag\xC3\xB3"},
+            {filler + "pricing pag\xC3\xA9!", filler + "pricing pag\xC3\xB3!"},
+        };
+        for (const auto& [found, missed] : foundAndNot) {
+            EXPECT_TRUE(needle.occursIn(found)) << found;
+            EXPECT_FALSE(needle.occursIn(missed)) << missed;
+        }
+        // Here the rarest letter comes first, so the unloaded bytes are at the end.
+        FoldedNeedle early(TextFolding::folded("zeppelin"));
+        EXPECT_TRUE(early.occursIn(filler + "zeppel\xC3\xADn")) << pad;
+        EXPECT_FALSE(early.occursIn(filler + "zeppel\xC3\xB3n")) << pad;
+    }
+}
+
 TEST(FoldedNeedle, AgreesWithFoldingTheWholeTextOnRandomMixedText) {
     // Pieces chosen to meet at every boundary: case, marks, ligatures, expansions, line breaks,
     // characters beyond the fold table, and letters that rank as rare or common anchors.
