@@ -312,10 +312,12 @@ std::vector<TranscriptDocument::Turn> parseTurns(std::string_view section) {
 std::string replaceCRLF(std::string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-        out += text[i];
+    size_t from = 0;
+    for (size_t at = text.find("\r\n"); at != std::string_view::npos; at = text.find("\r\n", at + 2)) {
+        out.append(text, from, at - from);
+        from = at + 1; // the "\n" starts the next run
     }
+    out.append(text, from);
     return out;
 }
 

@@ -1,7 +1,9 @@
 // Validation runs over every byte of every transcript on every scan: runs of ASCII, which is
-// nearly all of a transcript, are checked 32 bytes at a time with plain word loads.
+// nearly all of a transcript, are checked 64 bytes at a time, and the scan jumps straight to
+// the next non-ASCII byte of a mixed stretch.
 #include "ZelmorMarkdownKit/UTF8.h"
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -39,15 +41,18 @@ int sequenceLength(std::string_view s, size_t at) {
     return need + 1;
 }
 
-/// True when none of the `count` 8-byte words from `at` has a byte with the high bit set.
-template <size_t count> bool wordsAreASCII(const char* at) {
-    std::uint64_t any = 0;
-    for (size_t k = 0; k < count; ++k) {
-        std::uint64_t word;
-        std::memcpy(&word, at + 8 * k, 8);
-        any |= word;
-    }
-    return (any & 0x8080808080808080ULL) == 0;
+/// True when none of the 64 bytes from `at` has the high bit set; four 16-byte vector loads.
+bool blockIsASCII(const char* at) {
+    using Bytes = unsigned char __attribute__((vector_size(16)));
+    Bytes a, b, c, d;
+    std::memcpy(&a, at, 16);
+    std::memcpy(&b, at + 16, 16);
+    std::memcpy(&c, at + 32, 16);
+    std::memcpy(&d, at + 48, 16);
+    Bytes any = a | b | c | d;
+    std::uint64_t halves[2];
+    std::memcpy(halves, &any, 16);
+    return ((halves[0] | halves[1]) & 0x8080808080808080ULL) == 0;
 }
 
 } // namespace
@@ -55,15 +60,28 @@ template <size_t count> bool wordsAreASCII(const char* at) {
 bool isValid(std::string_view s) {
     const char* data = s.data();
     size_t i = 0;
+    while (i + 16 <= s.size()) {
+        if (i + 64 <= s.size() && blockIsASCII(data + i)) {
+            i += 64;
+            continue;
+        }
+        std::uint64_t low, high;
+        std::memcpy(&low, data + i, 8);
+        std::memcpy(&high, data + i + 8, 8);
+        low &= 0x8080808080808080ULL;
+        high &= 0x8080808080808080ULL;
+        if ((low | high) == 0) {
+            i += 16;
+            continue;
+        }
+        // Straight to the first byte with the high bit set (the lowest one in memory order).
+        if constexpr (std::endian::native == std::endian::little)
+            i += low != 0 ? std::countr_zero(low) / 8 : 8 + std::countr_zero(high) / 8;
+        int n = sequenceLength(s, i);
+        if (n < 0) return false;
+        i += static_cast<size_t>(n);
+    }
     while (i < s.size()) {
-        if (i + 32 <= s.size() && wordsAreASCII<4>(data + i)) {
-            i += 32;
-            continue;
-        }
-        if (i + 8 <= s.size() && wordsAreASCII<1>(data + i)) {
-            i += 8;
-            continue;
-        }
         int n = sequenceLength(s, i);
         if (n < 0) return false;
         i += static_cast<size_t>(n);

@@ -7,8 +7,8 @@ namespace zelmor {
 namespace {
 
 TEST(UTF8Validation, AnIllFormedByteIsFoundAtEveryOffsetOfAnASCIIRun) {
-    // 100 bytes cover whole 32-byte blocks, 8-byte words and a byte-wise tail.
-    const std::string ascii(100, 'a');
+    // 164 bytes cover whole 64- and 32-byte blocks, 8-byte words and a byte-wise tail.
+    const std::string ascii(164, 'a');
     ASSERT_TRUE(UTF8::isValid(ascii));
     for (size_t at = 0; at < ascii.size(); ++at) {
         for (std::string bad : {"\x80", "\xFF", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
@@ -22,8 +22,8 @@ TEST(UTF8Validation, AnIllFormedByteIsFoundAtEveryOffsetOfAnASCIIRun) {
 TEST(UTF8Validation, SequencesAcrossWordAndBlockBoundariesAreWellFormed) {
     const std::string sequences[] = {"\xC3\xA9", "\xE2\x80\x9C", "\xF0\x9F\x98\x80"}; // é “ 😀
     for (const auto& sequence : sequences) {
-        for (size_t at = 0; at < 70; ++at) {
-            std::string text = std::string(at, 'a') + sequence + std::string(70 - at, 'b');
+        for (size_t at = 0; at < 140; ++at) {
+            std::string text = std::string(at, 'a') + sequence + std::string(140 - at, 'b');
             EXPECT_TRUE(UTF8::isValid(text)) << "at " << at;
             // Cut one byte short at the very end: a truncated sequence is ill-formed.
             EXPECT_FALSE(UTF8::isValid(std::string(at, 'a') + sequence.substr(0, sequence.size() - 1))) << at;
