@@ -156,11 +156,21 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
     // The places left over are covered by one more block ending at the last place.
     if (start <= last && block(last + 1 - 16)) return true;
     if (nonASCII) {
-        // The anchor-side loads covered [from + anchor, last + 1 + anchor); the rest is checked here.
+        // The anchor-side loads covered [from + anchor, last + 1 + anchor). A needle of at most
+        // 16 bytes leaves less than 16 on either side, which one more load at each end covers.
+        const bool endsLoaded = from == 0 && needle.size() <= 16;
+        if (endsLoaded) {
+            Bytes end;
+            std::memcpy(&end, data, 16);
+            seen |= end;
+            std::memcpy(&end, data + text.size() - 16, 16);
+            seen |= end;
+        }
         std::uint64_t halves[2];
         std::memcpy(halves, &seen, 16);
         *nonASCII = ((halves[0] | halves[1]) & 0x8080808080808080ULL) != 0 ||
-                    anyHighBit(text.substr(0, from + anchor)) || anyHighBit(text.substr(last + 1 + anchor));
+                    (!endsLoaded && (anyHighBit(text.substr(0, from + anchor)) ||
+                                     anyHighBit(text.substr(last + 1 + anchor))));
     }
     return false;
 }

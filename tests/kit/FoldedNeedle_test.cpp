@@ -73,6 +73,11 @@ TEST(FoldedNeedle, AnAccentedLetterAtEitherEndOfAShortTextIsSeen) {
         FoldedNeedle early(TextFolding::folded("zeppelin"));
         EXPECT_TRUE(early.occursIn(filler + "zeppel\xC3\xADn")) << pad;
         EXPECT_FALSE(early.occursIn(filler + "zeppel\xC3\xB3n")) << pad;
+        // A needle longer than one block.
+        FoldedNeedle longer(TextFolding::folded("pricing page review zeppelin"));
+        EXPECT_TRUE(longer.occursIn(filler + "pricing page review zeppel\xC3\xADn")) << pad;
+        EXPECT_TRUE(longer.occursIn("pr\xC3\xAD" "cing page review zeppelin" + filler)) << pad;
+        EXPECT_FALSE(longer.occursIn(filler + "pricing page review zeppel\xC3\xB3n")) << pad;
     }
 }
 
