@@ -42,7 +42,7 @@ fi
 # Warm the page cache so that both sides read from memory.
 rg -i -F -l zeppelin "$corpus" >/dev/null || true
 
-echo "Corpus: $meetings meetings, $(du -sh "$corpus" | cut -f1), $(nproc) cores"
+echo "Corpus: $meetings meetings, $(du -sh "$corpus/" | cut -f1), $(nproc) cores"
 echo
 build/release/bench/driver/bench_driver --scan "$corpus" --runs "$runs"
 if [[ $scan_only -eq 0 ]]; then
