@@ -64,7 +64,7 @@ class TurnScorer {
 public:
     explicit TurnScorer(const std::vector<FoldedNeedle>& needles);
 
-    /// The next turn, as the paragraphs that joined by "\n\n" make its text.
+    /// The next turn, given as its paragraphs: joined by "\n\n" they are its text.
     void addTurn(std::span<const std::string_view> paragraphs);
 
     /// The match once every turn is in; `document` gives the other searched texts (its turns
