@@ -376,7 +376,7 @@ TEST(MarkdownTranscriptParser, VisitedTurnsJoinToTheParsedTurns) {
 
 TEST(MarkdownTranscriptParser, LineBreaksWithReturnsReadAsPlainOnesWhereverTheyStand) {
     auto plain = [](std::string text) {
-        for (size_t at; (at = text.find("\r\n")) != std::string::npos;) text.erase(at, 1);
+        for (size_t at = 0; (at = text.find("\r\n", at)) != std::string::npos;) text.erase(at, 1);
         return text;
     };
     const std::string texts[] = {
