@@ -1,12 +1,11 @@
 // Reading files into a reused buffer, as the scan does file after file on each thread, and
 // the permissions an atomic write leaves.
 #include "platform/FileSystem.h"
+#include "tests/kit/ActivityTestSupport.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <dirent.h>
 #include <sys/stat.h>
 
 namespace zelmor {
@@ -56,25 +55,10 @@ class WithUmask {
 public:
     explicit WithUmask(mode_t mask) : saved_(::umask(mask)) {}
     ~WithUmask() { ::umask(saved_); }
-    WithUmask(const WithUmask&) = delete;
-    WithUmask& operator=(const WithUmask&) = delete;
 
 private:
     mode_t saved_;
 };
-
-std::vector<std::string> namesIn(const std::string& folder) {
-    std::vector<std::string> names;
-    DIR* dir = ::opendir(folder.c_str());
-    if (dir == nullptr) return names;
-    while (dirent* entry = ::readdir(dir)) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") names.push_back(name);
-    }
-    ::closedir(dir);
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 TEST(WriteFileAtomically, AReplacedFileKeepsItsMode) {
     WithUmask open(022);
@@ -86,7 +70,7 @@ TEST(WriteFileAtomically, AReplacedFileKeepsItsMode) {
         EXPECT_EQ(platform::readFile(file), std::optional<std::string>("new\n"));
         EXPECT_EQ(permissionsOf(file), mode) << std::oct << mode;
     }
-    EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{"private.md"}) << "no temporary file is left";
+    EXPECT_EQ(test::fileNames(folder.path()), std::vector<std::string>{"private.md"}) << "no temporary file is left";
 }
 
 TEST(WriteFileAtomically, ANewFileGetsWhatTheUmaskAllows) {
@@ -106,7 +90,7 @@ TEST(WriteFileAtomically, ANewFileGetsWhatTheUmaskAllows) {
     EXPECT_EQ(permissionsOf(folder / "strict.md"), 0600u);
     EXPECT_EQ(permissionsOf(folder / "usual.md"), 0644u);
     EXPECT_EQ(permissionsOf(folder / "open.md"), 0666u);
-    EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{"open.md", "strict.md", "usual.md"}));
+    EXPECT_EQ(test::fileNames(folder.path()), (std::vector<std::string>{"open.md", "strict.md", "usual.md"}));
 }
 
 TEST(WriteFileAtomically, AMissingFolderFailsWithoutCreatingIt) {

@@ -59,20 +59,9 @@ TEST(MarkdownTranscriptParser, ReadsTheFileTheAppWrites) {
                          }));
 }
 
-TEST(MarkdownTranscriptParser, CRLFParsesExactlyLikeLF) {
-    std::string crlf;
-    for (char c : appFile) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
-    EXPECT_EQ(parsed(crlf), parsed(appFile));
-}
-
 TEST(MarkdownTranscriptParser, Delimiters) {
-    using MarkdownTranscriptParser::parse;
-    EXPECT_FALSE(parse("--- \ntitle: x\n---\n"));
-    EXPECT_FALSE(parse("\n---\ntitle: x\n---\n"));
-    EXPECT_FALSE(parse("---\ntitle: x\n"));
-    EXPECT_FALSE(parse(""));
     // The opening line break is not part of a closing delimiter.
-    EXPECT_FALSE(parse("---\n---"));
+    EXPECT_FALSE(MarkdownTranscriptParser::parse("---\n---"));
 
     // Fallback: "\n---" at the very end.
     TranscriptDocument fallback = parsed("---\ntitle: Only a title\n---");
@@ -284,12 +273,6 @@ TEST(MarkdownTranscriptParser, EndingsCountOnlyFromTheSectionStartOn) {
     EXPECT_EQ(midLine.keyMoments, "k");
 }
 
-TEST(MarkdownTranscriptParser, PlaceholderNotesAreKeptAsText) {
-    TranscriptDocument doc = withFrontmatter(
-        "title: x", std::string("\n## Notes\n\n") + TranscriptDocument::notesPlaceholder + "\n\n## Transcript\n\n");
-    EXPECT_EQ(doc.notes, TranscriptDocument::notesPlaceholder);
-}
-
 TEST(MarkdownTranscriptParser, TurnsAndContinuations) {
     TranscriptDocument doc = withFrontmatter("title: x", "## Transcript\n"
                                                          "\n"
@@ -315,12 +298,6 @@ TEST(MarkdownTranscriptParser, TurnsAndContinuations) {
                              {"Eve", "indented, then: **bold:** inside"},
                              {"Fay", ""},
                          }));
-}
-
-TEST(MarkdownTranscriptParser, TranscriptEndsAtTheBlockMarker) {
-    TranscriptDocument doc = withFrontmatter("title: x", "## Transcript\n\n**Ana:** Last words.\n"
-                                                         "<!-- /zelmor:ai -->\n\n**Bot:** after\n");
-    EXPECT_EQ(doc.turns, (std::vector<Turn>{{"Ana", "Last words."}}));
 }
 
 TEST(MarkdownTranscriptParser, FrontmatterThenBodyIsTheWholeParse) {
@@ -400,7 +377,7 @@ TEST(MarkdownTranscriptParser, LineBreaksWithReturnsReadAsPlainOnesWhereverTheyS
     }
 }
 
-TEST(MarkdownTranscriptParser, FrontmatterAloneRefusesWhatTheParseRefuses) {
+TEST(MarkdownTranscriptParser, BadDelimitersRefuseTheParseAndTheFrontmatterAlone) {
     for (std::string text : {"", "--- \ntitle: x\n---\n", "\n---\ntitle: x\n---\n", "---\ntitle: x\n"}) {
         EXPECT_FALSE(MarkdownTranscriptParser::parse(text)) << text;
         EXPECT_FALSE(MarkdownTranscriptParser::parseFrontmatter(text)) << text;

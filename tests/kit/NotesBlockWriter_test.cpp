@@ -22,24 +22,16 @@ const std::string marker(TranscriptEditor::enhancedBlockEndMarker);
 const std::string transcript =
     "---\ntitle: Sync\nsource: Zelmor\n---\n\n## Notes\n\n\n## Transcript\n\n**Ana:** Hi.\n";
 
-TEST(SanitizedSections, FilesPlainTextUnderSummary) {
-    EXPECT_EQ(Writer::sanitizedSections("  We agreed on the budget.\n"),
-              std::optional<std::string>("## Summary\nWe agreed on the budget."));
-}
-
-TEST(SanitizedSections, DropsAPreambleBeforeTheEarliestHeading) {
-    EXPECT_EQ(Writer::sanitizedSections("Here are your notes:\n\n## Action Items\n- a\n\n## Summary\ns\n"),
-              std::optional<std::string>("## Action Items\n- a\n\n## Summary\ns"));
-    EXPECT_EQ(Writer::sanitizedSections("## Key Moments\n- k\n## Summary\ns"),
-              std::optional<std::string>("## Key Moments\n- k\n## Summary\ns"));
-}
-
-TEST(SanitizedSections, OtherHeadingsDoNotCountAndBlankTextGivesNothing) {
-    EXPECT_EQ(Writer::sanitizedSections("## Decisions\nShip it."),
-              std::optional<std::string>("## Summary\n## Decisions\nShip it."));
-    EXPECT_EQ(Writer::sanitizedSections("intro ## Summary inline"),
-              std::optional<std::string>("## Summary\nintro ## Summary inline"));
-    EXPECT_FALSE(Writer::sanitizedSections(" \n\t\n").has_value());
+TEST(SanitizedSections, PreambleDroppedOtherHeadingsFiledUnderSummaryBlankGivesNothing) {
+    const std::pair<const char*, std::optional<std::string>> cases[] = {
+        {"  We agreed on the budget.\n", "## Summary\nWe agreed on the budget."},
+        {"Here are your notes:\n\n## Action Items\n- a\n\n## Summary\ns\n", "## Action Items\n- a\n\n## Summary\ns"},
+        {"## Key Moments\n- k\n## Summary\ns", "## Key Moments\n- k\n## Summary\ns"},
+        {"## Decisions\nShip it.", "## Summary\n## Decisions\nShip it."},
+        {"intro ## Summary inline", "## Summary\nintro ## Summary inline"},
+        {" \n\t\n", std::nullopt},
+    };
+    for (const auto& [text, sections] : cases) EXPECT_EQ(Writer::sanitizedSections(text), sections) << text;
 }
 
 TEST(ProvenanceLine, FormatsTheDayInTheCalendarsTimeZone) {
@@ -70,26 +62,19 @@ TEST(Apply, WritesTheFileAndAnExistingMirror) {
     std::string expected = transcript + "\n## Summary\n\nHi.\n\n" + marker + "\n";
     EXPECT_EQ(test::readFile(file), expected);
     EXPECT_EQ(test::readFile(mirror), expected);
+    // A missing mirror stays missing.
+    std::string lone = folder.write("Lone.md", transcript);
+    ASSERT_TRUE(Writer::apply("## Summary\n\nHi.", transcript, lone));
+    EXPECT_FALSE(platform::exists(folder / "Lone.txt"));
 }
 
-TEST(Apply, LeavesAMissingMirrorMissing) {
-    TempFolder folder;
-    std::string file = folder.write("Sync.md", transcript);
-    ASSERT_TRUE(Writer::apply("## Summary\n\nHi.", transcript, file));
-    EXPECT_FALSE(platform::exists(folder / "Sync.txt"));
-}
-
-TEST(Apply, WritesNothingWhenTheTextWouldNotChange) {
+TEST(Apply, WritesNothingWhenTheTextWouldNotChangeAndFailsWhenItCannot) {
     TempFolder folder;
     std::string absent = folder / "absent.md";
     EXPECT_FALSE(Writer::apply(" \n", transcript, absent));
     std::string withBlock = transcript + "\n## Summary\n\nHi.\n\n" + marker + "\n";
     EXPECT_FALSE(Writer::apply("\n## Summary\n\nHi.\n", withBlock, absent));
     EXPECT_FALSE(platform::exists(absent));
-}
-
-TEST(Apply, FailsWhenTheFileCannotBeWritten) {
-    TempFolder folder;
     EXPECT_FALSE(Writer::apply("## Summary\nx", transcript, folder / "no-such-folder/Sync.md"));
 }
 

@@ -27,20 +27,19 @@ TranscriptDocument document(std::vector<TranscriptDocument::Turn> turns, std::st
     return made;
 }
 
-TEST(RankedTranscriptSearchTermsTest, SplitsWordsAndQuotedPhrases) {
+TEST(RankedTranscriptSearchTermsTest, SplitsWordsAndQuotedPhrasesGluedOrUnclosed) {
     EXPECT_EQ(RTS::terms(std::nullopt), Strings{});
-    EXPECT_EQ(RTS::terms(""), Strings{});
-    EXPECT_EQ(RTS::terms("   \t\n "), Strings{});
-    EXPECT_EQ(RTS::terms("budget \"Q3 plan\""), (Strings{"budget", "Q3 plan"}));
-    EXPECT_EQ(RTS::terms("\u201CQ3  Plan\u201D\u00A0Résumé \u201Eda ja\u201D"),
-              (Strings{"Q3  Plan", "Résumé", "da ja"}));
-    EXPECT_EQ(RTS::terms("\"\" a \"\""), (Strings{"a"}));
-}
-
-TEST(RankedTranscriptSearchTermsTest, GluedAndUnclosedQuotesKeepTheirPhrase) {
-    EXPECT_EQ(RTS::terms("foo\"bar baz\" qux"), (Strings{"foobar baz", "qux"}));
-    EXPECT_EQ(RTS::terms("alpha \"open ended"), (Strings{"alpha", "open ended"}));
-    EXPECT_EQ(RTS::terms("\"a b\"c d"), (Strings{"a b", "c", "d"}));
+    const std::pair<const char*, Strings> cases[] = {
+        {"", {}},
+        {"   \t\n ", {}},
+        {"budget \"Q3 plan\"", {"budget", "Q3 plan"}},
+        {"\u201CQ3  Plan\u201D\u00A0Résumé \u201Eda ja\u201D", {"Q3  Plan", "Résumé", "da ja"}},
+        {"\"\" a \"\"", {"a"}},
+        {"foo\"bar baz\" qux", {"foobar baz", "qux"}},
+        {"alpha \"open ended", {"alpha", "open ended"}},
+        {"\"a b\"c d", {"a b", "c", "d"}},
+    };
+    for (const auto& [query, terms] : cases) EXPECT_EQ(RTS::terms(query), terms) << query;
 }
 
 TEST(RankedTranscriptSearchMatchTest, EveryTermMustBeSomewhere) {

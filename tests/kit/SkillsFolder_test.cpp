@@ -1,4 +1,4 @@
-// The skills folder: a memory-folder component directly followed by "Skills" and something more.
+// Which paths lie in the skills folder under the memory folder.
 #include "ZelmorMarkdownKit/SkillsFolder.h"
 
 #include <gtest/gtest.h>
@@ -6,33 +6,26 @@
 namespace zelmor {
 namespace {
 
-using SkillsFolder::holds;
-
-TEST(SkillsFolder, HeldAtAnyDepthInAnyCase) {
-    EXPECT_TRUE(holds("/Users/a/Notes/memory/SKILLS/x.md", "Memory"));
-    EXPECT_TRUE(holds("Memory/Skills/x.md", "Memory"));
-    EXPECT_TRUE(holds("//t//Memory//Skills//deeper//x.md", "Memory"));
-    EXPECT_TRUE(holds("Memory/Skills/folder", "Memory")) << "any component after Skills";
-    EXPECT_TRUE(holds("/t/Mémoire/skills/x.md", "MÉMOIRE")) << "non-ASCII names fold too";
-    EXPECT_TRUE(holds("/t/Skills/Memory/Skills/x.md", "Memory"));
-}
-
-TEST(SkillsFolder, NotHeld) {
-    EXPECT_FALSE(holds("Memory/Skills", "Memory"));
-    EXPECT_FALSE(holds("Memory/Skills/", "Memory"));
-    EXPECT_FALSE(holds("Skills/Memory/x.md", "Memory"));
-    EXPECT_FALSE(holds("/t/Memory/x.md", "Memory"));
-    EXPECT_FALSE(holds("/t/Memory/notes/Skills/x.md", "Memory")) << "Skills must follow directly";
-    EXPECT_FALSE(holds("/t/Memory/Skills.md", "Memory"));
-    EXPECT_FALSE(holds("/t/MemoryX/Skills/x.md", "Memory"));
-    EXPECT_FALSE(holds("", "Memory"));
-}
-
-TEST(SkillsFolder, FollowsTheConfiguredMemoryName) {
-    EXPECT_FALSE(holds("/t/Memory/Skills/x.md", "Brain"));
-    EXPECT_TRUE(holds("/t/brain/skills/x.md", "Brain"));
-    EXPECT_EQ(std::string(SkillsFolder::defaultMemoryFolderName), "Memory");
-    EXPECT_EQ(std::string(SkillsFolder::folderName), "Skills");
+TEST(SkillsFolder, HeldAtAnyDepthInAnyCaseRightUnderTheMemoryFolder) {
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"/Users/a/Notes/memory/SKILLS/x.md", "Memory", true},
+        {"Memory/Skills/x.md", "Memory", true},
+        {"//t//Memory//Skills//deeper//x.md", "Memory", true},
+        {"Memory/Skills/folder", "Memory", true}, // any component after Skills
+        {"/t/Mémoire/skills/x.md", "MÉMOIRE", true},
+        {"/t/Skills/Memory/Skills/x.md", "Memory", true},
+        {"/t/brain/skills/x.md", "Brain", true},
+        {"/t/Memory/Skills/x.md", "Brain", false},
+        {"Memory/Skills", "Memory", false},
+        {"Memory/Skills/", "Memory", false},
+        {"Skills/Memory/x.md", "Memory", false},
+        {"/t/Memory/x.md", "Memory", false},
+        {"/t/Memory/notes/Skills/x.md", "Memory", false}, // Skills must follow directly
+        {"/t/Memory/Skills.md", "Memory", false},
+        {"/t/MemoryX/Skills/x.md", "Memory", false},
+        {"", "Memory", false},
+    };
+    for (const auto& [path, memory, held] : cases) EXPECT_EQ(SkillsFolder::holds(path, memory), held) << path;
 }
 
 } // namespace

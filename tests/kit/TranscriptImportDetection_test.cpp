@@ -12,25 +12,9 @@ namespace {
 using namespace TranscriptImport;
 using test::importFixture;
 
-TEST(ImportFormat, RawValuesAndLabelsInCaseOrder) {
-    std::string table;
-    for (Format format : allFormats) table += std::string(rawValue(format)) + "=" + std::string(label(format)) + " ";
-    EXPECT_EQ(table, "webVTT=vtt srt=srt otterText=otter granolaMarkdown=granola limitlessMarkdown=limitless "
-                     "speakerMarkdown=markdown limitlessLifelog=limitless fathomJSON=fathom firefliesJSON=fireflies "
-                     "circlebackJSON=circleback granolaJSON=granola granolaCSV=granola genericJSON=json ");
-}
-
 TEST(ImportFormat, RawValueLookupIsExactAndCaseSensitive) {
     for (Format format : allFormats) EXPECT_EQ(formatFromRawValue(rawValue(format)), format);
-    EXPECT_EQ(formatFromRawValue("WebVTT"), std::nullopt);
-    EXPECT_EQ(formatFromRawValue("json"), std::nullopt);
-    EXPECT_EQ(formatFromRawValue(""), std::nullopt);
-}
-
-TEST(ImportFailure, EachCaseHasItsOwnText) {
-    EXPECT_EQ(describe(Failure::unrecognizedFormat), "not a transcript format we recognise");
-    EXPECT_EQ(describe(Failure::noSpeech), "no speaker turns found");
-    EXPECT_EQ(describe(Failure::alreadyZelmor), "already a Zelmor transcript");
+    for (const char* raw : {"WebVTT", "json", ""}) EXPECT_EQ(formatFromRawValue(raw), std::nullopt) << raw;
 }
 
 TEST(ImportDetection, EachFixtureIsItsOwnFormat) {
@@ -57,54 +41,37 @@ TEST(ImportDetection, EachFixtureIsItsOwnFormat) {
     }
 }
 
-TEST(ImportDetection, WebVTTHeaderAfterABlankFirstLine) {
-    EXPECT_EQ(detect("\nWEBVTT\n\n1\n00:00:01,000 --> 00:00:02,000\nHi\n"), Format::webVTT);
-}
-
-TEST(ImportDetection, SRTNeedsCommaMillisecondsAndANumberLineDirectlyAbove) {
-    EXPECT_EQ(detect("1\n00:00:01,000 --> 00:00:02,000\nHi\n"), Format::srt);
-    EXPECT_EQ(detect("1\n00:00:01.000 --> 00:00:02.000\nHi\n"), Format::webVTT);
-    EXPECT_EQ(detect("1\nHi\n00:00:01,000 --> 00:00:02,000\n"), Format::webVTT);
-    EXPECT_EQ(detect("00:00:01,000 --> 00:00:02,000\nHi\n"), Format::webVTT);
-}
-
-TEST(ImportDetection, JSONComesFirstAndNeedsAMeeting) {
-    EXPECT_EQ(detect(R"({"segments":[{"speaker":"A","text":"Hi --> there"}]})"), Format::genericJSON);
-    // A list of plain texts holds no meeting, so it is not JSON for detection.
-    EXPECT_EQ(detect(R"(["Ana: hello", "Ben: hi"])"), std::nullopt);
-    EXPECT_EQ(detect(R"({"name": "settings", "value": 3})"), std::nullopt);
-}
-
-TEST(ImportDetection, CSVNeedsTwoHeaderFieldsOneMentioningTranscript) {
-    EXPECT_EQ(detect("Title,Full Transcript\nA,\"Ana: hi\"\n"), Format::granolaCSV);
-    EXPECT_EQ(detect("Transcript\nAna: hi\n"), Format::speakerMarkdown);
-    EXPECT_EQ(detect("Title,Notes\nAna: hi,x\n"), Format::speakerMarkdown);
-}
-
-TEST(ImportDetection, OtterHeadersComeBeforeSpeakerLines) {
-    EXPECT_EQ(detect("Ana: hello\nBen Okafor  1:02:03\nHi.\n"), Format::otterText);
-    // A header whose name is not name-shaped is not an Otter header.
-    EXPECT_EQ(detect("see you at the meeting, 10:30\nnothing else\n"), std::nullopt);
-}
-
-TEST(ImportDetection, FormatWordAnywhereInTheHeadNamesTheMarkdownDialect) {
-    EXPECT_EQ(detect("Ana: we moved off GRANOLA last year\n"), Format::granolaMarkdown);
-    EXPECT_EQ(detect("Ana: my Limitless pendant died\n"), Format::limitlessMarkdown);
-    EXPECT_EQ(detect("Ana: granola and limitless\n"), Format::granolaMarkdown);
-    std::string late = "Ana: hello\n" + std::string(4000, 'x') + "\ngranola\n";
-    EXPECT_EQ(detect(late), Format::speakerMarkdown);
-}
-
-TEST(ImportDetection, BoldLabelThatIsNotANameStillTriesExportLines) {
-    // "**Key points, round two:**" fails the name test, so the inline rule is skipped, but the
-    // export rules still read the line.
-    EXPECT_EQ(detect("**Key points, round two:** budget\n"), std::nullopt);
-    EXPECT_EQ(detect("[SYS] 00:01 hello\n"), Format::speakerMarkdown);
-}
-
-TEST(ImportDetection, PlainProseIsNoFormat) {
-    EXPECT_EQ(detect(""), std::nullopt);
-    EXPECT_EQ(detect("Remember to buy milk.\nAnd eggs.\n"), std::nullopt);
+TEST(ImportDetection, RulesInTheirOrder) {
+    const std::pair<std::string, std::optional<Format>> cases[] = {
+        {"\nWEBVTT\n\n1\n00:00:01,000 --> 00:00:02,000\nHi\n", Format::webVTT}, // header after a blank line
+        // SRT needs comma milliseconds and a number line directly above.
+        {"1\n00:00:01,000 --> 00:00:02,000\nHi\n", Format::srt},
+        {"1\n00:00:01.000 --> 00:00:02.000\nHi\n", Format::webVTT},
+        {"1\nHi\n00:00:01,000 --> 00:00:02,000\n", Format::webVTT},
+        {"00:00:01,000 --> 00:00:02,000\nHi\n", Format::webVTT},
+        // JSON comes first but needs a meeting.
+        {R"({"segments":[{"speaker":"A","text":"Hi --> there"}]})", Format::genericJSON},
+        {R"(["Ana: hello", "Ben: hi"])", std::nullopt},
+        {R"({"name": "settings", "value": 3})", std::nullopt},
+        // CSV needs two header fields, one mentioning a transcript.
+        {"Title,Full Transcript\nA,\"Ana: hi\"\n", Format::granolaCSV},
+        {"Transcript\nAna: hi\n", Format::speakerMarkdown},
+        {"Title,Notes\nAna: hi,x\n", Format::speakerMarkdown},
+        // Otter headers come before speaker lines, and need a name-shaped name.
+        {"Ana: hello\nBen Okafor  1:02:03\nHi.\n", Format::otterText},
+        {"see you at the meeting, 10:30\nnothing else\n", std::nullopt},
+        // A format word in the head names the markdown dialect; granola wins a tie.
+        {"Ana: we moved off GRANOLA last year\n", Format::granolaMarkdown},
+        {"Ana: my Limitless pendant died\n", Format::limitlessMarkdown},
+        {"Ana: granola and limitless\n", Format::granolaMarkdown},
+        {"Ana: hello\n" + std::string(4000, 'x') + "\ngranola\n", Format::speakerMarkdown},
+        // A bold label that is no name skips the inline rule, but export lines are still read.
+        {"**Key points, round two:** budget\n", std::nullopt},
+        {"[SYS] 00:01 hello\n", Format::speakerMarkdown},
+        {"", std::nullopt},
+        {"Remember to buy milk.\nAnd eggs.\n", std::nullopt},
+    };
+    for (const auto& [text, format] : cases) EXPECT_EQ(detect(text), format) << text.substr(0, 60);
 }
 
 TEST(ImportConversion, OwnTranscriptsAreRefusedBeforeDetection) {
@@ -158,18 +125,6 @@ TEST(ImportConversion, MultiMeetingExportGivesEveryMeetingButConvertOnlyTheFirst
     EXPECT_EQ(all[2].title, "Friday demo");
     EXPECT_EQ(all[2].date, "2025-03-07");
     EXPECT_EQ(std::get<Result>(convert(text, "weekly-export.json", std::nullopt)), all[0]);
-}
-
-TEST(ImportConversion, JSONMeetingsCarryTheirOwnDialect) {
-    const std::pair<const char*, Format> expected[] = {
-        {"lifelog.json", Format::limitlessLifelog}, {"fathom.json", Format::fathomJSON},
-        {"fireflies.json", Format::firefliesJSON},  {"circleback.json", Format::circlebackJSON},
-        {"granola.json", Format::granolaJSON},      {"segments.json", Format::genericJSON},
-    };
-    for (const auto& [name, format] : expected) {
-        Result result = std::get<Result>(convert(importFixture(name), name, std::nullopt));
-        EXPECT_EQ(result.format, format) << name;
-    }
 }
 
 TEST(ImportConversion, EveryTruncatedFixtureFailsCleanlyOrGivesTranscriptsThatReadBack) {

@@ -13,60 +13,38 @@ using nlohmann::json;
 using test::importFixture;
 using test::Turns;
 
-TEST(IsoDay, AcceptsUnderscoresAndTimeStamps) {
-    EXPECT_EQ(isoDay("2025_03_14"), "2025-03-14");
-    EXPECT_EQ(isoDay("2025-03-14T09:30:00Z"), "2025-03-14");
-    EXPECT_EQ(isoDay("2025-3-7"), "2025-03-07");
-    EXPECT_EQ(isoDay("2024-02-31"), "2024-02-31");
-    EXPECT_EQ(isoDay("1900-01-01"), "1900-01-01");
-    EXPECT_EQ(isoDay("2200-12-31"), "2200-12-31");
+TEST(IsoDay, NormalisesSeparatorsAndRefusesOutOfRangeDays) {
+    const std::pair<const char*, std::optional<std::string>> cases[] = {
+        {"2025_03_14", "2025-03-14"}, {"2025-03-14T09:30:00Z", "2025-03-14"}, {"2025-3-7", "2025-03-07"},
+        {"2024-02-31", "2024-02-31"}, {"1900-01-01", "1900-01-01"},          {"2200-12-31", "2200-12-31"},
+        {"2025-13-01", std::nullopt}, {"2025-01-00", std::nullopt},          {"1899-12-31", std::nullopt},
+        {"2201-01-01", std::nullopt}, {"2025-03", std::nullopt},             {"2025-0a-01", std::nullopt},
+        {"March 3rd", std::nullopt},  {"", std::nullopt},
+        {"20250328123", std::nullopt}, // one piece too large for an int
+    };
+    for (const auto& [text, day] : cases) EXPECT_EQ(isoDay(text), day) << text;
 }
 
-TEST(IsoDay, RefusesOutOfRangeAndMalformedDays) {
-    EXPECT_EQ(isoDay("2025-13-01"), std::nullopt);
-    EXPECT_EQ(isoDay("2025-01-00"), std::nullopt);
-    EXPECT_EQ(isoDay("1899-12-31"), std::nullopt);
-    EXPECT_EQ(isoDay("2201-01-01"), std::nullopt);
-    EXPECT_EQ(isoDay("2025-03"), std::nullopt);
-    EXPECT_EQ(isoDay("2025-0a-01"), std::nullopt);
-    EXPECT_EQ(isoDay("March 3rd"), std::nullopt);
-    EXPECT_EQ(isoDay(""), std::nullopt);
-    EXPECT_EQ(isoDay("20250328123"), std::nullopt); // one piece too large for an int
-}
-
-TEST(SpeakerOf, EachToolsKeysRevealItsDialect) {
-    EXPECT_EQ(speakerOf(json::parse(R"({"speaker_name":" Rosa ","text":"x"})")),
-              (SegmentSpeaker{"Rosa", Format::firefliesJSON}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"speaker":{"display_name":"Lee"},"text":"x","timestamp":"00:01"})")),
-              (SegmentSpeaker{"Lee", Format::fathomJSON}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"source":"Microphone","text":"x"})")),
-              (SegmentSpeaker{"Me", Format::granolaJSON}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"source":"system","text":"x"})")),
-              (SegmentSpeaker{"Them", Format::granolaJSON}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"speaker":"Kai","text":"x","timestamp":3.5})")),
-              (SegmentSpeaker{"Kai", Format::circlebackJSON}));
-}
-
-TEST(SpeakerOf, AnySourceTextIsGranolaButOnlyItsTwoAudioSourcesNameTheSpeaker) {
-    EXPECT_EQ(speakerOf(json::parse(R"({"source":"zoom","text":"x"})")),
-              (SegmentSpeaker{std::nullopt, Format::granolaJSON}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"source":" microphone","text":"x"})")),
-              (SegmentSpeaker{std::nullopt, Format::granolaJSON}))
-        << "lower-cased, not trimmed";
-    EXPECT_EQ(speakerOf(json::parse(R"({"source":"","speaker":"Kai","timestamp":1})")),
-              (SegmentSpeaker{std::nullopt, Format::granolaJSON}))
-        << "the source rule comes before the speaker text";
-    EXPECT_EQ(speakerOf(json::parse(R"({"source":7,"speaker":"Kai"})")), (SegmentSpeaker{"Kai", std::nullopt}))
-        << "only a text counts";
-}
-
-TEST(SpeakerOf, GenericKeysGiveANameButNoDialect) {
-    EXPECT_EQ(speakerOf(json::parse(R"({"speaker":"THEM","text":"x"})")), (SegmentSpeaker{"Them", std::nullopt}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"speaker":{"name":"Ana"}})")), (SegmentSpeaker{"Ana", std::nullopt}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"attribution":"me"})")), (SegmentSpeaker{"Me", std::nullopt}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"diarization_label":"spk_0"})")), (SegmentSpeaker{"spk_0", std::nullopt}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"name":"Bo"})")), (SegmentSpeaker{"Bo", std::nullopt}));
-    EXPECT_EQ(speakerOf(json::parse(R"({"text":"x"})")), (SegmentSpeaker{}));
+TEST(SpeakerOf, KeysRevealTheDialectAndOnlyGranolasAudioSourcesNameTheSpeaker) {
+    const std::pair<const char*, SegmentSpeaker> cases[] = {
+        {R"({"speaker_name":" Rosa ","text":"x"})", {"Rosa", Format::firefliesJSON}},
+        {R"({"speaker":{"display_name":"Lee"},"text":"x","timestamp":"00:01"})", {"Lee", Format::fathomJSON}},
+        {R"({"source":"Microphone","text":"x"})", {"Me", Format::granolaJSON}},
+        {R"({"source":"system","text":"x"})", {"Them", Format::granolaJSON}},
+        {R"({"speaker":"Kai","text":"x","timestamp":3.5})", {"Kai", Format::circlebackJSON}},
+        {R"({"source":"zoom","text":"x"})", {std::nullopt, Format::granolaJSON}},
+        {R"({"source":" microphone","text":"x"})", {std::nullopt, Format::granolaJSON}}, // lower-cased, not trimmed
+        {R"({"source":"","speaker":"Kai","timestamp":1})", {std::nullopt, Format::granolaJSON}}, // source rule first
+        {R"({"source":7,"speaker":"Kai"})", {"Kai", std::nullopt}}, // only a text source counts
+        // Generic keys give a name but no dialect.
+        {R"({"speaker":"THEM","text":"x"})", {"Them", std::nullopt}},
+        {R"({"speaker":{"name":"Ana"}})", {"Ana", std::nullopt}},
+        {R"({"attribution":"me"})", {"Me", std::nullopt}},
+        {R"({"diarization_label":"spk_0"})", {"spk_0", std::nullopt}},
+        {R"({"name":"Bo"})", {"Bo", std::nullopt}},
+        {R"({"text":"x"})", {}},
+    };
+    for (const auto& [text, speaker] : cases) EXPECT_EQ(speakerOf(json::parse(text)), speaker) << text;
 }
 
 TEST(DateOf, ReadsTextsAndEpochSecondsOrMillisecondsInUTC) {
@@ -120,34 +98,25 @@ TEST(JSONExport, LifelogWalksNestedContentsAndSkipsHeadings) {
                                           Format::limitlessLifelog}));
 }
 
-TEST(JSONExport, LifelogWithoutContentsReadsItsMarkdown) {
-    auto meetings = parseJSONExport(R"({"lifelogs":[{"markdown":"# Walk\n- Ana (9:00 AM): Nice day."}]})");
-    ASSERT_EQ(meetings.size(), 1u);
-    EXPECT_EQ(meetings[0], (ParsedMeeting{{{"Ana", "Nice day."}}, "Walk", std::nullopt, Format::limitlessLifelog}));
-}
-
-TEST(JSONExport, UnnamedLifelogSpeechIsSpeakerOne) {
-    auto meetings = parseJSONExport(R"({"startTime":"2025-05-05T10:00:00Z","contents":[{"type":"paragraph","content":"Hmm."}]})");
-    ASSERT_EQ(meetings.size(), 1u);
-    EXPECT_EQ(meetings[0].turns, (Turns{{"Speaker 1", "Hmm."}}));
-    EXPECT_EQ(meetings[0].date, "2025-05-05");
-}
-
-TEST(JSONExport, LaterSegmentKeyWinsWhenAnEarlierOneIsNotAListOfObjects) {
-    auto meetings = parseJSONExport(R"({"transcript":"plain text","utterances":[{"speaker":"Ana","text":"Hi"}]})");
-    ASSERT_EQ(meetings.size(), 1u);
-    EXPECT_EQ(meetings[0].turns, (Turns{{"Ana", "Hi"}}));
-}
-
-TEST(JSONExport, AnEmptySegmentListIsTakenAsAMeetingWithoutTurns) {
-    auto meetings = parseJSONExport(R"({"title":"Quiet","transcript":[],"segments":[{"speaker":"Ana","text":"Hi"}]})");
-    EXPECT_EQ(meetings, (std::vector<ParsedMeeting>{{{}, "Quiet", std::nullopt, std::nullopt}}));
-}
-
-TEST(JSONExport, SegmentsWithoutSpeakerAreSpeakerOneAndTitlesComeFromEnclosingObjects) {
-    auto meetings = parseJSONExport(R"({"meeting_title":"Outer","data":{"call":{"segments":[{"content":"Hello"},{"raw_text":"again"}]}}})");
-    ASSERT_EQ(meetings.size(), 1u);
-    EXPECT_EQ(meetings[0], (ParsedMeeting{{{"Speaker 1", "Hello again"}}, "Outer", std::nullopt, std::nullopt}));
+TEST(JSONExport, SegmentListsFoundByKeyWithTheirFallbacks) {
+    const std::pair<const char*, ParsedMeeting> cases[] = {
+        // A lifelog without contents reads its markdown.
+        {R"({"lifelogs":[{"markdown":"# Walk\n- Ana (9:00 AM): Nice day."}]})",
+         {{{"Ana", "Nice day."}}, "Walk", std::nullopt, Format::limitlessLifelog}},
+        {R"({"startTime":"2025-05-05T10:00:00Z","contents":[{"type":"paragraph","content":"Hmm."}]})",
+         {{{"Speaker 1", "Hmm."}}, std::nullopt, "2025-05-05", Format::limitlessLifelog}},
+        // A later key wins when an earlier one is not a list of objects.
+        {R"({"transcript":"plain text","utterances":[{"speaker":"Ana","text":"Hi"}]})",
+         {{{"Ana", "Hi"}}, std::nullopt, std::nullopt, std::nullopt}},
+        // An empty list is a meeting without turns.
+        {R"({"title":"Quiet","transcript":[],"segments":[{"speaker":"Ana","text":"Hi"}]})",
+         {{}, "Quiet", std::nullopt, std::nullopt}},
+        // Titles come from enclosing objects.
+        {R"({"meeting_title":"Outer","data":{"call":{"segments":[{"content":"Hello"},{"raw_text":"again"}]}}})",
+         {{{"Speaker 1", "Hello again"}}, "Outer", std::nullopt, std::nullopt}},
+    };
+    for (const auto& [text, meeting] : cases)
+        EXPECT_EQ(parseJSONExport(text), std::vector<ParsedMeeting>{meeting}) << text;
 }
 
 TEST(JSONExport, TopLevelListIsEitherMeetingsOrOneMeetingsSegments) {
@@ -172,15 +141,12 @@ TEST(JSONExport, NestingDeeperThanTheBoundIsNotSearched) {
     EXPECT_TRUE(parseJSONExport(nested(maxSegmentDepth + 1)).empty());
 }
 
-TEST(CSV, QuotedFieldsDoubledQuotesAndLineBreaks) {
-    auto rows = parseCSV("a,\"b, c\",\"say \"\"hi\"\"\"\r\n\"multi\nline\",,end\n\nlast");
-    EXPECT_EQ(rows, (std::vector<std::vector<std::string>>{
-                        {"a", "b, c", "say \"hi\""}, {"multi\nline", "", "end"}, {"last"}}));
-}
-
-TEST(CSV, EmptyQuotedFieldStillMakesARow) {
-    EXPECT_EQ(parseCSV("\"\"\n"), (std::vector<std::vector<std::string>>{{""}}));
-    EXPECT_EQ(parseCSV("x,\n"), (std::vector<std::vector<std::string>>{{"x", ""}}));
+TEST(CSV, QuotedFieldsDoubledQuotesLineBreaksAndEmptyFields) {
+    using Rows = std::vector<std::vector<std::string>>;
+    EXPECT_EQ(parseCSV("a,\"b, c\",\"say \"\"hi\"\"\"\r\n\"multi\nline\",,end\n\nlast"),
+              (Rows{{"a", "b, c", "say \"hi\""}, {"multi\nline", "", "end"}, {"last"}}));
+    EXPECT_EQ(parseCSV("\"\"\n"), (Rows{{""}}));
+    EXPECT_EQ(parseCSV("x,\n"), (Rows{{"x", ""}}));
     EXPECT_TRUE(parseCSV("").empty());
 }
 

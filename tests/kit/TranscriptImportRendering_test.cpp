@@ -39,24 +39,9 @@ TEST(Render, WithADayByteForByte) {
 }
 
 TEST(Render, WithoutADayLeavesTheDateLineOut) {
-    EXPECT_EQ(render("\"Quoted\" title", std::nullopt, {"Me"}, {{"Me", "Solo."}}, Format::granolaCSV, "x.csv"),
-              "---\n"
-              "title: \"Quoted\" title\n"
-              "participants:\n"
-              "  - Me\n"
-              "duration_min: 0\n"
-              "source: Zelmor\n"
-              "asr: imported (granola)\n"
-              "imported_from: x.csv\n"
-              "---\n"
-              "\n"
-              "## Notes\n"
-              "\n"
-              "_(User-added context. Empty until the user types here in the Library window.)_\n"
-              "\n"
-              "## Transcript\n"
-              "\n"
-              "**Me:** Solo.\n");
+    std::string text = render("\"Quoted\" title", std::nullopt, {"Me"}, {{"Me", "Solo."}}, Format::granolaCSV, "x.csv");
+    EXPECT_EQ(text.substr(0, text.find("participants:")), "---\ntitle: \"Quoted\" title\n");
+    EXPECT_NE(text.find("\nasr: imported (granola)\nimported_from: x.csv\n---\n"), std::string::npos);
 }
 
 TEST(Render, ReadsBackThroughTheTranscriptParserAsOurOwnFile) {
@@ -82,27 +67,22 @@ TEST(OrderedParticipants, FirstAppearanceOrderWithMeMovedFirst) {
     EXPECT_EQ(orderedParticipants({}), (std::vector<std::string>{}));
 }
 
-TEST(TitleFromFilename, SeparatorsBecomeSpacesAndTheFirstDateGoes) {
-    EXPECT_EQ(titleFromFilename("team__sync--weekly"), "team sync weekly");
-    EXPECT_EQ(titleFromFilename("2025-03-14_standup_2025-03-15"), "standup 2025 03 15");
-    EXPECT_EQ(titleFromFilename("Budget Planning"), "Budget Planning");
-    EXPECT_EQ(titleFromFilename("a  \t b"), "a b");
-}
-
-TEST(TitleFromFilename, TrailingWordsAreCutOnceEachInOrder) {
-    EXPECT_EQ(titleFromFilename("Budget Planning Transcript"), "Budget Planning");
-    EXPECT_EQ(titleFromFilename("board_recording"), "board");
-    EXPECT_EQ(titleFromFilename("calls-export"), "calls");
-    EXPECT_EQ(titleFromFilename("standup recording TRANSCRIPT"), "standup");
-    EXPECT_EQ(titleFromFilename("sales export transcript"), "sales");
-    EXPECT_EQ(titleFromFilename("sales transcript export"), "sales transcript");
-    EXPECT_EQ(titleFromFilename("transcript"), "transcript");
-}
-
-TEST(TitleFromFilename, NothingLeftIsImportedMeeting) {
-    EXPECT_EQ(titleFromFilename("2025-03-14"), "Imported meeting");
-    EXPECT_EQ(titleFromFilename("__--"), "Imported meeting");
-    EXPECT_EQ(titleFromFilename(""), "Imported meeting");
+TEST(TitleFromFilename, SeparatorsSpacedFirstDateAndTrailingWordsCutOnceEach) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"team__sync--weekly", "team sync weekly"},
+        {"2025-03-14_standup_2025-03-15", "standup 2025 03 15"},
+        {"a  \t b", "a b"},
+        {"Budget Planning Transcript", "Budget Planning"},
+        {"board_recording", "board"},
+        {"calls-export", "calls"},
+        {"standup recording TRANSCRIPT", "standup"},
+        {"sales transcript export", "sales transcript"},
+        {"transcript", "transcript"},
+        {"2025-03-14", "Imported meeting"},
+        {"__--", "Imported meeting"},
+        {"", "Imported meeting"},
+    };
+    for (const auto& [name, title] : cases) EXPECT_EQ(titleFromFilename(name), title) << name;
 }
 
 } // namespace

@@ -5,26 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 namespace zelmor::TranscriptTurnID {
-
-// Readable failure messages for outcomes.
-void PrintTo(const Match& match, std::ostream* out) {
-    std::visit(
-        [out](const auto& m) {
-            using T = std::decay_t<decltype(m)>;
-            if constexpr (std::is_same_v<T, Exact>)
-                *out << "exact(" << m.index << ")";
-            else if constexpr (std::is_same_v<T, Moved>)
-                *out << "moved(" << m.index << ")";
-            else if constexpr (std::is_same_v<T, Stale>)
-                *out << "stale(" << m.index << ")";
-            else
-                *out << "missing";
-        },
-        match);
-}
 
 namespace {
 
