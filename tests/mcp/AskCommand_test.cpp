@@ -74,15 +74,6 @@ TEST(AskCommand, ARefusalNamesOnlyTheKeywordsNoMeetingHolds) {
                        "keywords carry too much of the question's weight (8 meetings searched).\n");
 }
 
-TEST(AskCommand, HelpNamesTheClockOverrideForTests) {
-    auto result = ask({"--help"});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_NE(result.out.find("\nFor tests, ZELMOR_NOW=<ISO 8601 UTC time, e.g. 2026-11-22T12:00:00Z> replaces the "
-                              "clock.\n"),
-              std::string::npos)
-        << result.out;
-}
-
 TEST(AskCommand, AMissingFolderIsAnError) {
     auto result = ask({"pricing", "--folder", "/nonexistent/zelmor"});
     EXPECT_EQ(result.exitStatus, 1);

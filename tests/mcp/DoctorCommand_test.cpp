@@ -162,12 +162,15 @@ TEST_F(DoctorCommandTest, FolderAndMemoryFolderComeFromTheSettingsFile) {
                   activityWritable() + "No problems found.\n");
 }
 
-TEST_F(DoctorCommandTest, EmptyFolderIsANoteNotAProblem) {
+TEST_F(DoctorCommandTest, SettingsThatAreNotAJSONObjectAndAnEmptyFolderAreNotesNotProblems) {
     makeSupportFolder();
+    home.write("Library/Application Support/Zelmor/config.json", R"(["output_folder_display_path"])");
     home.makeFolder("Documents/Zelmor");
     auto result = doctor();
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.out, settingsNotFound() + "Transcripts folder: " + (home / "Documents/Zelmor") +
+    EXPECT_EQ(result.out, "Settings file: " + settingsFile() +
+                              "\n  note     not readable as a JSON object: the defaults apply, as if it were missing\n\n"
+                              "Transcripts folder: " + (home / "Documents/Zelmor") +
                               " (the default, ~/Documents/Zelmor)\n"
                               "  note     no meetings: every search will come back empty\n\n" +
                               activityWritable() + "No problems found.\n");
@@ -205,63 +208,33 @@ TEST_F(DoctorCommandTest, MissingFolderIsAProblemWhoseRemedyFollowsWhereThePathC
                                   settingsFile() + ".\n\n"),
               std::string::npos)
         << configured.out;
-}
 
-TEST_F(DoctorCommandTest, FileInPlaceOfTheFolderIsAProblem) {
-    makeSupportFolder();
     std::string file = home.write("meetings.md", transcript("Not a folder", "2026-01-01"));
-    auto result = doctor({"--folder", file});
-    EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_NE(result.out.find(" (given with --folder)\n  problem  this is a file, not a folder\n"),
-              std::string::npos)
-        << result.out;
+    auto notAFolder = doctor({"--folder", file});
+    EXPECT_EQ(notAFolder.exitStatus, 1);
+    EXPECT_NE(notAFolder.out.find(" (given with --folder)\n  problem  this is a file, not a folder\n"), std::string::npos)
+        << notAFolder.out;
 }
 
-TEST_F(DoctorCommandTest, SettingsFileThatIsNotAJSONObjectIsANoteAndTheDefaultsApply) {
-    makeSupportFolder();
-    home.write("Library/Application Support/Zelmor/config.json", R"(["output_folder_display_path"])");
-    home.makeFolder("Documents/Zelmor");
-    auto result = doctor();
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.out.substr(0, result.out.find("\n  note     no meetings")),
-              "Settings file: " + settingsFile() +
-                  "\n  note     not readable as a JSON object: the defaults apply, as if it were missing\n\n"
-                  "Transcripts folder: " +
-                  (home / "Documents/Zelmor") + " (the default, ~/Documents/Zelmor)");
-}
+TEST_F(DoctorCommandTest, ActivityFileOrFolderOfTheWrongKindIsAProblem) {
+    const std::string heading = "Activity files: " + supportFolder() + "\n  problem  ";
+    home.write("Library/Application Support/Zelmor", "not a folder");
+    auto file = doctor({"--folder", examples});
+    EXPECT_EQ(file.exitStatus, 1);
+    EXPECT_TRUE(file.out.ends_with(heading + "this is a file, not a folder\n             Tool calls are not recorded. "
+                                             "Make " + supportFolder() + " a folder you can write to.\n\n1 problem found.\n"))
+        << file.out;
 
-TEST_F(DoctorCommandTest, MissingActivityFolderIsOnlyANote) {
-    auto result = doctor({"--folder", examples});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_TRUE(result.out.ends_with(activityMissing() + "No problems found.\n")) << result.out;
-}
-
-TEST_F(DoctorCommandTest, ActivityFileThatIsAFolderIsAProblem) {
+    std::filesystem::remove(supportFolder());
     makeSupportFolder();
     home.write("Library/Application Support/Zelmor/agent-activity-log.jsonl", "");
     home.makeFolder("Library/Application Support/Zelmor/agent-activity.json");
-    auto result = doctor({"--folder", examples});
-    EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_NE(result.out.find("Activity files: " + supportFolder() +
-                              "\n  problem  agent-activity.json is a folder, not a file\n"
-                              "             Remove " +
-                              supportFolder() +
-                              "/agent-activity.json so that the server can write the file there.\n"
-                              "  ok       agent-activity-log.jsonl can be written\n\n1 problem found.\n"),
-              std::string::npos)
-        << result.out;
-}
-
-TEST_F(DoctorCommandTest, ActivityLocationThatIsAFileIsAProblem) {
-    home.write("Library/Application Support/Zelmor", "not a folder");
-    auto result = doctor({"--folder", examples});
-    EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_NE(result.out.find("Activity files: " + supportFolder() +
-                              "\n  problem  this is a file, not a folder\n"
-                              "             Tool calls are not recorded. Make " +
-                              supportFolder() + " a folder you can write to.\n\n1 problem found.\n"),
-              std::string::npos)
-        << result.out;
+    auto folder = doctor({"--folder", examples});
+    EXPECT_EQ(folder.exitStatus, 1);
+    EXPECT_TRUE(folder.out.ends_with(heading + "agent-activity.json is a folder, not a file\n             Remove " +
+                                     supportFolder() + "/agent-activity.json so that the server can write the file "
+                                     "there.\n  ok       agent-activity-log.jsonl can be written\n\n1 problem found.\n"))
+        << folder.out;
 }
 
 TEST_F(DoctorCommandTest, ReadOnlyActivityFolderIsAProblemForBothFiles) {

@@ -6,6 +6,7 @@
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace zelmor {
 namespace {
@@ -62,23 +63,16 @@ TEST_F(EditCommandTest, IdsListsIdentifierSpeakerAndFirstWordsPerTurn) {
 }
 
 TEST_F(EditCommandTest, LocateReportsPositionsFromOneAndExitsByOutcome) {
-    std::string morning = TranscriptTurnID::make(1, "morning");
-    auto exact = kit({"locate", file, morning});
-    EXPECT_EQ(exact.out, "exact 2\n");
-    EXPECT_EQ(exact.exitStatus, 0);
-
-    auto moved = kit({"locate", file, TranscriptTurnID::make(0, "Morning!")});
-    EXPECT_EQ(moved.out, "moved 2\n");
-    EXPECT_EQ(moved.exitStatus, 0);
-
-    auto stale = kit({"locate", file, TranscriptTurnID::make(1, "Evening")});
-    EXPECT_EQ(stale.out, "stale 2\n");
-    EXPECT_EQ(stale.exitStatus, 1);
-
-    auto missing = kit({"locate", file, "t01-abcdef"});
-    EXPECT_EQ(missing.out, "missing\n");
-    EXPECT_EQ(missing.exitStatus, 1);
-    EXPECT_EQ(missing.err, "");
+    for (auto [id, out, status] : std::vector<std::tuple<std::string, std::string, int>>{
+             {TranscriptTurnID::make(1, "morning"), "exact 2\n", 0},
+             {TranscriptTurnID::make(0, "Morning!"), "moved 2\n", 0},
+             {TranscriptTurnID::make(1, "Evening"), "stale 2\n", 1},
+             {"t01-abcdef", "missing\n", 1}}) {
+        auto result = kit({"locate", file, id});
+        EXPECT_EQ(result.out, out) << id;
+        EXPECT_EQ(result.exitStatus, status) << id;
+        EXPECT_EQ(result.err, "") << id;
+    }
 }
 
 TEST_F(EditCommandTest, RenameSpeakerRewritesTurnsAndParticipant) {

@@ -40,8 +40,8 @@ protected:
 };
 
 TEST_F(HostileProtocol, HundredMegabyteLineIsAnsweredWithTheParseErrorInBoundedMemory) {
-    // The line is made by a pipeline, so that no process in the chain but the server could
-    // ever hold it and the peak size measured below is the server's.
+    // Made by a pipeline, so that only the server could ever hold the line and the peak size
+    // measured below is the server's.
     ProcessOptions options;
     options.arguments = {"-c", "{ printf '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"'; "
                                "head -c 104857600 /dev/zero | tr '\\0' x; printf '\"}\\n" + ping(2) + "\\n'; } | "
@@ -51,17 +51,11 @@ TEST_F(HostileProtocol, HundredMegabyteLineIsAnsweredWithTheParseErrorInBoundedM
     ProcessResult result = test::runProcess("/bin/sh", options);
     expectCleanExit(result);
     EXPECT_EQ(result.out, parseError + pong(2));
-    // At most 64 MB of the line are ever held; kept whole, the line, its repaired copy and its
-    // parsed string would take 300 MB. The headroom is for the sanitizers' own memory.
+    // At most 64 MB of the line are held; kept whole, the line and its copies would take 300 MB.
+    // The headroom is for the sanitizers' own memory.
     rusage usage{};
     ASSERT_EQ(::getrusage(RUSAGE_CHILDREN, &usage), 0);
     EXPECT_LT(usage.ru_maxrss, 150L * 1024) << "peak resident size of a child, in kilobytes";
-}
-
-TEST_F(HostileProtocol, LineOverTheLimitWithoutAnEndIsStillAnsweredAtEndOfInput) {
-    ProcessResult result = run(ping(1) + "\n" + std::string((64u << 20) + 1, ' ') + "{");
-    expectCleanExit(result);
-    EXPECT_EQ(result.out, pong(1) + parseError);
 }
 
 TEST_F(HostileProtocol, DeepNestingIsAParseErrorNotAStackOverflow) {
@@ -70,33 +64,21 @@ TEST_F(HostileProtocol, DeepNestingIsAParseErrorNotAStackOverflow) {
     std::string objects;
     for (size_t i = 0; i < depth; ++i) objects += R"({"a":)";
     objects += "1" + std::string(depth, '}');
-    std::string input = arrays + "\n" + objects + "\n" +                                   //
-                        R"({"jsonrpc":"2.0","method":"ping","id":)" + arrays + "}\n" +     // echoed id
-                        R"({"jsonrpc":"2.0","id":3,"method":"ping","params":)" + arrays + "}\n" + //
+    std::string input = arrays + "\n" + objects + "\n" +
+                        R"({"jsonrpc":"2.0","method":"ping","id":)" + arrays + "}\n" +     // as the echoed id
                         std::string(depth, '[') + "\n" +                                   // never closed
                         ping(4) + "\n";
     ProcessResult result = run(input);
     expectCleanExit(result);
-    EXPECT_EQ(result.out, parseError + parseError + parseError + parseError + parseError + pong(4));
+    EXPECT_EQ(result.out, parseError + parseError + parseError + parseError + pong(4));
 }
 
-TEST_F(HostileProtocol, ModerateNestingInsideStringsAndParamsIsStillServed) {
-    std::string brackets(5000, '[');
-    std::string nested = std::string(100, '[') + std::string(100, ']');
-    ProcessResult result = run(R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"x":")" + brackets + R"("}})" "\n" +
-                               R"({"jsonrpc":"2.0","id":2,"method":"ping","params":)" + nested + "}\n");
-    expectCleanExit(result);
-    EXPECT_EQ(result.out, pong(1) + pong(2));
-}
-
-TEST_F(HostileProtocol, NulBytesAreParseErrorsAndTheStreamGoesOn) {
+TEST_F(HostileProtocol, NulBytesAndALineCutOffByTheEndOfInputAreParseErrorsAndTheStreamGoesOn) {
     std::string nul(1, '\0');
-    ProcessResult result = run(R"({"jsonrpc":"2.0","id":1,"method":"pi)" + nul + R"(ng"})" "\n" + //
-                               ping(2) + nul + "\n" +                                             //
-                               nul + "\n" +                                                       //
-                               ping(3) + "\n");
+    ProcessResult result = run(R"({"jsonrpc":"2.0","id":1,"method":"pi)" + nul + R"(ng"})" "\n" + ping(2) + nul +
+                               "\n" + nul + "\n" + ping(3) + "\n" + R"({"jsonrpc":"2.0","id":4,"meth)");
     expectCleanExit(result);
-    EXPECT_EQ(result.out, parseError + parseError + parseError + pong(3));
+    EXPECT_EQ(result.out, parseError + parseError + parseError + pong(3) + parseError);
 }
 
 TEST_F(HostileProtocol, HundredThousandRequestsAreAllAnsweredInOrder) {
@@ -113,15 +95,9 @@ TEST_F(HostileProtocol, HundredThousandRequestsAreAllAnsweredInOrder) {
                                                          result.out.end()).first - expected.begin();
 }
 
-TEST_F(HostileProtocol, InputClosedMidLineAnswersTheFragmentAndExits) {
-    ProcessResult result = run(ping(1) + "\n" + R"({"jsonrpc":"2.0","id":2,"meth)");
-    expectCleanExit(result);
-    EXPECT_EQ(result.out, pong(1) + parseError);
-}
-
 TEST_F(HostileProtocol, OutputClosedByTheClientEndsQuietly) {
     std::string input;
-    for (int id = 0; id < 1000; ++id) input += ping(id) + "\n";
+    for (int id = 0; id < 2000; ++id) input += R"({"jsonrpc":"2.0","id":1,"method":"tools/list"})" "\n";
     ProcessResult result = run(input, /*closeOutputEarly=*/true);
     expectCleanExit(result);
     EXPECT_EQ(result.out, "");

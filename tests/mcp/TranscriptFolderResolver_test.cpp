@@ -11,42 +11,29 @@ class ResolverTest : public testing::Test {
 protected:
     test::TempFolder home;
     TranscriptFolderResolver resolver{home.path(), std::nullopt};
-    void writeSettings(const std::string& json) {
-        home.write("Library/Application Support/Zelmor/config.json", json);
-    }
+    void writeSettings(const std::string& json) { home.write("Library/Application Support/Zelmor/config.json", json); }
 };
 
-TEST_F(ResolverTest, DefaultsWithoutSettingsFile) {
-    EXPECT_EQ(resolver.resolve(), home / "Documents/Zelmor");
+TEST_F(ResolverTest, FolderAndMemoryNameFromTheSettingsReadAfreshOnEveryCall) {
+    EXPECT_EQ(resolver.resolve(), home / "Documents/Zelmor") << "no settings file";
     EXPECT_EQ(resolver.memoryFolderName(), "Memory");
-}
-
-TEST_F(ResolverTest, ExpandsTildeSlashAfterTrimming) {
-    writeSettings(R"({"output_folder_display_path": "   ~/Meetings\n"})");
-    EXPECT_EQ(resolver.resolve(), home / "Meetings");
-}
-
-TEST_F(ResolverTest, LoneTildeIsTheHomeFolder) {
-    writeSettings(R"({"output_folder_display_path": "~"})");
-    EXPECT_EQ(resolver.resolve(), home.path());
-}
-
-TEST_F(ResolverTest, TildeUserIsTakenAsWritten) {
-    writeSettings(R"({"output_folder_display_path": "/x/~user/y"})");
-    EXPECT_EQ(resolver.resolve(), "/x/~user/y");
-}
-
-TEST_F(ResolverTest, RemovesDotDotComponents) {
-    writeSettings(R"({"output_folder_display_path": "/Volumes/Data/../Calls/./"})");
-    EXPECT_EQ(resolver.resolve(), "/Volumes/Calls");
-}
-
-TEST_F(ResolverTest, FallsBackOnBadSettings) {
-    for (const char* settings : {"{not json", "[1,2]", R"({"output_folder_display_path": 42})",
-                                 R"({"output_folder_display_path": "  \n"})", R"("just a string")"}) {
-        writeSettings(settings);
-        EXPECT_EQ(resolver.resolve(), home / "Documents/Zelmor") << settings;
-        EXPECT_EQ(resolver.memoryFolderName(), "Memory") << settings;
+    struct Row {
+        std::string settings, folder, memory;
+    };
+    for (const Row& row : std::vector<Row>{
+             {R"({"output_folder_display_path": "   ~/Meetings\n"})", home / "Meetings", "Memory"},
+             {R"({"output_folder_display_path": "~", "engine_folder_name": " Brain "})", home.path(), "Brain"},
+             {R"({"output_folder_display_path": "/x/~user/y"})", "/x/~user/y", "Memory"},
+             {R"({"output_folder_display_path": "/Volumes/Data/../Calls/./"})", "/Volumes/Calls", "Memory"},
+             {"{not json", home / "Documents/Zelmor", "Memory"},
+             {"[1,2]", home / "Documents/Zelmor", "Memory"},
+             {R"("just a string")", home / "Documents/Zelmor", "Memory"},
+             {R"({"output_folder_display_path": 42, "engine_folder_name": 7})", home / "Documents/Zelmor", "Memory"},
+             {R"({"output_folder_display_path": "  \n", "engine_folder_name": "   "})", home / "Documents/Zelmor",
+              "Memory"}}) {
+        writeSettings(row.settings);
+        EXPECT_EQ(resolver.resolve(), row.folder) << row.settings;
+        EXPECT_EQ(resolver.memoryFolderName(), row.memory) << row.settings;
     }
 }
 
@@ -55,20 +42,6 @@ TEST_F(ResolverTest, OverrideWinsForFolderButSettingsStillNameMemory) {
     TranscriptFolderResolver overridden{home.path(), "/served/./here/"};
     EXPECT_EQ(overridden.resolve(), "/served/here");
     EXPECT_EQ(overridden.memoryFolderName(), "Brain");
-}
-
-TEST_F(ResolverTest, BlankMemoryFolderNameIsMemory) {
-    writeSettings(R"({"engine_folder_name": "   "})");
-    EXPECT_EQ(resolver.memoryFolderName(), "Memory");
-    writeSettings(R"({"engine_folder_name": 7})");
-    EXPECT_EQ(resolver.memoryFolderName(), "Memory");
-}
-
-TEST_F(ResolverTest, RereadsSettingsOnEveryCall) {
-    writeSettings(R"({"output_folder_display_path": "/first"})");
-    EXPECT_EQ(resolver.resolve(), "/first");
-    writeSettings(R"({"output_folder_display_path": "/second"})");
-    EXPECT_EQ(resolver.resolve(), "/second");
 }
 
 } // namespace
