@@ -31,13 +31,6 @@ constexpr unsigned maxWorkers = 8;
 
 /// The extension of the last path component, lower-cased; a leading dot alone (".md") is a
 /// hidden name, not an extension.
-bool hasMarkdownExtension(std::string_view path) {
-    size_t slash = path.rfind('/');
-    std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
-    size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot == 0) return false;
-    return ICUText::lowercased(name.substr(dot + 1)) == "md";
-}
 
 unsigned workerCount(unsigned asked, size_t files) {
     unsigned workers =
@@ -54,6 +47,14 @@ struct OrderKey {
 
 } // namespace
 
+bool MeetingStore::isMarkdownPath(std::string_view path) {
+    size_t slash = path.rfind('/');
+    std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
+    size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0) return false;
+    return ICUText::lowercased(name.substr(dot + 1)) == "md";
+}
+
 std::vector<std::string> MeetingStore::candidateFiles() const {
     if (!platform::isDirectory(folder)) throw StoreError::folderMissing(folder);
     auto listed = platform::listFilesRecursively(platform::absolutePath(folder));
@@ -62,7 +63,7 @@ std::vector<std::string> MeetingStore::candidateFiles() const {
     for (auto& path : *listed) {
         // A name that is not UTF-8 could not be shown to the agent nor sent back by it to read.
         if (!UTF8::isValid(path)) continue;
-        if (hasMarkdownExtension(path) && !SkillsFolder::holds(path, memoryFolderName))
+        if (isMarkdownPath(path) && !SkillsFolder::holds(path, memoryFolderName))
             candidates.push_back(std::move(path));
     }
     return candidates;
@@ -161,7 +162,7 @@ std::string MeetingStore::resolveInsideFolder(std::string_view path) const {
     // leaves nothing readable but "/" itself, which is refused as not markdown.
     bool inside = candidate == root || candidate.starts_with(root + "/");
     if (!inside) throw StoreError::outsideFolder(std::string(path));
-    if (!hasMarkdownExtension(candidate)) throw StoreError::notMarkdown(std::string(path));
+    if (!isMarkdownPath(candidate)) throw StoreError::notMarkdown(std::string(path));
     if (SkillsFolder::holds(candidate, memoryFolderName)) throw StoreError::skillFile(std::string(path));
     return candidate;
 }

@@ -107,6 +107,9 @@ struct MeetingStore {
     /// Its skills subfolder holds instructions for agents, never meetings.
     std::string memoryFolderName;
 
+    /// Whether the file name ends in ".md" in any case (a name that is only the extension does not).
+    static bool isMarkdownPath(std::string_view path);
+
     /// The folder's transcripts, newest first by start time (or date), then by path, both
     /// descending. Files that cannot be read, are not UTF-8, lack the marker or the frontmatter
     /// are left out. Throws `folderMissing` only.

@@ -69,17 +69,6 @@ TermEvidence evidenceOf(const Tokens& stems, const FieldTokens& fields) {
     return found;
 }
 
-Tokens splitStems(const std::string& keyword) {
-    Tokens stems;
-    size_t start = 0;
-    while (start <= keyword.size()) {
-        size_t space = keyword.find(' ', start);
-        if (space == std::string::npos) space = keyword.size();
-        if (space > start) stems.push_back(keyword.substr(start, space - start));
-        start = space + 1;
-    }
-    return stems;
-}
 
 /// One snippet per matched keyword (at most three): its first turn not yet used, else its first
 /// body text, cut around the keyword's first place.
@@ -118,6 +107,17 @@ DocumentMatch matchOf(const TranscriptDocument& document, const std::vector<cons
 }
 
 } // namespace
+
+std::vector<std::string> splitStems(std::string_view keyword) {
+    std::vector<std::string> stems;
+    size_t start = 0;
+    while (start <= keyword.size()) {
+        size_t space = std::min(keyword.find(' ', start), keyword.size());
+        if (space > start) stems.emplace_back(keyword.substr(start, space - start));
+        start = space + 1;
+    }
+    return stems;
+}
 
 std::optional<std::chrono::system_clock::time_point> utcMidnight(std::string_view day) {
     auto digits = [&](size_t from, size_t count) -> std::optional<int> {

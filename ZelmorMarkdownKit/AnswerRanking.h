@@ -53,6 +53,10 @@ struct ScopedAnswerResult {
     long long scannedCount = 0;
 };
 
+/// The stems of a keyword from `QueryTokenizer::keywords` (a quoted term holds several, joined by
+/// single spaces).
+std::vector<std::string> splitStems(std::string_view keyword);
+
 /// Midnight UTC of a "yyyy-MM-dd" day; nothing when the text is not such a day.
 std::optional<std::chrono::system_clock::time_point> utcMidnight(std::string_view day);
 

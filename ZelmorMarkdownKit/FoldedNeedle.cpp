@@ -4,6 +4,7 @@
 #include "ZelmorMarkdownKit/FoldedNeedle.h"
 
 #include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <algorithm>
@@ -27,28 +28,7 @@ unsigned char lowerASCII(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('
 
 bool isASCIILetter(unsigned char c) { return c >= 'a' && c <= 'z'; }
 
-/// The first byte at or after `at` with the high bit set, or the end; 32 bytes at a time, then 8.
-size_t nextNonASCII(std::string_view text, size_t at) {
-    constexpr std::uint64_t highBits = 0x8080808080808080ULL;
-    const char* data = text.data();
-    while (at + 32 <= text.size()) {
-        std::uint64_t a, b, c, d; // four loads kept in registers, one test
-        std::memcpy(&a, data + at, 8);
-        std::memcpy(&b, data + at + 8, 8);
-        std::memcpy(&c, data + at + 16, 8);
-        std::memcpy(&d, data + at + 24, 8);
-        if (((a | b | c | d) & highBits) != 0) break;
-        at += 32;
-    }
-    while (at + 8 <= text.size()) {
-        std::uint64_t a;
-        std::memcpy(&a, data + at, 8);
-        if ((a & highBits) != 0) break;
-        at += 8;
-    }
-    while (at < text.size() && static_cast<unsigned char>(data[at]) < 0x80) ++at;
-    return at;
-}
+bool isASCII(std::string_view text) { return UTF8::firstNonASCII(text) == text.size(); }
 
 } // namespace
 
@@ -123,11 +103,8 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
         for (int i = 0; i < 16; ++i) all[i] = byte;
         return all;
     };
-    auto anyHighBit = [](std::string_view bytes) {
-        return std::any_of(bytes.begin(), bytes.end(), [](char b) { return static_cast<unsigned char>(b) >= 0x80; });
-    };
     if (last + 1 - from < 16) {
-        if (nonASCII) *nonASCII = anyHighBit(text);
+        if (nonASCII) *nonASCII = !isASCII(text);
         for (size_t start = from; start <= last; ++start)
             if (matchesAt(data + start)) return true;
         return false;
@@ -169,8 +146,7 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
         std::uint64_t halves[2];
         std::memcpy(halves, &seen, 16);
         *nonASCII = ((halves[0] | halves[1]) & 0x8080808080808080ULL) != 0 ||
-                    (!endsLoaded && (anyHighBit(text.substr(0, from + anchor)) ||
-                                     anyHighBit(text.substr(last + 1 + anchor))));
+                    (!endsLoaded && (!isASCII(text.substr(0, from + anchor)) || !isASCII(text.substr(last + 1 + anchor))));
     }
     return false;
 }
@@ -205,9 +181,6 @@ std::optional<bool> FoldedNeedle::acrossOneLetter(std::string_view text, size_t 
     // folds byte for byte: then the needle is compared in place at each spot the letter can take.
     auto folded = TextFolding::foldedFromTable(c);
     if (!folded || folded->size() != 1) return std::nullopt;
-    auto isASCII = [](std::string_view bytes) {
-        return std::all_of(bytes.begin(), bytes.end(), [](char b) { return static_cast<unsigned char>(b) < 0x80; });
-    };
     auto equalsLowered = [](std::string_view raw, std::string_view lowered) {
         for (size_t k = 0; k < raw.size(); ++k)
             if (lowerASCII(static_cast<unsigned char>(raw[k])) != static_cast<unsigned char>(lowered[k])) return false;
@@ -248,7 +221,7 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
     std::string window;
     size_t at = 0;
     while (at < text.size()) {
-        at = nextNonASCII(text, at);
+        at = UTF8::firstNonASCII(text, at);
         if (at == text.size()) break;
         size_t start = at;
         char32_t c = Whitespace::decodeUtf8(text, at);

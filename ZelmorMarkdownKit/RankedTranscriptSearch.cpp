@@ -208,7 +208,9 @@ std::optional<DocumentMatch> matchWithoutSnippets(const TranscriptDocument& docu
     return scorer.finish(document);
 }
 
-TurnScorer::TurnScorer(const std::vector<FoldedNeedle>& needles) : needles(needles), found(needles.size(), false) {}
+TurnScorer::TurnScorer(const std::vector<FoldedNeedle>& needles) : needles(needles), found(needles.size(), false) {
+    for (const auto& needle : needles) spansParagraphs.push_back(needle.folded().find('\n') != std::string::npos);
+}
 
 void TurnScorer::addTurn(std::span<const std::string_view> paragraphs) {
     // A term with no line break in it lies within one paragraph of the joined text, since
@@ -217,7 +219,7 @@ void TurnScorer::addTurn(std::span<const std::string_view> paragraphs) {
     for (size_t t = 0; t < needles.size(); ++t) {
         if (any && found[t]) continue; // the turn counts already, and so does the term
         bool here = false;
-        if (needles[t].folded().find('\n') == std::string::npos) {
+        if (!spansParagraphs[t]) {
             for (std::string_view paragraph : paragraphs)
                 if ((here = needles[t].occursIn(paragraph))) break;
         } else {

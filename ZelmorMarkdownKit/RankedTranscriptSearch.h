@@ -76,6 +76,8 @@ private:
 
     const std::vector<FoldedNeedle>& needles;
     std::vector<bool> found;
+    /// Per needle: it holds a line break, so it may span paragraphs and is sought in the joined text.
+    std::vector<bool> spansParagraphs;
     long long matchingTurns = 0;
     std::string joined;
 };

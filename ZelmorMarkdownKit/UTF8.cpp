@@ -57,31 +57,28 @@ bool blockIsASCII(const char* at) {
 
 } // namespace
 
-bool isValid(std::string_view s) {
+size_t firstNonASCII(std::string_view s, size_t from) {
+    constexpr std::uint64_t highBits = 0x8080808080808080ULL;
     const char* data = s.data();
-    size_t i = 0;
-    while (i + 16 <= s.size()) {
-        if (i + 64 <= s.size() && blockIsASCII(data + i)) {
-            i += 64;
-            continue;
+    size_t i = from;
+    while (i + 64 <= s.size() && blockIsASCII(data + i)) i += 64;
+    while (i + 8 <= s.size()) {
+        std::uint64_t word;
+        std::memcpy(&word, data + i, 8);
+        word &= highBits;
+        if (word != 0) {
+            // The lowest set bit is the first byte in memory order.
+            if constexpr (std::endian::native == std::endian::little) return i + std::countr_zero(word) / 8;
+            break;
         }
-        std::uint64_t low, high;
-        std::memcpy(&low, data + i, 8);
-        std::memcpy(&high, data + i + 8, 8);
-        low &= 0x8080808080808080ULL;
-        high &= 0x8080808080808080ULL;
-        if ((low | high) == 0) {
-            i += 16;
-            continue;
-        }
-        // Straight to the first byte with the high bit set (the lowest one in memory order).
-        if constexpr (std::endian::native == std::endian::little)
-            i += low != 0 ? std::countr_zero(low) / 8 : 8 + std::countr_zero(high) / 8;
-        int n = sequenceLength(s, i);
-        if (n < 0) return false;
-        i += static_cast<size_t>(n);
+        i += 8;
     }
-    while (i < s.size()) {
+    while (i < s.size() && static_cast<unsigned char>(data[i]) < 0x80) ++i;
+    return i;
+}
+
+bool isValid(std::string_view s) {
+    for (size_t i = firstNonASCII(s, 0); i < s.size(); i = firstNonASCII(s, i)) {
         int n = sequenceLength(s, i);
         if (n < 0) return false;
         i += static_cast<size_t>(n);

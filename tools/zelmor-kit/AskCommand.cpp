@@ -82,17 +82,7 @@ std::string rangeText(const AnswerScope& scope) {
 std::vector<std::string> keywordsHeldNowhere(const std::vector<std::string>& keywords,
                                              const std::vector<std::pair<std::string, TranscriptDocument>>& meetings) {
     std::vector<std::vector<std::string>> phrases;
-    for (const auto& keyword : keywords) {
-        // A keyword is its stems joined by single spaces.
-        std::vector<std::string> stems;
-        size_t start = 0;
-        while (start <= keyword.size()) {
-            size_t space = std::min(keyword.find(' ', start), keyword.size());
-            if (space > start) stems.push_back(keyword.substr(start, space - start));
-            start = space + 1;
-        }
-        phrases.push_back(std::move(stems));
-    }
+    for (const auto& keyword : keywords) phrases.push_back(RankedTranscriptSearch::splitStems(keyword));
     std::vector<bool> held(keywords.size(), false);
     auto look = [&](std::string_view text) {
         const auto tokens = QueryTokenizer::tokens(text);

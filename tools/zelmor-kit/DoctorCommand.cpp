@@ -6,7 +6,6 @@
 #include "ZelmorMCP/TranscriptFolderResolver.h"
 #include "ZelmorMarkdownKit/AgentActivityFeed.h"
 #include "ZelmorMarkdownKit/AgentActivityLog.h"
-#include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/SkillsFolder.h"
 #include "ZelmorMarkdownKit/UTF8.h"
@@ -83,12 +82,6 @@ std::string shown(const std::string& path, const std::string& folder) {
     return UTF8::isValid(relative) ? relative : UTF8::repaired(relative);
 }
 
-bool hasMarkdownExtension(std::string_view path) {
-    std::string_view name = path.substr(path.rfind('/') + 1);
-    size_t dot = name.rfind('.');
-    return dot != std::string_view::npos && dot != 0 && ICUText::lowercased(name.substr(dot + 1)) == "md";
-}
-
 /// Why the server's scan leaves a markdown file out, from the scan's own checks in the scan's
 /// order; nothing for a meeting.
 std::optional<std::string> skipReason(const std::string& path) {
@@ -163,7 +156,7 @@ void checkTranscripts(const std::string& folder, FolderSource source, const std:
     std::vector<std::pair<std::string, std::string>> skipped;
     size_t skills = 0, others = 0;
     for (const std::string& path : *files) {
-        if (!hasMarkdownExtension(path)) {
+        if (!MeetingStore::isMarkdownPath(path)) {
             ++others;
         } else if (SkillsFolder::holds(path, memoryFolderName)) {
             ++skills;
