@@ -218,8 +218,8 @@ Conversion convertAll(std::string_view text, std::string_view filename, const st
         addTurns(std::move(parsed.turns), std::move(parsed.title), std::move(parsed.date));
         break;
     }
-    case Format::webVTT: addTurns(parseCueBased(normalized, Timing::webVTT), std::nullopt, std::nullopt); break;
-    case Format::srt: addTurns(parseCueBased(normalized, Timing::srt), std::nullopt, std::nullopt); break;
+    case Format::webVTT: addTurns(parseCueBased(normalized), std::nullopt, std::nullopt); break;
+    case Format::srt: addTurns(parseCueBased(normalized), std::nullopt, std::nullopt); break;
     case Format::otterText: addTurns(parseOtter(normalized), std::nullopt, std::nullopt); break;
     }
     if (results.empty()) return Failure::noSpeech;

@@ -83,9 +83,6 @@ struct ParsedMeeting {
     bool operator==(const ParsedMeeting&) const = default;
 };
 
-/// Which caption timing lines the cue parser reads.
-enum class Timing { webVTT, srt };
-
 /// The layout of a text, or nothing when it is of no known format. JSON is always reported as
 /// `genericJSON` here; the JSON reader tells the dialect per meeting.
 std::optional<Format> detect(std::string_view text);

@@ -76,8 +76,8 @@ bool hasSRTCue(std::string_view text) {
     return pattern.foundIn(text);
 }
 
-std::vector<Turn> parseCueBased(std::string_view text, Timing) {
-    // WebVTT and SRT blocks are read by the same rules, so the timing selects nothing here.
+// WebVTT and SRT blocks are read by the same rules.
+std::vector<Turn> parseCueBased(std::string_view text) {
     std::vector<Turn> turns;
     std::string previousSpeaker = "Speaker 1";
     for (std::string_view block : split(text, "\n\n")) {

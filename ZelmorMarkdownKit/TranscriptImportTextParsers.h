@@ -14,7 +14,7 @@ namespace zelmor::TranscriptImport {
 
 /// Turns of a caption file. Cues without a speaker continue the previous cue's speaker, or
 /// "Speaker 1" before any; consecutive cues of one speaker merge.
-std::vector<TranscriptDocument::Turn> parseCueBased(std::string_view text, Timing timing);
+std::vector<TranscriptDocument::Turn> parseCueBased(std::string_view text);
 
 /// Turns of an Otter text export: "Name  0:00" header lines followed by paragraphs.
 std::vector<TranscriptDocument::Turn> parseOtter(std::string_view text);

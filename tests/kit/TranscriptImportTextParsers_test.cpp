@@ -15,7 +15,7 @@ TEST(CueParser, WebVTTFixtureSkipsNotesAndStylesButReadsTitledHeaderAndIdentifie
     // Only a bare "WEBVTT" line and integer cue numbers are dropped, so a titled header block
     // becomes a cue named by its first "Name: text" line, and "intro-1" identifiers and the
     // timing lines below them stay in the text.
-    EXPECT_EQ(parseCueBased(importFixture("standup-2025-03-14.vtt"), Timing::webVTT),
+    EXPECT_EQ(parseCueBased(importFixture("standup-2025-03-14.vtt")),
               (Turns{{"Kind", "WEBVTT - Daily standup captions en"},
                      {"Ana Lopez", "intro-1 00:00:01.000 --> 00:00:04.200 align:start Morning, everyone. "
                                    "intro-2 00:00:04.200 --> 00:00:07.900 Let's keep it short today."},
@@ -25,9 +25,9 @@ TEST(CueParser, WebVTTFixtureSkipsNotesAndStylesButReadsTitledHeaderAndIdentifie
 }
 
 TEST(CueParser, VoiceWithClassAnnotationNamesTheSpeaker) {
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v.first.loud Ana>Hi</v>\n", Timing::webVTT),
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v.first.loud Ana>Hi</v>\n"),
               (Turns{{"Ana", "Hi"}}));
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v Ana Maria>Hi\n", Timing::webVTT),
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v Ana Maria>Hi\n"),
               (Turns{{"Ana Maria", "Hi"}}));
 }
 
@@ -35,14 +35,14 @@ TEST(CueParser, SpeakerOneUntilSomeoneIsNamedThenThePreviousSpeaker) {
     std::string text = "00:01.000 --> 00:02.000\nHello?\n\n"
                        "00:02.000 --> 00:03.000\nBen: Hi there.\n\n"
                        "00:03.000 --> 00:04.000\nSorry, I was muted.\n";
-    EXPECT_EQ(parseCueBased(text, Timing::webVTT),
+    EXPECT_EQ(parseCueBased(text),
               (Turns{{"Speaker 1", "Hello?"}, {"Ben", "Hi there. Sorry, I was muted."}}));
 }
 
 TEST(CueParser, ConsecutiveCuesOfOneSpeakerBecomeOneTurn) {
     std::string text = "1\n00:00:01,000 --> 00:00:02,000\nAna: One.\n\n"
                        "2\n00:00:02,000 --> 00:00:03,000\nAna: Two.\n";
-    EXPECT_EQ(parseCueBased(text, Timing::srt), (Turns{{"Ana", "One. Two."}}));
+    EXPECT_EQ(parseCueBased(text), (Turns{{"Ana", "One. Two."}}));
 }
 
 TEST(CueParser, SRTFixtureWithCRLFAndMultiLineCues) {
@@ -51,45 +51,43 @@ TEST(CueParser, SRTFixtureWithCRLFAndMultiLineCues) {
     for (char c : text) {
         if (c != '\r') normalized += c;
     }
-    EXPECT_EQ(parseCueBased(normalized, Timing::srt),
+    EXPECT_EQ(parseCueBased(normalized),
               (Turns{{"INTERVIEWER", "Thanks for joining us today."},
                      {"Dana Kim", "Happy to be here. I lead the platform team, about twelve engineers."},
                      {"INTERVIEWER", "How did the team start?"}}));
 }
 
 TEST(CueParser, OnlyASignedOrBareIntegerAboveATimingLineIsACueNumber) {
-    for (Timing timing : {Timing::webVTT, Timing::srt}) {
-        EXPECT_EQ(parseCueBased("42\nthe answer\n", timing), (Turns{{"Speaker 1", "42 the answer"}}));
-        EXPECT_EQ(parseCueBased("intro\n00:01.000 --> 00:02.000\nHello\n", timing),
-                  (Turns{{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}));
-        EXPECT_EQ(parseCueBased("-7\n00:01.000 --> 00:02.000\nHello\n", timing), (Turns{{"Speaker 1", "Hello"}}));
-        EXPECT_EQ(parseCueBased("+7\n00:01.000 --> 00:02.000\nHello\n", timing), (Turns{{"Speaker 1", "Hello"}}));
-        EXPECT_EQ(parseCueBased("7a\n00:01.000 --> 00:02.000\nHello\n", timing),
-                  (Turns{{"Speaker 1", "7a 00:01.000 --> 00:02.000 Hello"}}));
-    }
+    EXPECT_EQ(parseCueBased("42\nthe answer\n"), (Turns{{"Speaker 1", "42 the answer"}}));
+    EXPECT_EQ(parseCueBased("intro\n00:01.000 --> 00:02.000\nHello\n"),
+              (Turns{{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}));
+    EXPECT_EQ(parseCueBased("-7\n00:01.000 --> 00:02.000\nHello\n"), (Turns{{"Speaker 1", "Hello"}}));
+    EXPECT_EQ(parseCueBased("+7\n00:01.000 --> 00:02.000\nHello\n"), (Turns{{"Speaker 1", "Hello"}}));
+    EXPECT_EQ(parseCueBased("7a\n00:01.000 --> 00:02.000\nHello\n"),
+              (Turns{{"Speaker 1", "7a 00:01.000 --> 00:02.000 Hello"}}));
 }
 
 TEST(CueParser, ACueIsOneTurnSpokenByTheFirstSpeakerItNames) {
     std::string text = "00:01.000 --> 00:03.000\n<v Ana>Ready?\n<v Ben>Go.\n\n"
                        "00:03.000 --> 00:04.000\nNow.\n\n"
                        "00:04.000 --> 00:05.000\nthen\nCara: Me next.\n";
-    EXPECT_EQ(parseCueBased(text, Timing::webVTT), (Turns{{"Ana", "Ready? Go. Now."}, {"Cara", "then Me next."}}));
+    EXPECT_EQ(parseCueBased(text), (Turns{{"Ana", "Ready? Go. Now."}, {"Cara", "then Me next."}}));
 }
 
 TEST(CueParser, OnlyABareWebVTTLineLeavesItsBlock) {
     // The rest of the header block is read like any cue.
-    EXPECT_EQ(parseCueBased("WEBVTT\nKind: captions\nLanguage: en\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+    EXPECT_EQ(parseCueBased("WEBVTT\nKind: captions\nLanguage: en\n\n00:01.000 --> 00:02.000\nHi\n"),
               (Turns{{"Kind", "captions en Hi"}}));
-    EXPECT_EQ(parseCueBased("WEBVTT\n\nREGION\nid:left\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+    EXPECT_EQ(parseCueBased("WEBVTT\n\nREGION\nid:left\n\n00:01.000 --> 00:02.000\nHi\n"),
               (Turns{{"Speaker 1", "Hi"}}));
-    EXPECT_EQ(parseCueBased("WEBVTT\nNOTE made by hand\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+    EXPECT_EQ(parseCueBased("WEBVTT\nNOTE made by hand\n\n00:01.000 --> 00:02.000\nHi\n"),
               (Turns{{"Speaker 1", "Hi"}}));
-    EXPECT_EQ(parseCueBased("WEBVTT - Standup\n\n00:01.000 --> 00:02.000\nHi\n", Timing::webVTT),
+    EXPECT_EQ(parseCueBased("WEBVTT - Standup\n\n00:01.000 --> 00:02.000\nHi\n"),
               (Turns{{"Speaker 1", "WEBVTT - Standup Hi"}}));
 }
 
 TEST(CueParser, SectionWordLabelsStayInTheText) {
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\nAgenda: budget first\n", Timing::webVTT),
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\nAgenda: budget first\n"),
               (Turns{{"Speaker 1", "Agenda: budget first"}}));
 }
 
