@@ -9,9 +9,38 @@ set(ZELMOR_KIT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ZelmorMarkdownKit)
 # prefix's shared include folder; the exported targets add that level to the include path.
 set(ZELMOR_KIT_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/zelmor)
 
+set(ZELMOR_PACKAGE_MAINTAINER "The zelmor-mcp authors <zelmor-mcp@example.org>"
+    CACHE STRING "Name and address of the Debian package's maintainer")
+set(ZELMOR_DEB_REVISION 1 CACHE STRING "Debian revision of the package (VERSION-REVISION)")
+set(ZELMOR_DEB_VERSION ${PROJECT_VERSION}-${ZELMOR_DEB_REVISION})
+
 install(TARGETS zelmor-mcp zelmor-kit RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES man/zelmor-mcp.1 man/zelmor-kit.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# Man pages and the changelog go in gzip-compressed (-n: no name or time inside, so the same
+# sources give the same bytes); the copyright file in Debian's machine-readable form.
+find_program(ZELMOR_GZIP gzip REQUIRED)
+set(docs ${PROJECT_BINARY_DIR}/docs)
+file(READ ${PROJECT_SOURCE_DIR}/LICENSE license)
+string(REGEX REPLACE "^.*\n\n(Permission)" "\\1" license "${license}")
+string(REGEX REPLACE "\n+$" "" license "${license}")
+string(REPLACE "\n\n" "\n.\n" license "${license}")
+string(REPLACE "\n" "\n " license "${license}")
+set(ZELMOR_LICENSE_TEXT " ${license}")
+configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/copyright.in ${docs}/copyright @ONLY)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/changelog.in ${docs}/changelog.Debian @ONLY)
+set(compressed)
+foreach(source IN ITEMS ${PROJECT_SOURCE_DIR}/man/zelmor-mcp.1 ${PROJECT_SOURCE_DIR}/man/zelmor-kit.1
+                        ${docs}/changelog.Debian)
+    get_filename_component(name ${source} NAME)
+    add_custom_command(OUTPUT ${docs}/${name}.gz
+                       COMMAND ${ZELMOR_GZIP} -9nc ${source} > ${docs}/${name}.gz
+                       DEPENDS ${source} VERBATIM)
+    list(APPEND compressed ${docs}/${name}.gz)
+endforeach()
+add_custom_target(zelmor_docs ALL DEPENDS ${compressed})
+install(FILES ${docs}/zelmor-mcp.1.gz ${docs}/zelmor-kit.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${docs}/copyright ${docs}/changelog.Debian.gz DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY examples/transcripts DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 
 # The kit and the platform layer it stands on, as ZelmorMarkdownKit::ZelmorMarkdownKit and

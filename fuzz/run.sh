@@ -15,12 +15,11 @@ esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
 
-# clang and its fuzzer runtime are the only extra packages.
-EXTRA_PACKAGES="clang libclang-rt-14-dev" scripts/setup.sh fuzz
-
 out="$root/build/fuzz"
 harnesses=(MCPServerHandleFuzzer MarkdownTranscriptParserFuzzer TranscriptImportFuzzer TranscriptImportCSVFuzzer
            TimeScopeParserFuzzer RankedTranscriptSearchFuzzer TranscriptTurnIDFuzzer TranscriptEditorFuzzer)
+# Only the harnesses: the executables they do not run need no fuzzing build.
+scripts/setup.sh fuzz "${harnesses[@]}"
 
 # seed HARNESS: the bytes on standard input become one seed of the harness, named by content.
 seed() {

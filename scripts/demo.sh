@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
-# Builds the server and runs a short real session over the bundled example folder: the
-# handshake, the tool list, a search, a read and the participant list, each request followed by
-# the server's reply (tool results shown as their text).
+# Builds the server alone (an optimised build, the "demo" preset) and runs a short real session
+# over the bundled example folder: the handshake, the tool list, a search, a read and the
+# participant list, each request followed by the server's reply (tool results shown as their
+# text). Installing and building show one progress line each; their full output goes to
+# build/logs/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-EXTRA_PACKAGES=jq scripts/setup.sh debug >/dev/null
-server=build/debug/ZelmorMCP/zelmor-mcp
+EXTRA_PACKAGES=jq scripts/setup.sh demo zelmor-mcp
+echo >&2
+server=build/demo/ZelmorMCP/zelmor-mcp
 folder="$PWD/examples/transcripts"
 home=$(mktemp -d)
 trap 'rm -rf "$home"' EXIT

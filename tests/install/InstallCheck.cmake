@@ -16,8 +16,8 @@ foreach(installed IN ITEMS
         ${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitConfigVersion.cmake
         include/zelmor/ZelmorMarkdownKit/MarkdownTranscriptParser.h
         include/zelmor/platform/Trash.h
-        share/man/man1/zelmor-mcp.1
-        share/man/man1/zelmor-kit.1
+        share/man/man1/zelmor-mcp.1.gz
+        share/man/man1/zelmor-kit.1.gz
         share/doc/zelmor-mcp/README.md)
     if(NOT EXISTS ${prefix}/${installed})
         message(FATAL_ERROR "not installed: ${installed}")

@@ -1,6 +1,8 @@
 # Builds the Debian package from the build tree with CPack and inspects it: its name, its control
-# fields (runtime libraries in Depends), its contents, and the executables it unpacks.
-# Run by ctest as: cmake -DBUILD_DIR=... -DWORK_DIR=... -DCPACK=... -DDPKG_DEB=... -P PackageCheck.cmake
+# fields (runtime libraries in Depends), its contents, the executables it unpacks, and, where
+# lintian is installed, Debian's policy checks (no error may remain).
+# Run by ctest as: cmake -DBUILD_DIR=... -DWORK_DIR=... -DCPACK=... -DDPKG_DEB=... [-DLINTIAN=...]
+#                  -P PackageCheck.cmake
 include(${CMAKE_CURRENT_LIST_DIR}/CheckSupport.cmake)
 
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -9,11 +11,11 @@ run_checked(${CPACK} -G DEB --config ${BUILD_DIR}/CPackConfig.cmake -B ${WORK_DI
 run_checked(dpkg --print-architecture)
 string(STRIP "${OUTPUT}" architecture)
 file(GLOB packages RELATIVE ${WORK_DIR} ${WORK_DIR}/*.deb)
-expect_equal("${packages}" "zelmor-mcp_${VERSION}_${architecture}.deb" "the package file")
+expect_equal("${packages}" "zelmor-mcp_${DEB_VERSION}_${architecture}.deb" "the package file")
 set(package ${WORK_DIR}/${packages})
 
 run_checked(${DPKG_DEB} -I ${package})
-expect_contains("${OUTPUT}" "dpkg-deb -I" " Package: zelmor-mcp\n" " Version: ${VERSION}\n"
+expect_contains("${OUTPUT}" "dpkg-deb -I" " Package: zelmor-mcp\n" " Version: ${DEB_VERSION}\n"
                 " Architecture: ${architecture}\n" " Section: utils\n" " Suggests: cmake, g++, libicu-dev")
 if(NOT OUTPUT MATCHES "\n Depends: ([^\n]*)\n")
     message(FATAL_ERROR "no Depends field:\n${OUTPUT}")
@@ -37,13 +39,15 @@ foreach(path IN ITEMS
         usr/${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitTargets.cmake
         usr/include/zelmor/ZelmorMarkdownKit/MarkdownTranscriptParser.h
         usr/include/zelmor/platform/Trash.h
-        usr/share/man/man1/zelmor-mcp.1
-        usr/share/man/man1/zelmor-kit.1
+        usr/share/man/man1/zelmor-mcp.1.gz
+        usr/share/man/man1/zelmor-kit.1.gz
         usr/share/doc/zelmor-mcp/README.md
+        usr/share/doc/zelmor-mcp/copyright
+        usr/share/doc/zelmor-mcp/changelog.Debian.gz
         usr/share/doc/zelmor-mcp/examples/transcripts/2026-11-10-ana-wenna-1-1.md)
     expect_contains("${listing}" "dpkg-deb -c" " ./${path}\n")
 endforeach()
-foreach(absent IN ITEMS tests/ _test googletest gtest)
+foreach(absent IN ITEMS tests/ _test googletest gtest make_corpus)
     string(FIND "${listing}" "${absent}" at)
     if(NOT at EQUAL -1)
         message(FATAL_ERROR "the package holds test files (${absent}):\n${listing}")
@@ -55,5 +59,14 @@ run_checked(${WORK_DIR}/root/usr/bin/zelmor-mcp --version)
 expect_equal("${OUTPUT}" "0.2.0\n" "the packaged zelmor-mcp --version")
 run_checked(${WORK_DIR}/root/usr/bin/zelmor-kit --version)
 expect_equal("${OUTPUT}" "0.2.0\n" "the packaged zelmor-kit --version")
+
+if(LINTIAN)
+    # Errors fail the check; warnings and notes are Debian's advice, shown when the check fails.
+    execute_process(COMMAND ${LINTIAN} --fail-on error ${package} RESULT_VARIABLE status
+                    OUTPUT_VARIABLE out ERROR_VARIABLE err)
+    if(NOT status EQUAL 0 OR out MATCHES "(^|\n)E: ")
+        message(FATAL_ERROR "lintian reports errors (${status}):\n${out}${err}")
+    endif()
+endif()
 
 file(REMOVE_RECURSE ${WORK_DIR})
