@@ -5,6 +5,7 @@
 #include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <cerrno>
+#include <poll.h>
 #include <unistd.h>
 #include <vector>
 
@@ -14,11 +15,23 @@ namespace {
 
 constexpr size_t longLineBytes = size_t{1} << 20;
 
+/// After EAGAIN on a descriptor the client left non-blocking: waits until it is ready, as a
+/// blocking one would have. False when it never will be (closed, or an error).
+bool awaitReady(int fd, short events) {
+    pollfd entry{fd, events, 0};
+    while (::poll(&entry, 1, -1) < 0)
+        if (errno != EINTR) return false;
+    // A hang-up still lets a reader drain what was sent; the next read or write tells the rest.
+    return (entry.revents & POLLNVAL) == 0;
+}
+
+bool wouldBlock() { return errno == EAGAIN || errno == EWOULDBLOCK; }
+
 bool writeAll(int fd, std::string_view data) {
     while (!data.empty()) {
         ssize_t n = ::write(fd, data.data(), data.size());
         if (n < 0) {
-            if (errno == EINTR) continue;
+            if (errno == EINTR || (wouldBlock() && awaitReady(fd, POLLOUT))) continue;
             return false;
         }
         data.remove_prefix(static_cast<size_t>(n));
@@ -56,7 +69,7 @@ int run(int inputFd, int outputFd, const Handler& handle, const OversizedHandler
     while (true) {
         ssize_t n = ::read(inputFd, buffer.data(), buffer.size());
         if (n < 0) {
-            if (errno == EINTR) continue;
+            if (errno == EINTR || (wouldBlock() && awaitReady(inputFd, POLLIN))) continue;
             break;
         }
         if (n == 0) break;

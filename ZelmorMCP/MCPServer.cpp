@@ -7,6 +7,8 @@
 #include "ZelmorMarkdownKit/JSONWriter.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
+#include <new>
+
 namespace zelmor {
 
 namespace {
@@ -16,6 +18,7 @@ using json = nlohmann::json;
 constexpr int parseErrorCode = -32700;
 constexpr int invalidRequestCode = -32600;
 constexpr int methodNotFoundCode = -32601;
+constexpr int internalErrorCode = -32603;
 
 constexpr const char* instructions =
     R"(Access to the user's Zelmor meeting transcripts — the speaker-labeled markdown files Zelmor writes into a folder the user owns. Typical flow: search_meetings to shortlist by keyword/participant/date (multi-term queries AND together, "double quotes" match a phrase, sort: 'relevance' ranks by match density for asks that span the whole history), read_meeting for a full transcript, list_participants to see who the user meets with. Cite meetings by title + date when answering from them; when a search comes back empty, say so honestly — never invent a meeting or a citation. These tools READ; Zelmor itself writes the notes into each meeting file after the call.)";
@@ -73,20 +76,39 @@ MCPServer::MCPServer(TranscriptFolderResolver resolver, ActivityAttribution attr
     : resolver_(std::move(resolver)), attribution_(attribution), clientContext_(std::move(clientContext)) {}
 
 std::optional<std::string> MCPServer::handle(std::string_view line) const {
-    // A raw NUL is never valid JSON, but the parser takes it for the end of the input and
-    // would accept whatever came before it.
-    bool refused = line.find('\0') != std::string_view::npos || nestsDeeperThan(line, maxNestingDepth);
-    json message = refused
-                       ? json(json::value_t::discarded)
-                       : json::parse(line.begin(), line.end(), nullptr, /*allow_exceptions=*/false);
-    if (message.is_discarded() || !(message.is_object() || message.is_array())) return parseErrorReply();
-    if (!message.is_object())
-        return JSONWriter::compact(
-            errorResponse(nullptr, invalidRequestCode,
-                          "Invalid request: expected a single JSON-RPC object (batches are not supported)"));
-    auto reply = handleMessage(message);
-    if (!reply) return std::nullopt;
-    return JSONWriter::compact(*reply);
+    json message;
+    try {
+        // A raw NUL is never valid JSON, but the parser takes it for the end of the input and
+        // would accept whatever came before it.
+        bool refused = line.find('\0') != std::string_view::npos || nestsDeeperThan(line, maxNestingDepth);
+        message = refused ? json(json::value_t::discarded)
+                          : json::parse(line.begin(), line.end(), nullptr, /*allow_exceptions=*/false);
+        if (message.is_discarded() || !(message.is_object() || message.is_array())) return parseErrorReply();
+        if (!message.is_object())
+            return JSONWriter::compact(
+                errorResponse(nullptr, invalidRequestCode,
+                              "Invalid request: expected a single JSON-RPC object (batches are not supported)"));
+        auto reply = handleMessage(message);
+        if (!reply) return std::nullopt;
+        return JSONWriter::compact(*reply);
+    } catch (const std::bad_alloc&) {
+        // Out of memory for this request (a page of huge files, say): it fails alone, as a tool
+        // call's error where it was one, and the server goes on with the next line.
+        return outOfMemoryReply(message);
+    }
+}
+
+std::optional<std::string> MCPServer::outOfMemoryReply(const json& message) {
+    try {
+        if (!message.is_object() || !message.contains("id")) return std::nullopt;
+        const json& id = message["id"];
+        auto method = message.find("method");
+        if (method != message.end() && *method == "tools/call")
+            return JSONWriter::compact(successResponse(id, toolErrorResult("Unexpected error: std::bad_alloc")));
+        return JSONWriter::compact(errorResponse(id, internalErrorCode, "Internal error: out of memory"));
+    } catch (...) {
+        return std::nullopt;
+    }
 }
 
 std::optional<std::string> MCPServer::parseErrorReply() {
@@ -163,6 +185,10 @@ json MCPServer::onToolsCall(const json& id, const json& params) const {
 
 json MCPServer::successResponse(const json& id, json result) {
     return {{"jsonrpc", "2.0"}, {"id", id}, {"result", std::move(result)}};
+}
+
+json MCPServer::toolErrorResult(const std::string& message) {
+    return {{"content", json::array({{{"type", "text"}, {"text", message}}})}, {"isError", true}};
 }
 
 json MCPServer::errorResponse(const json& id, int code, const std::string& message) {

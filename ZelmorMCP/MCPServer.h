@@ -52,9 +52,15 @@ public:
     nlohmann::json initializeResult(const nlohmann::json& params) const;
 
     static nlohmann::json successResponse(const nlohmann::json& id, nlohmann::json result);
+    /// A tool result that failed: the message for the agent, `isError` true.
+    static nlohmann::json toolErrorResult(const std::string& message);
     static nlohmann::json errorResponse(const nlohmann::json& id, int code, const std::string& message);
 
 private:
+    /// The reply to a request that ran out of memory; nothing for a notification or when even
+    /// that cannot be made.
+    static std::optional<std::string> outOfMemoryReply(const nlohmann::json& message);
+
     nlohmann::json onInitialize(const nlohmann::json& id, const nlohmann::json& params) const;
     nlohmann::json onPing(const nlohmann::json& id, const nlohmann::json& params) const;
     nlohmann::json onToolsList(const nlohmann::json& id, const nlohmann::json& params) const;

@@ -4,6 +4,7 @@
 // caller asks for more.
 #include "ZelmorMCP/MeetingStore.h"
 
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/UTF8.h"
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <new>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -28,9 +30,6 @@ namespace {
 constexpr size_t filesPerWorker = 16;
 /// Reading is bound by the disk as much as by parsing; more threads than this only contend.
 constexpr unsigned maxWorkers = 8;
-
-/// The extension of the last path component, lower-cased; a leading dot alone (".md") is a
-/// hidden name, not an extension.
 
 unsigned workerCount(unsigned asked, size_t files) {
     unsigned workers =
@@ -57,14 +56,27 @@ bool MeetingStore::isMarkdownPath(std::string_view path) {
 
 std::vector<std::string> MeetingStore::candidateFiles() const {
     if (!platform::isDirectory(folder)) throw StoreError::folderMissing(folder);
-    auto listed = platform::listFilesRecursively(platform::absolutePath(folder));
+    std::vector<bool> isLink;
+    auto listed = platform::listFilesRecursively(platform::absolutePath(folder), &isLink);
     if (!listed) return {}; // a folder we may not read lists nothing
+    std::optional<std::string> root; // resolved at the first link, if any
     std::vector<std::string> candidates;
-    for (auto& path : *listed) {
+    for (size_t i = 0; i < listed->size(); ++i) {
+        std::string& path = (*listed)[i];
         // A name that is not UTF-8 could not be shown to the agent nor sent back by it to read.
-        if (!UTF8::isValid(path)) continue;
-        if (isMarkdownPath(path) && !SkillsFolder::holds(path, memoryFolderName))
-            candidates.push_back(std::move(path));
+        if (!UTF8::isValid(path) || !isMarkdownPath(path) || SkillsFolder::holds(path, memoryFolderName)) continue;
+        // Folders are never entered through links, so only a file link can lead elsewhere: it
+        // is listed only where reading it would be allowed, so that no tool shows what
+        // read_meeting refuses.
+        if (isLink[i]) {
+            if (!root) root = resolvedRoot();
+            try {
+                resolveAgainst(*root, path);
+            } catch (const StoreError&) {
+                continue;
+            }
+        }
+        candidates.push_back(std::move(path));
     }
     return candidates;
 }
@@ -86,7 +98,7 @@ std::vector<size_t> MeetingStore::visitFiles(const std::vector<std::string>& fil
             std::string path;
             std::string_view text;
             try {
-                auto length = platform::readFileInto(files[i], buffer);
+                auto length = platform::readFileInto(files[i], buffer, FileLimits::transcriptBytes);
                 if (!length) continue;
                 text = std::string_view(buffer.data(), *length);
                 if (!UTF8::isValid(text) || !ZelmorTranscriptMarker::declares(text)) continue;
@@ -100,6 +112,8 @@ std::vector<size_t> MeetingStore::visitFiles(const std::vector<std::string>& fil
             try {
                 FileVisit file{path, *header, text};
                 if (visit(i, file)) keys[i] = std::move(key);
+            } catch (const std::bad_alloc&) {
+                // Out of memory on one file is that file's fault, as in the read above: left out.
             } catch (...) {
                 std::lock_guard<std::mutex> hold(failureLock);
                 if (!failure) failure = std::current_exception();
@@ -152,8 +166,13 @@ std::vector<MeetingStore::Meeting> MeetingStore::scanHeaders(unsigned workers) c
         workers);
 }
 
+std::string MeetingStore::resolvedRoot() const { return platform::resolveSymlinks(platform::absolutePath(folder)); }
+
 std::string MeetingStore::resolveInsideFolder(std::string_view path) const {
-    std::string root = platform::resolveSymlinks(platform::absolutePath(folder));
+    return resolveAgainst(resolvedRoot(), path);
+}
+
+std::string MeetingStore::resolveAgainst(const std::string& root, std::string_view path) const {
     std::string candidate = platform::absolutePath(path);
     // A NUL would cut the path short at the OS; such a path is checked as written and cannot be read.
     if (candidate.find('\0') == std::string::npos) candidate = platform::resolveSymlinks(candidate);
@@ -173,7 +192,7 @@ std::string MeetingStore::readInsideFolder(std::string_view path) const {
     // the file just looked at, keeps a link swapped in meanwhile from leading outside the folder.
     std::optional<std::string> text;
     if (auto identity = platform::regularFileIdentity(file))
-        text = platform::readFileWithoutLinks(file, *identity);
+        text = platform::readFileWithoutLinks(file, *identity, FileLimits::transcriptBytes);
     if (!text || !UTF8::isValid(*text)) throw StoreError::notFound(std::string(path));
     return std::move(*text);
 }

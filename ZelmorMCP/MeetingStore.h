@@ -156,8 +156,13 @@ struct MeetingStore {
     static bool isGenericSpeakerLabel(std::string_view name);
 
 private:
-    /// The folder's markdown files outside the skills folder, the files a scan reads.
+    /// The folder's markdown files outside the skills folder, the files a scan reads; a link
+    /// among them only when `resolveInsideFolder` would let it be read.
     std::vector<std::string> candidateFiles() const;
+    /// The folder with every link along it resolved.
+    std::string resolvedRoot() const;
+    /// `resolveInsideFolder` against the folder as `resolvedRoot` gives it.
+    std::string resolveAgainst(const std::string& root, std::string_view path) const;
     /// Reads and checks each file, calls `visit(index, file)` for the transcripts and returns the
     /// indexes of those it kept (it answered true), in scan order.
     std::vector<size_t> visitFiles(const std::vector<std::string>& files,

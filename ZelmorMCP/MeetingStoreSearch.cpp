@@ -5,6 +5,7 @@
 #include "ZelmorMCP/MeetingStore.h"
 
 #include "ZelmorMarkdownKit/AnswerScope.h"
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/FoldedNeedle.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
@@ -63,7 +64,7 @@ private:
 /// The snippets of a hit, from the file read again: the scan kept no bodies. A file changed
 /// since the scan gives what it gives now, and none when it no longer matches.
 std::vector<std::string> snippetsOf(const std::string& path, const std::vector<std::string>& terms) {
-    auto text = platform::readFile(path);
+    auto text = platform::readFile(path, FileLimits::transcriptBytes);
     if (!text || !UTF8::isValid(*text)) return {};
     auto doc = MarkdownTranscriptParser::parse(*text);
     if (!doc) return {};
@@ -82,7 +83,22 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     AnswerScope scope;
     scope.dateFrom = filters.dateFrom;
     scope.dateTo = filters.dateTo;
-    scope.participant = filters.participant;
+    // The scope's participant test, with the name folded once here rather than once for every
+    // participant of every meeting: it is as long as the agent made it.
+    std::optional<FoldedNeedle> participant;
+    bool nobodyMatches = false;
+    if (filters.participant && !filters.participant->empty()) {
+        std::string folded = TextFolding::folded(*filters.participant);
+        if (folded.empty())
+            nobodyMatches = true; // as the scope: a name that folds to nothing is in no one's
+        else
+            participant.emplace(std::move(folded));
+    }
+    auto admitsParticipant = [&](const TranscriptDocument& header) {
+        if (nobodyMatches) return false;
+        return !participant || std::any_of(header.participants.begin(), header.participants.end(),
+                                           [&](const std::string& name) { return participant->occursIn(name); });
+    };
 
     const auto needles = RankedTranscriptSearch::needles(terms);
     std::vector<TermPrefilter> prefilters;
@@ -96,7 +112,7 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     // Runs on the scan's threads: it reads the shared scope, needles and prefilters and writes
     // only its own file's result.
     auto visit = [&](FileVisit& file) -> std::optional<Scored> {
-        if (!scope.admits(file.path, file.header)) return std::nullopt;
+        if (!scope.admits(file.path, file.header) || !admitsParticipant(file.header)) return std::nullopt;
         if (terms.empty()) return Scored{SearchHit{Meeting{file.path, std::move(file.header)}, 0, {}}, 0};
         if (!needles) return std::nullopt;
         for (const auto& prefilter : prefilters)

@@ -113,10 +113,6 @@ json ToolExecutor::textToolResult(const std::string& text) {
     return {{"content", json::array({{{"type", "text"}, {"text", text}}})}, {"isError", false}};
 }
 
-json ToolExecutor::toolErrorResult(const std::string& message) {
-    return {{"content", json::array({{{"type", "text"}, {"text", message}}})}, {"isError", true}};
-}
-
 json ToolExecutor::toolCall(const json& id, const json& params) const {
     auto nameMember = params.find("name");
     if (nameMember == params.end() || !nameMember->is_string())
@@ -133,10 +129,14 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
     const bool known = ToolCatalogue::isKnownTool(name);
     const bool probe = server_.activityAttribution() == MCPServer::ActivityAttribution::probe;
 
-    // Counted before the tool runs, so failed calls count too.
+    // Counted before the tool runs, so failed calls count too. The activity files are the app's
+    // business: no failure there (not even running out of memory) may fail the call.
     if (known && !probe) {
-        if (auto calendar = calendar_())
-            AgentActivityLog::recordCall(name, AgentActivityLog::fileURL(support), now_(), *calendar);
+        try {
+            if (auto calendar = calendar_())
+                AgentActivityLog::recordCall(name, AgentActivityLog::fileURL(support), now_(), *calendar);
+        } catch (...) {
+        }
     }
 
     json result;
@@ -149,12 +149,17 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
                                             "Unknown tool: " + name +
                                                 ". Available tools: search_meetings, read_meeting, list_participants");
     } catch (const MeetingStore::StoreError& error) {
-        result = toolErrorResult(describe(error));
+        result = MCPServer::toolErrorResult(describe(error));
     } catch (const std::exception& error) {
-        result = toolErrorResult(std::string("Unexpected error: ") + error.what());
+        result = MCPServer::toolErrorResult(std::string("Unexpected error: ") + error.what());
     }
 
-    if (!probe && !result.value("isError", false)) recordFeedEntry(name, arguments, result, support);
+    if (!probe && !result.value("isError", false)) {
+        try {
+            recordFeedEntry(name, arguments, result, support);
+        } catch (...) {
+        }
+    }
     return MCPServer::successResponse(id, std::move(result));
 }
 
@@ -226,7 +231,7 @@ json ToolExecutor::searchRow(const MeetingStore& store, const MeetingStore::Sear
 json ToolExecutor::readMeeting(const MeetingStore& store, const json& arguments) {
     auto path = stringArgument(arguments, "path");
     if (!path || path->empty())
-        return toolErrorResult(
+        return MCPServer::toolErrorResult(
             "Missing required argument 'path'. Pass the transcript path exactly as returned by search_meetings.");
     return textToolResult(store.readInsideFolder(*path));
 }

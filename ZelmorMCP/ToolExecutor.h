@@ -30,7 +30,6 @@ public:
 
     static nlohmann::json jsonToolResult(const nlohmann::json& data);
     static nlohmann::json textToolResult(const std::string& text);
-    static nlohmann::json toolErrorResult(const std::string& message);
 
     static nlohmann::json searchMeetings(const MeetingStore& store, const nlohmann::json& arguments);
     /// One row of a search page. With `includeContent` the file is read here, after the scan, so

@@ -1,6 +1,7 @@
 // Every failure falls back to a default silently: a bad settings file must not stop the server.
 #include "ZelmorMCP/TranscriptFolderResolver.h"
 
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/SkillsFolder.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 #include "platform/FileSystem.h"
@@ -12,8 +13,8 @@ namespace zelmor {
 namespace {
 
 /// A non-empty, trimmed string value of the settings file, or nothing.
-std::optional<std::string> settingsString(const std::string& home, const char* key) {
-    auto text = platform::readFile(home + "/" + TranscriptFolderResolver::configurationPath);
+std::optional<std::string> settingsString(const std::string& home, const char* key) try {
+    auto text = platform::readFile(home + "/" + TranscriptFolderResolver::configurationPath, FileLimits::settingsBytes);
     if (!text) return std::nullopt;
     auto settings = nlohmann::json::parse(*text, nullptr, /*allow_exceptions=*/false);
     if (!settings.is_object()) return std::nullopt;
@@ -22,6 +23,8 @@ std::optional<std::string> settingsString(const std::string& home, const char* k
     std::string trimmed(Whitespace::trim(value->get_ref<const std::string&>()));
     if (trimmed.empty()) return std::nullopt;
     return trimmed;
+} catch (...) {
+    return std::nullopt; // out of memory reading it is one more way for the file to be unusable
 }
 
 } // namespace

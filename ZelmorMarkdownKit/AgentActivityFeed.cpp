@@ -2,6 +2,7 @@
 #include "ZelmorMarkdownKit/AgentActivityFeed.h"
 
 #include "ZelmorMarkdownKit/CalendarDays.h"
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/JSONWriter.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
@@ -64,6 +65,16 @@ std::optional<Entry> decodedEntry(std::string_view line) {
                 optionalString(object, "client", ok)};
     if (!ok) return std::nullopt;
     return entry;
+}
+
+/// The text cut after `maxTextCharacters` code points, with "…" in place of the rest.
+std::string cut(const std::string& text) {
+    size_t characters = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) == 0x80) continue; // inside a code point
+        if (++characters > maxTextCharacters) return text.substr(0, i) + "\u2026";
+    }
+    return text;
 }
 
 std::string joined(const std::vector<Entry>& list) {
@@ -148,7 +159,7 @@ std::vector<Entry> entries(std::string_view text) {
 }
 
 std::vector<Entry> load(const std::string& supportDirectory) {
-    std::optional<std::string> text = platform::readFile(fileURL(supportDirectory));
+    std::optional<std::string> text = platform::readFile(fileURL(supportDirectory), FileLimits::activityBytes);
     if (!text || !UTF8::isValid(*text)) return {};
     return entries(*text);
 }
@@ -157,17 +168,22 @@ std::vector<Entry> capped(std::vector<Entry> list, Instant now, const icu::Calen
     if (std::optional<Instant> cutoff = CalendarDays::adding(-keepDays, now, calendar)) {
         std::erase_if(list, [&](const Entry& entry) { return entry.ts < *cutoff; });
     }
-    std::stable_sort(list.begin(), list.end(), [](const Entry& a, const Entry& b) { return a.ts < b.ts; });
+    std::stable_sort(list.begin(), list.end(),
+                     [&](const Entry& a, const Entry& b) { return std::min(a.ts, now) < std::min(b.ts, now); });
     if (list.size() > maxEntries)
         list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(maxEntries));
     return list;
 }
 
 void append(const Entry& entry, const std::string& supportDirectory, Instant now,
-            const icu::Calendar& calendar) {
+            const icu::Calendar& calendar) try {
     std::vector<Entry> list = load(supportDirectory);
     list.push_back(entry);
+    for (auto* text : {&list.back().detail, &list.back().path, &list.back().client})
+        if (*text) **text = cut(**text);
     platform::writeFileAtomically(fileURL(supportDirectory), joined(capped(std::move(list), now, calendar)));
+} catch (...) {
+    // Even running out of memory leaves the file as it was and the caller unharmed.
 }
 
 void append(const Entry& entry, const std::string& supportDirectory, Instant now) {

@@ -19,6 +19,10 @@ inline constexpr std::string_view fileName = "agent-activity-log.jsonl";
 inline constexpr size_t maxEntries = 300;
 /// Entries older than this many calendar days are dropped at each append.
 inline constexpr int keepDays = 60;
+/// Longer detail, path and client texts are cut to this many characters and "…" when appended:
+/// no real query, path or client name comes near it, and the app reads the whole feed at every
+/// change, so an agent sending megabytes must not make it large.
+inline constexpr size_t maxTextCharacters = 1000;
 /// The tool name of an entry for notes the agent posted into a meeting.
 inline constexpr std::string_view postNotesTool = "post_meeting_notes";
 
@@ -58,7 +62,9 @@ std::vector<Entry> entries(std::string_view text);
 std::vector<Entry> load(const std::string& supportDirectory);
 
 /// The entries not older than now minus `keepDays` calendar days, oldest first, at most the
-/// newest `maxEntries`. Without an age limit when the calendar cannot compute the cutoff.
+/// newest `maxEntries`. Without an age limit when the calendar cannot compute the cutoff. An entry
+/// dated after `now` (a clock that was wrong) counts as made now, so it never pushes out the
+/// entries being made now.
 std::vector<Entry> capped(std::vector<Entry> entries, Instant now, const icu::Calendar& calendar);
 
 /// Adds the entry and rewrites the file whole. The support folder is never created and no

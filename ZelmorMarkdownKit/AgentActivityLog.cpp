@@ -2,6 +2,7 @@
 #include "ZelmorMarkdownKit/AgentActivityLog.h"
 
 #include "ZelmorMarkdownKit/CalendarDays.h"
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/JSONWriter.h"
 #include "platform/FileSystem.h"
 
@@ -77,7 +78,7 @@ CountTable decoded(std::string_view text) {
 }
 
 CountTable load(const std::string& path) {
-    std::optional<std::string> text = platform::readFile(path);
+    std::optional<std::string> text = platform::readFile(path, FileLimits::activityBytes);
     return text ? decoded(*text) : CountTable{};
 }
 

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <map>
+#include <set>
 
 namespace zelmor::RankedTranscriptSearch {
 
@@ -135,10 +137,17 @@ bool termMatches(std::string_view term, std::string_view text) {
 std::optional<DocumentMatch> match(const TranscriptDocument& document,
                                    const std::vector<std::string>& terms) {
     if (terms.empty()) return std::nullopt;
+    // A query may repeat a word thousands of times: each distinct folded term is searched once,
+    // and `distinct[t]` says which one term t is. Only the snippets see the repeats.
     std::vector<std::string> foldedTerms;
+    std::vector<size_t> distinct;
+    std::map<std::string, size_t, std::less<>> seen;
     for (const auto& term : terms) {
-        foldedTerms.push_back(TextFolding::folded(term));
-        if (foldedTerms.back().empty()) return std::nullopt;
+        std::string foldedTerm = TextFolding::folded(term);
+        if (foldedTerm.empty()) return std::nullopt;
+        auto [at, added] = seen.emplace(std::move(foldedTerm), foldedTerms.size());
+        if (added) foldedTerms.push_back(at->first);
+        distinct.push_back(at->second);
     }
     FoldedDocument folded(document);
     for (const auto& term : foldedTerms) {
@@ -161,39 +170,46 @@ std::optional<DocumentMatch> match(const TranscriptDocument& document,
     result.matchingTurns = std::count(turnMatches.begin(), turnMatches.end(), true);
     result.score = result.matchingTurns + (inTitle ? 3 : 0) + (inParticipant ? 2 : 0);
 
-    auto snippetAt = [&](size_t index, size_t offset, size_t termIndex) {
+    auto snippetAt = [&](size_t index, size_t offset, size_t term) {
         std::string_view text = folded.text(index);
-        return excerpt(text, originalRange(text, offset, foldedTerms[termIndex].size()), snippetContext);
+        return excerpt(text, originalRange(text, offset, foldedTerms[term].size()), snippetContext);
     };
     std::vector<bool> usedTurns(folded.turnCount(), false);
+    // Turns only get used, so a term that found no free turn never finds one later.
+    std::vector<bool> placeless(foldedTerms.size(), false);
     std::vector<size_t> unplaced;
-    for (size_t t = 0; t < places.size() && result.snippets.size() < maxSnippets; ++t) {
-        auto turn = std::find_if(places[t].begin(), places[t].end(), [&](const auto& place) {
-            return folded.isTurn(place.first) && !usedTurns[place.first];
-        });
-        if (turn == places[t].end()) {
-            unplaced.push_back(t);
+    for (size_t t = 0; t < terms.size() && result.snippets.size() < maxSnippets; ++t) {
+        const auto& termPlaces = places[distinct[t]];
+        auto turn = placeless[distinct[t]]
+                        ? termPlaces.end()
+                        : std::find_if(termPlaces.begin(), termPlaces.end(), [&](const auto& place) {
+                              return folded.isTurn(place.first) && !usedTurns[place.first];
+                          });
+        if (turn == termPlaces.end()) {
+            placeless[distinct[t]] = true;
+            unplaced.push_back(distinct[t]);
             continue;
         }
         usedTurns[turn->first] = true;
         result.snippets.push_back("**" + document.turns[turn->first].speaker + ":** " +
-                                  snippetAt(turn->first, turn->second, t));
+                                  snippetAt(turn->first, turn->second, distinct[t]));
     }
-    for (size_t t : unplaced) {
+    for (size_t term : unplaced) {
         if (result.snippets.size() >= maxSnippets) break;
-        auto field = std::find_if(places[t].begin(), places[t].end(),
+        auto field = std::find_if(places[term].begin(), places[term].end(),
                                   [&](const auto& place) { return folded.isField(place.first); });
-        if (field != places[t].end()) result.snippets.push_back(snippetAt(field->first, field->second, t));
+        if (field != places[term].end()) result.snippets.push_back(snippetAt(field->first, field->second, term));
     }
     return result;
 }
 
 std::optional<std::vector<FoldedNeedle>> needles(const std::vector<std::string>& terms) {
     std::vector<FoldedNeedle> found;
+    std::set<std::string, std::less<>> seen;
     for (const auto& term : terms) {
         std::string folded = TextFolding::folded(term);
         if (folded.empty()) return std::nullopt;
-        found.emplace_back(std::move(folded));
+        if (seen.insert(folded).second) found.emplace_back(std::move(folded));
     }
     return found;
 }

@@ -50,7 +50,8 @@ bool termMatches(std::string_view term, std::string_view text);
 /// are not searched. Nothing when a term is missing or there are no terms.
 std::optional<DocumentMatch> match(const TranscriptDocument& document, const std::vector<std::string>& terms);
 
-/// The terms folded, ready to match many documents; nothing when a term folds to nothing (no
+/// The distinct terms folded, in the order they first appear, ready to match many documents
+/// (a repeated term adds nothing to an all-terms match); nothing when a term folds to nothing (no
 /// document can match it).
 std::optional<std::vector<FoldedNeedle>> needles(const std::vector<std::string>& terms);
 

@@ -28,24 +28,39 @@ std::string cutSuffix(std::string text, std::string_view suffix) {
 
 } // namespace
 
+std::string oneLine(std::string_view value) {
+    std::string out(value);
+    for (size_t i = 0; i < out.size(); ++i) {
+        auto byte = static_cast<unsigned char>(out[i]);
+        if (byte < 0x20 || byte == 0x7F) {
+            out[i] = ' ';
+        } else if (byte == 0xC2 && i + 1 < out.size() && (static_cast<unsigned char>(out[i + 1]) & 0xE0) == 0x80) {
+            out.replace(i, 2, " "); // U+0080 to U+009F, the next line (U+0085) among them
+        } else if (out.compare(i, 3, "\xE2\x80\xA8") == 0 || out.compare(i, 3, "\xE2\x80\xA9") == 0) {
+            out.replace(i, 3, " "); // the line and paragraph separators
+        }
+    }
+    return out;
+}
+
 std::string render(std::string_view title, const std::optional<std::string>& date,
                    const std::vector<std::string>& participants, const std::vector<TranscriptDocument::Turn>& turns,
                    Format format, std::string_view filename) {
     std::string out = "---\n";
-    out.append("title: ").append(title).append("\n");
+    out.append("title: ").append(oneLine(title)).append("\n");
     if (date) out.append("date: ").append(*date).append("\n");
     out.append("participants:\n");
-    for (const std::string& name : participants) out.append("  - ").append(name).append("\n");
+    for (const std::string& name : participants) out.append("  - ").append(oneLine(name)).append("\n");
     out.append("duration_min: 0\n");
     out.append("source: Zelmor\n");
     out.append("asr: imported (").append(label(format)).append(")\n");
-    out.append("imported_from: ").append(filename).append("\n");
+    out.append("imported_from: ").append(oneLine(filename)).append("\n");
     out.append("---\n\n");
     out.append("## Notes\n\n").append(TranscriptDocument::notesPlaceholder).append("\n\n");
     out.append("## Transcript\n\n");
     for (size_t i = 0; i < turns.size(); ++i) {
         if (i > 0) out.append("\n\n");
-        out.append("**").append(turns[i].speaker).append(":** ").append(turns[i].text);
+        out.append("**").append(oneLine(turns[i].speaker)).append(":** ").append(turns[i].text);
     }
     out.append("\n");
     return out;

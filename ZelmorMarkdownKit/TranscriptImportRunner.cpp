@@ -2,6 +2,8 @@
 // run safe: a destination that names its source is reported, never rewritten.
 #include "ZelmorMarkdownKit/TranscriptImportRunner.h"
 
+#include "ZelmorMarkdownKit/FileLimits.h"
+#include "ZelmorMarkdownKit/TranscriptImportRendering.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
@@ -12,7 +14,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <memory>
+#include <variant>
 
 namespace zelmor::TranscriptImportRunner {
 
@@ -50,20 +54,38 @@ std::string asciiLowercased(std::string text) {
 
 std::string samePlace(const std::string& path) { return platform::standardizePath(platform::absolutePath(path)); }
 
+/// The first name of a destination and its numbered alternatives.
+struct Names {
+    std::string first;
+    std::function<std::string(int)> numbered;
+};
+
 /// Tries the first name, then the numbered ones, as the two destination rules share.
-template <typename Numbered>
-std::string firstFreeName(const std::string& source, const std::string& folder, const std::string& first,
-                          Numbered numbered) {
+std::string firstFreeName(const std::string& source, const std::string& folder, const Names& names) {
     std::string base = samePlace(folder);
     std::string sourcePlace = samePlace(source);
-    std::string candidate = base + "/" + first;
+    std::string candidate = base + "/" + names.first;
     for (int n = 2; n < destinationCounterStop; ++n) {
         if (samePlace(candidate) != sourcePlace) {
             if (!platform::exists(candidate) || namesThisSource(candidate, source)) return candidate;
         }
-        candidate = base + "/" + numbered(n);
+        candidate = base + "/" + names.numbered(n);
     }
     return candidate;
+}
+
+Names singleNames(const std::string& source) {
+    std::string stem = stemOf(source);
+    std::string extension = asciiLowercased(extensionOf(source));
+    // A markdown source imported into its own folder must never collide with itself.
+    bool markdown = extension == "md" || extension == "markdown";
+    return {markdown ? stem + " (imported).md" : stem + ".md",
+            [stem](int n) { return stem + " (imported " + std::to_string(n) + ").md"; }};
+}
+
+Names meetingNames(const std::string& source, size_t index, size_t count) {
+    std::string stem = stemOf(source) + " (" + std::to_string(index) + " of " + std::to_string(count) + ")";
+    return {stem + ".md", [stem](int n) { return stem + " (" + std::to_string(n) + ").md"; }};
 }
 
 std::optional<std::string> decodeLegacy(std::string_view bytes, const std::string& encoding) {
@@ -94,17 +116,34 @@ std::optional<std::string> readText(const std::string& source, const std::option
     return text;
 }
 
-bool writeTranscript(const std::string& destination, const std::string& markdown, std::string& reason) {
-    std::string folder = destination.substr(0, destination.rfind('/'));
-    if (!platform::createFolders(folder)) {
-        reason = "could not create the folder " + folder;
-        return false;
+/// Where a meeting went: the file written, or the file that held it already.
+struct Placed {
+    std::string path;
+    bool written = false;
+};
+
+/// Writes the meeting under the first of its names that is free, never over any file: a name
+/// another import takes meanwhile is passed over like one taken before, and when every name is
+/// taken nothing is written. A name holding this source's earlier import is where it already is.
+std::variant<Placed, std::string> place(const std::string& source, const std::string& folder, const Names& names,
+                                        const std::string& markdown) {
+    std::string base = samePlace(folder);
+    if (!platform::createFolders(base)) return "could not create the folder " + base;
+    std::string sourcePlace = samePlace(source);
+    for (int n = 1; n < destinationCounterStop; ++n) {
+        std::string candidate = base + "/" + (n == 1 ? names.first : names.numbered(n));
+        if (samePlace(candidate) == sourcePlace) continue;
+        if (!platform::exists(candidate)) {
+            switch (platform::createFileExclusively(candidate, markdown)) {
+            case platform::CreateOutcome::created: return Placed{candidate, true};
+            case platform::CreateOutcome::failed: return "could not write " + candidate;
+            case platform::CreateOutcome::alreadyExists: break;
+            }
+        }
+        if (namesThisSource(candidate, source)) return Placed{candidate, false};
     }
-    if (!platform::writeFileAtomically(destination, markdown)) {
-        reason = "could not write " + destination;
-        return false;
-    }
-    return true;
+    return "every name for it is taken in " + base + " (up to \"" + names.numbered(destinationCounterStop - 1) +
+           "\"); nothing was written";
 }
 
 Outcome outcomeOf(Failure failure) {
@@ -121,25 +160,18 @@ std::string turnsText(size_t turns) { return std::to_string(turns) + (turns == 1
 } // namespace
 
 bool namesThisSource(const std::string& file, const std::string& source) {
-    std::optional<std::string> text = platform::readFile(file);
+    std::optional<std::string> text = platform::readFile(file, FileLimits::transcriptBytes);
     if (!text || !UTF8::isValid(*text)) return false;
-    return text->find("imported_from: " + lastComponent(source) + "\n") != std::string::npos;
+    // As the name was written: on one line.
+    return text->find("imported_from: " + TranscriptImport::oneLine(lastComponent(source)) + "\n") != std::string::npos;
 }
 
 std::string destinationURL(const std::string& source, const std::string& folder) {
-    std::string stem = stemOf(source);
-    std::string extension = asciiLowercased(extensionOf(source));
-    // A markdown source imported into its own folder must never collide with itself.
-    bool markdown = extension == "md" || extension == "markdown";
-    std::string first = markdown ? stem + " (imported).md" : stem + ".md";
-    return firstFreeName(source, folder, first,
-                         [&](int n) { return stem + " (imported " + std::to_string(n) + ").md"; });
+    return firstFreeName(source, folder, singleNames(source));
 }
 
 std::string destinationURL(const std::string& source, const std::string& folder, size_t index, size_t count) {
-    std::string stem = stemOf(source) + " (" + std::to_string(index) + " of " + std::to_string(count) + ")";
-    return firstFreeName(source, folder, stem + ".md",
-                         [&](int n) { return stem + " (" + std::to_string(n) + ").md"; });
+    return firstFreeName(source, folder, meetingNames(source, index, count));
 }
 
 std::optional<std::string> modifiedDay(const std::string& source, const icu::Calendar& calendar) {
@@ -169,20 +201,21 @@ Outcome importFile(const std::string& source, const std::string& folder, const O
     if (const Failure* failure = std::get_if<Failure>(&conversion)) return outcomeOf(*failure);
     const auto& results = std::get<std::vector<TranscriptImport::Result>>(conversion);
 
-    std::string reason;
     if (results.size() == 1) {
-        if (!writeTranscript(single, results[0].markdown, reason)) return Unreadable{reason};
-        return Imported{single, results[0].format, results[0].turnCount};
+        auto placed = place(source, folder, singleNames(source), results[0].markdown);
+        if (auto* reason = std::get_if<std::string>(&placed)) return Unreadable{*reason};
+        const Placed& at = std::get<Placed>(placed);
+        if (!at.written) return AlreadyImported{at.path}; // another run imported it meanwhile
+        return Imported{at.path, results[0].format, results[0].turnCount};
     }
     ImportedMany many{{}, results[0].format, 0};
     bool wroteAny = false;
     for (size_t i = 0; i < results.size(); ++i) {
-        std::string destination = destinationURL(source, folder, i + 1, results.size());
-        if (!(platform::exists(destination) && namesThisSource(destination, source))) {
-            if (!writeTranscript(destination, results[i].markdown, reason)) return Unreadable{reason};
-            wroteAny = true;
-        }
-        many.destinations.push_back(destination);
+        auto placed = place(source, folder, meetingNames(source, i + 1, results.size()), results[i].markdown);
+        if (auto* reason = std::get_if<std::string>(&placed)) return Unreadable{*reason};
+        const Placed& at = std::get<Placed>(placed);
+        wroteAny = wroteAny || at.written;
+        many.destinations.push_back(at.path);
         many.turns += results[i].turnCount;
     }
     // Every meeting file was there already: this is a re-run, reported like a single file's.

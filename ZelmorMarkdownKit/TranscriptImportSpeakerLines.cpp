@@ -110,7 +110,14 @@ std::string normalizeSpeaker(std::string_view name) {
 }
 
 std::string stripTags(std::string_view text) {
-    return std::string(Whitespace::trimSpacesAndTabs(tagPattern().replacingAll(text, "")));
+    // Every tag ends at a ">", so none lies past the last one. Matching only up to there keeps the
+    // cost linear: each "<" then either starts a tag or fails at once on "<>", where in a run of
+    // "<" with no ">" after it each one would scan to the end of the text and fail.
+    size_t last = text.rfind('>');
+    if (last == std::string_view::npos) return std::string(Whitespace::trimSpacesAndTabs(text));
+    std::string stripped = tagPattern().replacingAll(text.substr(0, last + 1), "");
+    stripped.append(text.substr(last + 1));
+    return std::string(Whitespace::trimSpacesAndTabs(stripped));
 }
 
 std::string stripBullet(std::string_view line) {

@@ -1,6 +1,7 @@
 // Twin tidy: a transcript kept both as markdown and as plain text leaves a redundant ".txt" copy.
 #include "ZelmorMarkdownKit/TxtTwinTidy.h"
 
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
@@ -37,7 +38,7 @@ std::vector<std::string> plan(const std::string& folder) {
     std::vector<std::string> twins;
     for (const std::string& path : texts) {
         if (!markdownStems.count(stemAndExtension(path).first)) continue;
-        std::optional<std::string> content = platform::readFile(path);
+        std::optional<std::string> content = platform::readFile(path, FileLimits::transcriptBytes);
         if (content && UTF8::isValid(*content) && isZelmorTwin(*content)) twins.push_back(path);
     }
     return twins;

@@ -16,7 +16,7 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
 
 out="$root/build/fuzz"
-harnesses=(MCPServerHandleFuzzer MarkdownTranscriptParserFuzzer TranscriptImportFuzzer TranscriptImportCSVFuzzer
+harnesses=(MCPServerStdioFuzzer MarkdownTranscriptParserFuzzer TranscriptImportFuzzer TranscriptImportCSVFuzzer
            TimeScopeParserFuzzer RankedTranscriptSearchFuzzer TranscriptTurnIDFuzzer TranscriptEditorFuzzer)
 # Only the harnesses: the executables they do not run need no fuzzing build.
 scripts/setup.sh fuzz "${harnesses[@]}"
@@ -41,13 +41,18 @@ for f in tests/fixtures/import/*; do
     case "$f" in *.vtt) k='\x00' ;; *.srt) k='\x01' ;; *.txt) k='\x02' ;; *.md) k='\x03' ;; *.json) k='\x04' ;; *.csv) k='\x05' ;; *) k='\x06' ;; esac
     { printf "$k"; cat "$f"; } | seed TranscriptImportFuzzer
 done
-# Every request line of the protocol cases is a seed of its own; the harness serves the same
-# fixtures folder as those cases.
+# The request lines of each protocol case, as one input stream under a few conditions (the first
+# byte, see the harness: blocking or not, whole or in small pieces, a small line limit); the
+# harness serves the same fixtures folder as those cases.
 for f in tests/protocol/cases/*.test; do
+    requests=""
     while IFS= read -r line; do
         line="${line//\{fixtures\}/$root/tests/fixtures/meetings}"
-        case "$line" in "> "*) printf '%s' "${line#> }" | seed MCPServerHandleFuzzer ;; esac
+        case "$line" in "> "*) requests+="${line#> }"$'\n' ;; esac
     done <"$f"
+    for conditions in '\x00' '\x13' '\x0b' '\xf3'; do
+        { printf "$conditions"; printf '%s' "$requests"; } | seed MCPServerStdioFuzzer
+    done
 done
 # Questions under a few calendars and instants: two leading bytes pick them (see the harness).
 while IFS= read -r question; do

@@ -1,6 +1,7 @@
 // POSIX implementation of the file-system layer (Linux and macOS).
 #include "platform/FileSystem.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -57,16 +58,28 @@ int createBeside(const std::string& stem, std::string& created) {
     return -1;
 }
 
+/// Opens a folder only to walk through it: O_PATH needs no read permission, just as a path walk
+/// needs only search permission.
+#ifdef O_PATH
+constexpr int searchFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+#else
+constexpr int searchFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+#endif
+/// As the system's own walk: more links than this along one path is a loop.
+constexpr int maxLinks = 40;
+
 FileIdentity identityOf(const struct stat& st) {
     return {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
 }
 
 /// Reads an open descriptor to its end and closes it; nothing unless it is a regular file (and,
-/// when `expected` is given, that very file).
-std::optional<size_t> readRegularIntoAndClose(int fd, const FileIdentity* expected, std::string& buffer) {
+/// when `expected` is given, that very file) of at most `maxBytes`. The size is checked before
+/// anything is allocated, so a huge (or sparse) file costs no memory.
+std::optional<size_t> readRegularIntoAndClose(int fd, const FileIdentity* expected, std::string& buffer,
+                                              size_t maxBytes) {
     struct stat st {};
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) ||
-        (expected != nullptr && identityOf(st) != *expected)) {
+        (expected != nullptr && identityOf(st) != *expected) || static_cast<std::uint64_t>(st.st_size) > maxBytes) {
         ::close(fd);
         return std::nullopt;
     }
@@ -76,7 +89,13 @@ std::optional<size_t> readRegularIntoAndClose(int fd, const FileIdentity* expect
     if (buffer.size() < size + 1) buffer.resize(size + 1);
     size_t used = 0;
     while (true) {
-        if (used == buffer.size()) buffer.resize(buffer.size() * 2); // the file grew while we read
+        if (used == buffer.size()) { // the file grew while we read
+            if (used > maxBytes) {
+                ::close(fd);
+                return std::nullopt;
+            }
+            buffer.resize(buffer.size() * 2);
+        }
         size_t room = buffer.size() - used;
         ssize_t n = ::read(fd, buffer.data() + used, room);
         if (n < 0) {
@@ -88,12 +107,13 @@ std::optional<size_t> readRegularIntoAndClose(int fd, const FileIdentity* expect
         if (n == 0 || (static_cast<size_t>(n) < room && used >= size)) break;
     }
     ::close(fd);
+    if (used > maxBytes) return std::nullopt;
     return used;
 }
 
-std::optional<std::string> readRegularAndClose(int fd, const FileIdentity* expected) {
+std::optional<std::string> readRegularAndClose(int fd, const FileIdentity* expected, size_t maxBytes) {
     std::string data;
-    auto length = readRegularIntoAndClose(fd, expected, data);
+    auto length = readRegularIntoAndClose(fd, expected, data, maxBytes);
     if (!length) return std::nullopt;
     data.resize(*length);
     return data;
@@ -158,21 +178,94 @@ std::string replacingPathExtension(std::string_view path, std::string_view exten
 }
 
 std::string resolveSymlinks(const std::string& path) {
-    // realpath() on the longest prefix that exists; the missing tail is appended as written.
-    std::string prefix = path;
-    std::string tail;
-    while (true) {
-        char resolved[PATH_MAX];
-        if (::realpath(prefix.c_str(), resolved) != nullptr) {
-            std::string head(resolved);
-            if (tail.empty()) return head;
-            return standardizePath(head == "/" ? tail : head + tail);
+    // No file has a longer name, and walking one would cost time for nothing.
+    if (path.size() >= PATH_MAX || path.empty() || path[0] != '/') return path;
+    // One walk, from an open folder to the next, so that no step reads the path before it again
+    // (realpath() on each shorter prefix made a deep path cost minutes). The names still to walk
+    // are a stack, last name first; a link's target is pushed in its place. As with realpath()
+    // on the longest prefix that resolves, the walk stops at the first name that does not resolve
+    // and keeps the rest as written; when that name came from a link of the path as given (a
+    // dangling link, a loop), the link itself is kept as written.
+    std::vector<std::string> pending;
+    auto push = [&](std::string_view names) {
+        size_t end = names.size();
+        while (end > 0) {
+            size_t slash = names.rfind('/', end - 1);
+            size_t start = slash == std::string_view::npos ? 0 : slash + 1;
+            if (end > start) pending.emplace_back(names.substr(start, end - start));
+            if (slash == std::string_view::npos) break;
+            end = slash;
         }
-        size_t slash = prefix.rfind('/');
-        if (slash == std::string::npos || prefix.size() <= 1) return path;
-        tail = prefix.substr(slash) + tail;
-        prefix = slash == 0 ? "/" : prefix.substr(0, slash);
+    };
+    push(path);
+    std::string resolved; // "" stands for "/"
+    // The outermost link being followed: the walk before it, its name, and how many names lie
+    // below its target's on the stack.
+    struct Expansion {
+        std::string resolved;
+        std::string name;
+        size_t depth;
+    };
+    std::optional<Expansion> expanding;
+    int folder = ::open("/", searchFlags);
+    bool walking = folder >= 0;
+    int links = 0;
+    auto stop = [&](const std::string& name) {
+        if (expanding) {
+            resolved = expanding->resolved + '/' + expanding->name;
+            pending.resize(expanding->depth);
+            expanding.reset();
+        } else {
+            resolved += '/' + name;
+        }
+        walking = false;
+    };
+    while (!pending.empty()) {
+        if (expanding && pending.size() <= expanding->depth) expanding.reset();
+        std::string name = std::move(pending.back());
+        pending.pop_back();
+        if (name == ".") continue;
+        if (!walking) {
+            resolved += '/' + name;
+            continue;
+        }
+        int next = -1;
+        struct stat st {};
+        if (name == "..") {
+            next = ::openat(folder, "..", searchFlags);
+            if (next >= 0)
+                resolved.erase(std::min(resolved.size(), resolved.rfind('/')));
+            else
+                resolved += "/.."; // taken as written, as the names after it
+        } else if (::fstatat(folder, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+            stop(name);
+        } else if (S_ISLNK(st.st_mode)) {
+            std::vector<char> target(PATH_MAX);
+            ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());
+            if (++links > maxLinks || length <= 0 || static_cast<size_t>(length) >= target.size()) {
+                stop(name);
+                continue;
+            }
+            if (!expanding) expanding = Expansion{resolved, name, pending.size()};
+            std::string_view text(target.data(), static_cast<size_t>(length));
+            push(text);
+            if (text[0] != '/') continue;
+            resolved.clear();
+            next = ::open("/", searchFlags);
+        } else {
+            resolved += '/' + name;
+            next = ::openat(folder, name.c_str(), searchFlags | O_NOFOLLOW);
+            // A file (or a folder we may not enter) ends the walk; within a link's target with
+            // names still to come, the link does not resolve.
+            if (next < 0 && expanding && pending.size() > expanding->depth) stop(name);
+        }
+        ::close(folder);
+        folder = next;
+        walking = walking && folder >= 0;
     }
+    if (folder >= 0) ::close(folder);
+    // Names kept as written may hold "..".
+    return standardizePath(resolved);
 }
 
 bool isDirectory(const std::string& path) {
@@ -185,20 +278,20 @@ bool exists(const std::string& path) {
     return ::stat(path.c_str(), &st) == 0;
 }
 
-std::optional<std::string> readFile(const std::string& path) {
+std::optional<std::string> readFile(const std::string& path, size_t maxBytes) {
     std::string data;
-    auto length = readFileInto(path, data);
+    auto length = readFileInto(path, data, maxBytes);
     if (!length) return std::nullopt;
     data.resize(*length);
     return data;
 }
 
-std::optional<size_t> readFileInto(const std::string& path, std::string& buffer) {
+std::optional<size_t> readFileInto(const std::string& path, std::string& buffer, size_t maxBytes) {
     if (path.find('\0') != std::string::npos) return std::nullopt; // the OS would read a shorter path
     // O_NONBLOCK so that opening a FIFO never waits for a writer; fstat then refuses it.
     int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) return std::nullopt;
-    return readRegularIntoAndClose(fd, nullptr, buffer);
+    return readRegularIntoAndClose(fd, nullptr, buffer, maxBytes);
 }
 
 std::optional<FileIdentity> regularFileIdentity(const std::string& path) {
@@ -208,7 +301,8 @@ std::optional<FileIdentity> regularFileIdentity(const std::string& path) {
     return identityOf(st);
 }
 
-std::optional<std::string> readFileWithoutLinks(const std::string& path, const FileIdentity& expected) {
+std::optional<std::string> readFileWithoutLinks(const std::string& path, const FileIdentity& expected,
+                                                size_t maxBytes) {
     if (path.empty() || path[0] != '/' || path.find('\0') != std::string::npos) return std::nullopt;
     int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     size_t start = 1;
@@ -221,7 +315,7 @@ std::optional<std::string> readFileWithoutLinks(const std::string& path, const F
                 ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
             ::close(folder);
             if (fd < 0) return std::nullopt;
-            return readRegularAndClose(fd, &expected);
+            return readRegularAndClose(fd, &expected, maxBytes);
         }
         int next = name.empty()
                        ? ::dup(folder)
@@ -234,24 +328,68 @@ std::optional<std::string> readFileWithoutLinks(const std::string& path, const F
     return std::nullopt;
 }
 
-bool writeFileAtomically(const std::string& path, std::string_view contents) {
+bool writeFileAtomically(const std::string& given, std::string_view contents) {
+    // A link is followed, as an editor saves through one: its target is replaced, the link stays.
+    std::string path = given;
+    struct stat st {};
+    if (::lstat(given.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) path = resolveSymlinks(absolutePath(given));
     size_t slash = path.rfind('/');
     std::string folder = slash == std::string::npos ? "." : path.substr(0, slash);
-    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    std::string temp;
-    int fd = createBeside(folder + "/." + name + ".tmp-", temp);
-    if (fd < 0) return false;
     // A replaced file keeps its mode, so an edit never widens who may read a private transcript;
-    // a new file has what the create gave it (0666 less the umask).
-    struct stat existing {};
-    bool ok = true;
-    if (::stat(path.c_str(), &existing) == 0 && S_ISREG(existing.st_mode))
-        ok = ::fchmod(fd, existing.st_mode & 0777) == 0;
+    // one its owner made read-only stays unwritten, though the folder would allow the rename.
+    bool replacing = ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+    if (replacing && ::access(path.c_str(), W_OK) != 0) return false;
+    // A short temporary name: one built from the file's would pass the name limit for long names.
+    std::string temp;
+    int fd = createBeside(folder + "/.zelmor-", temp);
+    if (fd < 0) return false;
+    // A new file has what the create gave it (0666 less the umask).
+    bool ok = !replacing || ::fchmod(fd, st.st_mode & 0777) == 0;
     ok = ok && writeAll(fd, contents);
     ok = (::close(fd) == 0) && ok;
     if (ok && ::rename(temp.c_str(), path.c_str()) == 0) return true;
+    int error = errno;
     ::unlink(temp.c_str());
+    errno = error; // the caller may say why
     return false;
+}
+
+CreateOutcome createFileExclusively(const std::string& path, std::string_view contents) {
+    size_t slash = path.rfind('/');
+    std::string folder = slash == std::string::npos ? "." : path.substr(0, slash);
+    std::string temp;
+    int fd = createBeside(folder + "/.zelmor-", temp);
+    if (fd < 0) return CreateOutcome::failed;
+    bool ok = writeAll(fd, contents);
+    ok = (::close(fd) == 0) && ok;
+    CreateOutcome outcome = CreateOutcome::failed;
+    if (ok) {
+        // A hard link is created only where nothing stands, which rename cannot promise; file
+        // systems without hard links get the same promise from an exclusive rename.
+        if (::link(temp.c_str(), path.c_str()) == 0) {
+            outcome = CreateOutcome::created;
+        } else if (errno == EEXIST) {
+            outcome = CreateOutcome::alreadyExists;
+        } else {
+#if defined(RENAME_NOREPLACE)
+            if (::renameat2(AT_FDCWD, temp.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+                return CreateOutcome::created;
+#elif defined(RENAME_EXCL)
+            if (::renamex_np(temp.c_str(), path.c_str(), RENAME_EXCL) == 0) return CreateOutcome::created;
+#endif
+            if (errno == EEXIST) outcome = CreateOutcome::alreadyExists;
+        }
+    }
+    int error = errno;
+    ::unlink(temp.c_str());
+    errno = error;
+    return outcome;
+}
+
+std::optional<std::uint64_t> fileSize(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) return std::nullopt;
+    return static_cast<std::uint64_t>(st.st_size);
 }
 
 std::optional<double> modificationTime(const std::string& path) {

@@ -12,7 +12,7 @@ namespace zelmor::platform {
 
 namespace {
 
-enum class Kind { file, folder, other };
+enum class Kind { file, linkedFile, folder, other };
 
 struct Entry {
     std::string name;
@@ -35,7 +35,7 @@ Kind kindOf(int folderFD, const dirent& entry) {
     }
     // A link counts as a file only when it leads to one; a link to a folder is not descended.
     if (type == DT_LNK && ::fstatat(folderFD, entry.d_name, &st, 0) == 0 && S_ISREG(st.st_mode))
-        return Kind::file;
+        return Kind::linkedFile;
     return Kind::other;
 }
 
@@ -68,7 +68,7 @@ std::string joined(const std::string& folder, const std::string& name) {
 
 } // namespace
 
-std::optional<std::vector<std::string>> listFilesRecursively(const std::string& folder) {
+std::optional<std::vector<std::string>> listFilesRecursively(const std::string& folder, std::vector<bool>* isLink) {
     std::string root = folder;
     while (root.size() > 1 && root.back() == '/') root.pop_back();
     auto top = entriesOf(root, true);
@@ -83,6 +83,7 @@ std::optional<std::vector<std::string>> listFilesRecursively(const std::string& 
     std::vector<Level> stack;
     stack.push_back({root, std::move(*top), 0});
     std::vector<std::string> files;
+    if (isLink) isLink->clear();
     while (!stack.empty()) {
         Level& level = stack.back();
         if (level.next == level.entries.size()) {
@@ -91,8 +92,9 @@ std::optional<std::vector<std::string>> listFilesRecursively(const std::string& 
         }
         const Entry& entry = level.entries[level.next++];
         std::string path = joined(level.path, entry.name);
-        if (entry.kind == Kind::file) {
+        if (entry.kind == Kind::file || entry.kind == Kind::linkedFile) {
             files.push_back(std::move(path));
+            if (isLink) isLink->push_back(entry.kind == Kind::linkedFile);
         } else if (auto entries = entriesOf(path, false)) {
             stack.push_back({std::move(path), std::move(*entries), 0}); // invalidates `level`
         }

@@ -74,6 +74,32 @@ TEST_F(AgentActivityFeedTest, AppendingToAFullFeedDropsTheOldest) {
     EXPECT_EQ(kept.back().tool, "300");
 }
 
+TEST_F(AgentActivityFeedTest, EntriesFromTheFutureNeverPushOutTheOneMadeNow) {
+    std::string full;
+    for (int i = 0; i < 300; ++i) full += line(at(now + std::chrono::hours(24 * 365), "future"));
+    support.write("agent-activity-log.jsonl", full);
+    append(at(now, "now"));
+    std::vector<Entry> kept = load(support.path());
+    ASSERT_EQ(kept.size(), 300u);
+    EXPECT_EQ(kept.back().tool, "now");
+}
+
+TEST_F(AgentActivityFeedTest, LongTextsAreCutAtAThousandCharacters) {
+    std::string query;
+    for (int i = 0; i < 1500; ++i) query += "\u00e9"; // two bytes each: the cut counts characters
+    Entry entry = at(now, "search_meetings");
+    entry.detail = query;
+    entry.path = "/m/" + std::string(5000, '.') + "/x.md";
+    entry.client = "short";
+    append(entry);
+    Entry stored = load(support.path()).at(0);
+    std::string kept;
+    for (int i = 0; i < 1000; ++i) kept += "\u00e9";
+    EXPECT_EQ(stored.detail, kept + "\u2026");
+    EXPECT_EQ(stored.path, "/m/" + std::string(997, '.') + "\u2026");
+    EXPECT_EQ(stored.client, "short");
+}
+
 TEST_F(AgentActivityFeedTest, LinesThatDoNotDecodeAreDroppedAndTheRestSortedByTime) {
     std::string text = "  " + line(at(now, "c")) + "not json\r\n\n";
     for (const char* bad :

@@ -1,12 +1,16 @@
-// Reading files into a reused buffer, as the scan does file after file on each thread, and
-// the permissions an atomic write leaves.
+// Reading files into a reused buffer, as the scan does file after file on each thread; what an
+// atomic write leaves (permissions, links, long names) and what an exclusive create never touches.
 #include "platform/FileSystem.h"
 #include "tests/kit/ActivityTestSupport.h"
+#include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 namespace zelmor {
 namespace {
@@ -97,6 +101,57 @@ TEST(WriteFileAtomically, AMissingFolderFailsWithoutCreatingIt) {
     test::TempFolder folder;
     EXPECT_FALSE(platform::writeFileAtomically(folder / "missing/a.md", "x"));
     EXPECT_FALSE(platform::exists(folder / "missing"));
+}
+
+TEST(WriteFileAtomically, ALinkIsWrittenThroughAndStaysALink) {
+    test::TempFolder folder;
+    std::string target = folder.write("real/meeting.md", "old\n");
+    ASSERT_EQ(::chmod(target.c_str(), 0640), 0);
+    std::string link = folder / "link.md";
+    ASSERT_EQ(::symlink("real/meeting.md", link.c_str()), 0);
+    ASSERT_TRUE(platform::writeFileAtomically(link, "new\n"));
+    EXPECT_EQ(test::readFile(target), "new\n");
+    struct stat st {};
+    ASSERT_EQ(::lstat(link.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISLNK(st.st_mode));
+    ASSERT_EQ(::stat(target.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0640u);
+    EXPECT_EQ(test::fileNames(folder / "real"), std::vector<std::string>{"meeting.md"}) << "no temporary left";
+}
+
+TEST(WriteFileAtomically, NamesAtTheSystemsLimitAndFilesTheUserMayNotWrite) {
+    test::TempFolder folder;
+    std::string longName = folder / (std::string(252, 'n') + ".md"); // 255 bytes, the limit
+    EXPECT_TRUE(platform::writeFileAtomically(longName, "x"));
+    EXPECT_EQ(test::readFile(longName), "x");
+
+    // The super-user may write anything, so the refusal is checked as "nobody".
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+    std::string locked = folder.write("locked.md", "mine\n");
+    ASSERT_EQ(::chmod(locked.c_str(), 0444), 0);
+    auto refused = test::runInChild(
+        [&] {
+            bool written = platform::writeFileAtomically(locked, "theirs\n");
+            return std::string(written ? "written" : errno == EACCES ? "refused" : "failed otherwise");
+        },
+        /*unprivileged=*/true);
+    EXPECT_EQ(refused, "refused");
+    EXPECT_EQ(test::readFile(locked), "mine\n");
+}
+
+TEST(CreateFileExclusively, CreatesWholeFilesAndNeverReplacesAnything) {
+    test::TempFolder folder;
+    EXPECT_EQ(platform::createFileExclusively(folder / "new.md", "one\n"), platform::CreateOutcome::created);
+    EXPECT_EQ(test::readFile(folder / "new.md"), "one\n");
+    folder.makeFolder("folder.md");
+    ASSERT_EQ(::symlink((folder / "nowhere.md").c_str(), (folder / "dangling.md").c_str()), 0);
+    for (const char* taken : {"new.md", "folder.md", "dangling.md"})
+        EXPECT_EQ(platform::createFileExclusively(folder / taken, "two\n"), platform::CreateOutcome::alreadyExists)
+            << taken;
+    EXPECT_EQ(test::readFile(folder / "new.md"), "one\n");
+    EXPECT_FALSE(platform::exists(folder / "nowhere.md"));
+    EXPECT_EQ(platform::createFileExclusively(folder / "missing/x.md", "x"), platform::CreateOutcome::failed);
+    EXPECT_EQ(test::fileNames(folder.path()), (std::vector<std::string>{"dangling.md", "folder.md", "new.md"}));
 }
 
 } // namespace

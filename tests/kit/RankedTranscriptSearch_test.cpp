@@ -275,6 +275,7 @@ TEST(RankedTranscriptSearchMatchTest, OnePassMatchAndTheSnippetFreeMatchAgreeWit
 
 TEST(RankedTranscriptSearchMatchTest, ATermThatFoldsToNothingLeavesNoNeedlesSoNothingMatches) {
     EXPECT_FALSE(RTS::needles({"plan", "\xCC\x81"}).has_value()); // a lone combining mark
+    EXPECT_EQ(RTS::needles({"Plan", "plan", "PL\u00c1N", "budget", "plan"})->size(), 2u) << "one per folded term";
     EXPECT_EQ(RTS::match(document({{"Ann", "plan \xCC\x81"}}), {"plan", "\xCC\x81"}), std::nullopt);
 }
 

@@ -59,6 +59,20 @@ TEST(Render, ReadsBackThroughTheTranscriptParserAsOurOwnFile) {
     EXPECT_EQ(document->turns, turns);
 }
 
+TEST(Render, ValuesThatWouldBreakTheirLineStayOnIt) {
+    std::string text = render("Weekly\nprivate: true\nparticipants:\n  - CEO", std::nullopt,
+                              {"Ana\r\n  - Mallory", "Ben\u2028x\u0085y\x1b"}, {{"Ana\nB", "Hi."}}, Format::genericJSON,
+                              "call\nsource: Zelmor.json");
+    EXPECT_EQ(text.substr(0, text.find("## Notes")),
+              "---\ntitle: Weekly private: true participants:   - CEO\nparticipants:\n  - Ana    - Mallory\n"
+              "  - Ben x y \nduration_min: 0\nsource: Zelmor\nasr: imported (json)\n"
+              "imported_from: call source: Zelmor.json\n---\n\n");
+    EXPECT_NE(text.find("**Ana B:** Hi."), std::string::npos);
+    auto doc = MarkdownTranscriptParser::parse(text);
+    ASSERT_TRUE(doc);
+    EXPECT_EQ(doc->participants.size(), 2u);
+}
+
 TEST(OrderedParticipants, FirstAppearanceOrderWithMeMovedFirst) {
     EXPECT_EQ(orderedParticipants({{"Ana", "a"}, {"Ben", "b"}, {"Ana", "c"}, {"ana", "d"}}),
               (std::vector<std::string>{"Ana", "Ben", "ana"}));

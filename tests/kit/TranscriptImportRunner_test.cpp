@@ -1,6 +1,7 @@
 // Importing real files: destination names, re-imports, multi-meeting exports, folder walks,
 // legacy encodings and the modification day, all on a temporary disk.
 #include "ZelmorMarkdownKit/TranscriptImportRunner.h"
+#include "platform/FileSystem.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,8 @@
 #include <utime.h>
 
 #include <memory>
+#include <thread>
+#include <unistd.h>
 
 namespace zelmor {
 namespace {
@@ -85,6 +88,53 @@ TEST_F(ImportRunnerTest, AfterFortyNineCollisionsTheFiftiethNameIsUsedUnchecked)
     into.write("call.md", "taken\n");
     for (int n = 2; n <= 50; ++n) into.write("call (imported " + std::to_string(n) + ").md", "taken\n");
     EXPECT_EQ(destinationURL(vtt, into.path()), into / "call (imported 50).md");
+}
+
+TEST_F(ImportRunnerTest, WhenEveryNameIsTakenTheImportIsReportedAndNoFileOverwritten) {
+    std::string vtt = source.write("call.vtt", callVTT);
+    into.write("call.md", "taken\n");
+    for (int n = 2; n <= 50; ++n) into.write("call (imported " + std::to_string(n) + ").md", "taken\n");
+    Outcome outcome = importFile(vtt, into.path(), options());
+    ASSERT_TRUE(std::holds_alternative<Unreadable>(outcome));
+    EXPECT_NE(std::get<Unreadable>(outcome).reason.find("every name for it is taken"), std::string::npos);
+    EXPECT_EQ(readFile(into / "call (imported 50).md"), "taken\n");
+}
+
+TEST_F(ImportRunnerTest, ImportsRacingForOneNameEachGetAFileOfTheirOwn) {
+    // Two sources with one stem, imported at once, again and again: neither may replace the other.
+    const std::string callSRT = "1\n00:00:01,000 --> 00:00:02,000\nAna: Hello.\n";
+    for (int round = 0; round < 20; ++round) {
+        TempFolder a, b, shared;
+        std::string vtt = a.write("call.vtt", callVTT), srt = b.write("call.srt", callSRT);
+        Outcome first, second;
+        std::thread other([&] { second = importFile(srt, shared.path(), options()); });
+        first = importFile(vtt, shared.path(), options());
+        other.join();
+        ASSERT_TRUE(std::holds_alternative<Imported>(first)) << round;
+        ASSERT_TRUE(std::holds_alternative<Imported>(second)) << round;
+        std::string one = std::get<Imported>(first).destination, two = std::get<Imported>(second).destination;
+        EXPECT_NE(one, two);
+        EXPECT_NE(readFile(one).find("imported_from: call.vtt\n"), std::string::npos) << round;
+        EXPECT_NE(readFile(two).find("imported_from: call.srt\n"), std::string::npos) << round;
+    }
+}
+
+TEST_F(ImportRunnerTest, LongNamesAndLinksInTheWayAreHandled) {
+    // 81 three-byte characters: 243 bytes of name with ".vtt", 242 with ".md"; a temporary name
+    // built from it would pass the 255-byte limit.
+    std::string stem;
+    for (int i = 0; i < 80; ++i) stem += "\u4F1A";
+    std::string vtt = source.write(stem + ".vtt", callVTT);
+    Outcome outcome = importFile(vtt, into.path(), options());
+    ASSERT_TRUE(std::holds_alternative<Imported>(outcome));
+    EXPECT_EQ(std::get<Imported>(outcome).destination, into / (stem + ".md"));
+    // A dangling link where the first name would go is passed over, never written through.
+    std::string other = source.write("other.vtt", callVTT);
+    ASSERT_EQ(::symlink((source / "elsewhere.md").c_str(), (into / "other.md").c_str()), 0);
+    outcome = importFile(other, into.path(), options());
+    ASSERT_TRUE(std::holds_alternative<Imported>(outcome));
+    EXPECT_EQ(std::get<Imported>(outcome).destination, into / "other (imported 2).md");
+    EXPECT_FALSE(platform::exists(source / "elsewhere.md"));
 }
 
 TEST_F(ImportRunnerTest, ReimportReportsTheEarlierFileWithoutRewritingIt) {

@@ -40,6 +40,11 @@ TEST(SpeakerNames, NormalisingAndStrippingMarkup) {
     EXPECT_EQ(stripTags(" <c.yellow>Hello</c> <b>there</b> "), "Hello there");
     EXPECT_EQ(stripTags("a < b and c > d"), "a  d");
     EXPECT_EQ(stripTags("<>kept"), "<>kept");
+    EXPECT_EQ(stripTags("<a<b>c<d"), "c<d");
+    EXPECT_EQ(stripTags("x<>y<z>w<"), "x<>yw<");
+    // A run of "<" with no ">" after it, and one with a ">" at its very end, in linear time.
+    EXPECT_EQ(stripTags(std::string(200000, '<')), std::string(200000, '<'));
+    EXPECT_EQ(stripTags("a" + std::string(200000, '<') + ">b"), "ab");
     EXPECT_EQ(stripBullet("> - * Ana said so"), "Ana said so");
     EXPECT_EQ(stripBullet("\u2022 item"), "item");
     EXPECT_EQ(stripBullet("-not a bullet"), "-not a bullet");

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace zelmor {
 namespace {
@@ -114,6 +115,16 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
     folder.write("call.m4a", "audio");
     folder.write("call.txt", "text");
     folder.write(".hidden/secret.md", "hidden files are not looked at");
+    // A name that would turn the terminal red, a file far larger than any transcript, and links
+    // the server would not read through.
+    folder.write("\x1b[31mred.md", "# Notes\n");
+    std::string huge = folder.write("huge.md", transcript("Huge", "2026-03-04"));
+    ASSERT_EQ(::truncate(huge.c_str(), off_t{1} << 30), 0);
+    TempFolder elsewhere;
+    ASSERT_EQ(::chmod(elsewhere.path().c_str(), 0755), 0);
+    ASSERT_EQ(::symlink(elsewhere.write("secret.md", transcript("Secret", "2026-03-05")).c_str(),
+                        (folder / "out.md").c_str()), 0);
+    ASSERT_EQ(::symlink("call.txt", (folder / "text.md").c_str()), 0);
 
     auto result = doctorUnprivileged({"--folder", folder.path()});
     EXPECT_EQ(result.exitStatus, 0);
@@ -121,12 +132,16 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
               settingsNotFound() + "Transcripts folder: " + folder.path() +
                   " (given with --folder)\n"
                   "  ok       1 meeting, the newest \"Kept\" of 2026-03-02\n"
-                  "  note     4 markdown files are left out:\n"
+                  "  note     8 markdown files are left out:\n"
+                  "             \\x1b[31mred.md: no \"source: Zelmor\" line\n"
+                  "             huge.md: larger than 16 MB, far beyond any transcript\n"
                   "             latin1.md: not UTF-8 text\n"
                   "             notes.md: no \"source: Zelmor\" line\n"
+                  "             out.md: a link to a file outside the folder\n"
                   "             sub/locked.md: cannot be read\n"
                   "             sub/no-frontmatter.MD: no frontmatter (a first line \"---\" and a "
                   "closing \"---\")\n"
+                  "             text.md: a link to a file that is not .md\n"
                   "  note     1 file in the skills folder Memory/Skills (instructions for agents, never "
                   "meetings)\n"
                   "  note     2 files are not markdown and ignored\n\n" +

@@ -6,6 +6,8 @@
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <tuple>
 
 namespace zelmor {
@@ -104,6 +106,23 @@ TEST_F(EditCommandTest, SetTitleQuotesWhenNeededAndKeepsCarriageReturns) {
 
     auto again = kit({"set-title", file, "Weekly sync"});
     EXPECT_EQ(again.err, "zelmor-kit set-title: no change; " + file + " left as it was\n");
+}
+
+TEST_F(EditCommandTest, EditsReachTheFileBehindALinkAndNamesAtTheLimit) {
+    std::string link = folder / "alias.md";
+    ASSERT_EQ(::symlink(file.c_str(), link.c_str()), 0);
+    EXPECT_EQ(kit({"set-title", link, "Renamed"}).err, "zelmor-kit set-title: updated " + link + "\n");
+    EXPECT_NE(test::readFile(file).find("title: Renamed\n"), std::string::npos);
+    struct stat st {};
+    ASSERT_EQ(::lstat(link.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISLNK(st.st_mode)) << "the link stays a link";
+
+    std::string cjk;
+    for (int i = 0; i < 81; ++i) cjk += "\u4F1A"; // 243 bytes, 246 with ".md"
+    std::string longName = folder.write(cjk + ".md", transcript);
+    auto result = kit({"set-title", longName, "Long"});
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_NE(test::readFile(longName).find("title: Long\n"), std::string::npos);
 }
 
 TEST_F(EditCommandTest, SetNotesFromArgumentAndStandardInput) {

@@ -5,6 +5,7 @@
 #include "tests/mcp/StoreErrorPrinting.h"
 #include "tests/support/TempFolder.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -64,6 +65,28 @@ TEST_F(HostilePaths, ChainsOfLinksAreFollowedToTheirLastHop) {
     link(outside, root + "/folderlink");
     link(root + "/folderlink", root + "/folderlink2");
     EXPECT_EQ(readRefusal(root + "/folderlink2/secret.md"), Error::outsideFolder(root + "/folderlink2/secret.md"));
+
+    // Relative targets count from the link's own folder, dot-dot included.
+    link("../sub/./a.md", root + "/sub/again.md");
+    EXPECT_EQ(store.resolveInsideFolder(root + "/sub/again.md"), root + "/sub/a.md");
+    link("../../Elsewhere/secret.md", root + "/sub/up.md");
+    EXPECT_EQ(readRefusal(root + "/sub/up.md"), Error::outsideFolder(root + "/sub/up.md"));
+}
+
+TEST_F(HostilePaths, TheScanListsOnlyLinksThatCouldBeRead) {
+    const std::string meeting = "---\ntitle: Linked\ndate: 2026-01-01\nparticipants:\n  - Mallory\nsource: Zelmor\n---\n";
+    base.write("Elsewhere/outside.md", meeting);
+    base.write("Meetings/memory/Skills/skill.md", meeting);
+    base.write("Meetings/sub/inside.md", meeting);
+    base.write("Elsewhere/notes.txt", meeting);
+    link(outside + "/outside.md", root + "/out.md");
+    link(root + "/memory/Skills/skill.md", root + "/skill.md");
+    link(root + "/sub/inside.md", root + "/in.md");
+    link(outside + "/notes.txt", root + "/text.md");
+    std::vector<std::string> listed;
+    for (const auto& found : store.scanHeaders()) listed.push_back(found.path);
+    EXPECT_EQ(listed, (std::vector<std::string>{root + "/sub/inside.md", root + "/in.md"}));
+    EXPECT_EQ(MeetingStore::participantsOf(store.scanHeaders()).front().meetingCount, 2);
 }
 
 TEST_F(HostilePaths, LoopsAndDanglingLinksAreNotFoundAndNeverFollowedLater) {
@@ -106,12 +129,25 @@ TEST_F(HostilePaths, NamesAreBytesNeverDecodedEscapes) {
 }
 
 TEST_F(HostilePaths, PathsLongerThanTheSystemAllowsAreRefusedCleanly) {
+    // 3,000 folders that really nest: walking them once for each shorter prefix took minutes.
     std::string deep = root;
-    for (int i = 0; i < 3000; ++i) deep += "/d";
+    std::vector<int> folders{::open(root.c_str(), O_RDONLY | O_DIRECTORY)};
+    for (int i = 0; i < 3000; ++i, deep += "/d") {
+        ASSERT_EQ(::mkdirat(folders.back(), "d", 0755), 0);
+        folders.push_back(::openat(folders.back(), "d", O_RDONLY | O_DIRECTORY));
+    }
+    std::string shallower = deep.substr(0, root.size() + 2 * 1500) + "/x.md";
     deep += "/x.md";
     ASSERT_GT(deep.size(), size_t{PATH_MAX});
     EXPECT_EQ(store.resolveInsideFolder(deep), deep);
     EXPECT_EQ(readRefusal(deep), Error::notFound(deep));
+    EXPECT_EQ(readRefusal(shallower), Error::notFound(shallower));
+    // Too deep for the folder's own removal by path: taken down from the inside out.
+    for (size_t i = folders.size() - 1; i > 0; --i) {
+        ::close(folders[i]);
+        ::unlinkat(folders[i - 1], "d", AT_REMOVEDIR);
+    }
+    ::close(folders[0]);
 
     std::string climbing = root;
     for (int i = 0; i < 2000; ++i) climbing += "/x/..";
@@ -120,6 +156,14 @@ TEST_F(HostilePaths, PathsLongerThanTheSystemAllowsAreRefusedCleanly) {
 
     std::string longName = root + "/" + std::string(1000, 'n') + ".md";
     EXPECT_EQ(readRefusal(longName), Error::notFound(longName));
+}
+
+TEST_F(HostilePaths, FilesLargerThanAnyTranscriptAreLeftOutAndNotRead) {
+    // A real header, then a sparse gigabyte: reading it whole would take the memory of many scans.
+    std::string huge = base.write("Meetings/huge.md", "---\ntitle: Huge\ndate: 2026-01-01\nsource: Zelmor\n---\n");
+    ASSERT_EQ(::truncate(huge.c_str(), off_t{1} << 30), 0);
+    EXPECT_EQ(store.scan(), std::vector<MeetingStore::Meeting>{});
+    EXPECT_EQ(readRefusal(huge), Error::notFound(huge));
 }
 
 TEST_F(HostilePaths, FoldersFifosAndSocketsNamedMarkdownAreNotFoundWithoutBlocking) {

@@ -88,6 +88,17 @@ TEST_F(KitCommandTest, DefaultDestinationIsTheServedFolder) {
     EXPECT_TRUE(platform::exists(home / "Documents/Zelmor/call.md"));
 }
 
+TEST_F(KitCommandTest, NamesArePrintedWithTheirControlCharactersEscaped) {
+    TempFolder source;
+    source.write("a\nb\x07.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi.\n");
+    auto result = runProcess(ZELMOR_KIT_BINARY, run({"import", source.path(), "--into", into.path()}));
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(result.out.substr(0, result.out.find("\n\n")),
+              source / "a\\nb\\x07.vtt" + " \u2192 " + into / "a\\nb\\x07.md" + " (vtt, 1 turn)");
+    EXPECT_EQ(result.err, "[1/1] " + source / "a\\nb\\x07.vtt" + "\n");
+    EXPECT_TRUE(platform::exists(into / "a\nb\x07.md")) << "the file keeps its name";
+}
+
 TEST_F(KitCommandTest, ImportErrorsExitOne) {
     auto missing = runProcess(ZELMOR_KIT_BINARY, run({"import", "/no/such/export.vtt", "--into", into.path()}));
     EXPECT_EQ(missing.exitStatus, 1);

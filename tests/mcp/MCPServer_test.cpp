@@ -1,8 +1,10 @@
-// Dispatch behaviour that the wire alone does not show: the captured client name and the exact
-// edge of the nesting limit.
+// Dispatch behaviour that the wire alone does not show: the captured client name, the exact
+// edge of the nesting limit, and a request that runs out of memory.
 #include "ZelmorMCP/MCPServer.h"
 
 #include <gtest/gtest.h>
+
+#include <new>
 
 namespace zelmor {
 namespace {
@@ -35,6 +37,16 @@ TEST(MCPServer, ToolsCallIsUnknownUntilAnExecutorIsPlugged) {
         return MCPServer::successResponse(id, {{"echo", params}});
     });
     EXPECT_EQ(server.handle(R"({"id":2,"method":"tools/call"})"), R"({"id":2,"jsonrpc":"2.0","result":{"echo":{}}})");
+}
+
+TEST(MCPServer, RunningOutOfMemoryFailsOnlyThatRequest) {
+    auto server = makeServer(std::make_shared<MCPClientContext>());
+    server.setToolCallHandler([](const json&, const json&) -> json { throw std::bad_alloc(); });
+    EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","id":7,"method":"tools/call","params":{"name":"read_meeting"}})"),
+              R"({"id":7,"jsonrpc":"2.0","result":{"content":[{"text":"Unexpected error: std::bad_alloc","type":"text"}],)"
+              R"("isError":true}})");
+    EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","method":"tools/call"})"), std::nullopt) << "a notification";
+    EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","id":8,"method":"ping"})"), R"({"id":8,"jsonrpc":"2.0","result":{}})");
 }
 
 TEST(MCPServer, NestingUpTo512LevelsIsServedOneMoreIsAParseError) {

@@ -63,6 +63,34 @@ TEST(MeetingStoreSearch, RelevanceIsAStableSortOverTheNewestFirstOrder) {
     EXPECT_EQ(titles(store.search(filters)), (std::vector<std::string>{"Sync 3", "Sync 2", "Sync 1"}));
 }
 
+TEST(MeetingStoreSearch, RepeatedTermsAndALongParticipantFindWhatThePlainOnesFind) {
+    TempFolder folder;
+    for (int day = 0; day < 20; ++day) {
+        std::string line = day % 2 ? "**Ana:** the budget plan" : "**Bo:** the plan";
+        folder.write("m" + std::to_string(day) + ".md",
+                     meeting(day, line).insert(meeting(day, line).find("source:"),
+                                               day % 3 ? "participants:\n  - Ana \u00c5berg\n" : "participants:\n  - Bo\n"));
+    }
+    MeetingStore store(folder.path());
+    auto found = [&](const std::string& query, const std::string& participant) {
+        MeetingStore::SearchFilters filters;
+        filters.query = query;
+        filters.participant = participant;
+        filters.sort = "relevance";
+        std::vector<std::pair<std::string, long long>> rows;
+        for (const auto& hit : store.search(filters).hits) rows.emplace_back(hit.meeting.doc.title, hit.matchCount);
+        return rows;
+    };
+    std::string repeated;
+    for (int i = 0; i < 20000; ++i) repeated += i % 2 ? "PLAN " : "budget ";
+    auto plain = found("budget plan", "aberg");
+    EXPECT_EQ(plain.size(), 7u);
+    EXPECT_EQ(found(repeated, "aberg"), plain);
+    EXPECT_EQ(found("budget plan", "ABERG"), plain);
+    EXPECT_TRUE(found("budget plan", std::string(2 << 20, 'x')).empty());
+    EXPECT_TRUE(found("budget plan", "\xCC\x81").empty()) << "a name that folds to nothing is no one's";
+}
+
 TEST(MeetingStoreSearch, AQueryWithoutTermsNeverLooksAtTheFolder) {
     MeetingStore store("/nonexistent/zelmor-folder");
     MeetingStore::SearchFilters filters;

@@ -10,7 +10,9 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 
@@ -91,6 +93,23 @@ TEST_F(ServerActivityFiles, SupportFolderThatCannotGrow) {
         return serve(home.path());
     });
     expectAnsweredAndUntouched(served, log, feed);
+}
+
+// Sparse files of a terabyte where the activity files and the settings file belong: reading one
+// whole would end the server. The activity files count as damaged and are replaced; the
+// settings file counts as unreadable, so the defaults apply.
+TEST_F(ServerActivityFiles, FilesTooLargeToBeRealAreReplacedOrIgnored) {
+    for (const char* name : {"agent-activity.json", "agent-activity-log.jsonl", "config.json"}) {
+        std::string path = home.write("Library/Application Support/Zelmor/" + std::string(name), "");
+        ASSERT_EQ(::truncate(path.c_str(), off_t{1} << 40), 0) << path;
+    }
+    std::string replies = serve(home.path());
+    size_t answered = 0;
+    for (size_t at = 0; (at = replies.find(R"("isError":false)", at)) != std::string::npos; ++at) ++answered;
+    EXPECT_EQ(answered, 20u) << replies;
+    EXPECT_NE(test::readFile(AgentActivityLog::fileURL(support)).find(R"("search_meetings":20)"), std::string::npos);
+    std::string feed = test::readFile(AgentActivityFeed::fileURL(support));
+    EXPECT_EQ(std::count(feed.begin(), feed.end(), '\n'), 20);
 }
 
 } // namespace

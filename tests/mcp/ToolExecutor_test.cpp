@@ -116,18 +116,19 @@ TEST_F(ToolExecutorTest, NoActivityFileAppearsWithoutTheSupportFolder) {
     EXPECT_FALSE(std::filesystem::exists(home / "Library"));
 }
 
-TEST_F(ToolExecutorTest, IncludeContentFailsTheWholePageWhenAListedLinkLeadsOutside) {
-    // Listed by the scan (links to files are followed) but refused at read time: it leads out.
-    home.write("outside/Leak.md", "---\ntitle: Leak\ndate: 2026-10-03\nsource: Zelmor\n---\n\n## Notes\n\npricing\n");
+TEST_F(ToolExecutorTest, ALinkLeadingOutsideIsNeitherListedNorRead) {
+    // What read_meeting refuses, no tool shows: the folder's boundary is the same for all.
+    home.write("outside/Leak.md", "---\ntitle: Leak\ndate: 2026-10-03\nparticipants:\n  - Mallory\nsource: Zelmor\n"
+                                  "---\n\n## Notes\n\npricing\n");
     std::filesystem::create_symlink(home / "outside/Leak.md", folder + "/Leak.md");
-    json listed = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}}}});
-    EXPECT_EQ(listed["result"]["structuredContent"]["total"], 3);
-
-    json reply = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}, {"include_content", true}}}});
-    EXPECT_EQ(reply["result"]["isError"], true);
-    EXPECT_EQ(reply["result"]["content"][0]["text"],
+    json listed = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}, {"include_content", true}}}});
+    EXPECT_EQ(listed["result"]["isError"], false);
+    EXPECT_EQ(listed["result"]["structuredContent"]["total"], 2);
+    json people = call({{"name", "list_participants"}});
+    EXPECT_EQ(people["result"]["structuredContent"].dump().find("Mallory"), std::string::npos);
+    json read = call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/Leak.md"}}}});
+    EXPECT_EQ(read["result"]["content"][0]["text"],
               "Refused: " + folder + "/Leak.md is outside the transcript folder. Pass a path exactly as returned by search_meetings.");
-    EXPECT_FALSE(reply["result"].contains("structuredContent"));
 }
 
 TEST_F(ToolExecutorTest, IncludeContentOfAFileGoneSinceTheSearchIsNotFound) {

@@ -1,11 +1,13 @@
 // zelmor-kit doctor: checks what zelmor-mcp will serve — the folder it resolves, the meetings in
 // it, the files its scan leaves out and why — and whether the activity files can be written.
 #include "Commands.h"
+#include "Printable.h"
 
 #include "ZelmorMCP/MeetingStore.h"
 #include "ZelmorMCP/TranscriptFolderResolver.h"
 #include "ZelmorMarkdownKit/AgentActivityFeed.h"
 #include "ZelmorMarkdownKit/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/SkillsFolder.h"
 #include "ZelmorMarkdownKit/UTF8.h"
@@ -52,13 +54,14 @@ constexpr const char* detailIndent = "             ";
 /// Prints the findings as they come, and counts the problems for the exit status.
 class Findings {
 public:
-    void heading(const std::string& text) { std::cout << text << "\n"; }
-    void ok(const std::string& text) { std::cout << okLabel << text << "\n"; }
-    void note(const std::string& text) { std::cout << noteLabel << text << "\n"; }
-    void detail(const std::string& text) { std::cout << detailIndent << text << "\n"; }
+    // Every line may carry a file name, so each is printed with its control characters escaped.
+    void heading(const std::string& text) { std::cout << printable(text) << "\n"; }
+    void ok(const std::string& text) { std::cout << okLabel << printable(text) << "\n"; }
+    void note(const std::string& text) { std::cout << noteLabel << printable(text) << "\n"; }
+    void detail(const std::string& text) { std::cout << detailIndent << printable(text) << "\n"; }
     /// `remedy` may hold several lines.
     void problem(const std::string& text, std::string_view remedy) {
-        std::cout << problemLabel << text << "\n";
+        std::cout << problemLabel << printable(text) << "\n";
         while (!remedy.empty()) {
             size_t end = std::min(remedy.find('\n'), remedy.size());
             detail(std::string(remedy.substr(0, end)));
@@ -87,7 +90,9 @@ std::string shown(const std::string& path, const std::string& folder) {
 std::optional<std::string> skipReason(const std::string& path) {
     // The server could neither show such a name to the agent nor take it back to read.
     if (!UTF8::isValid(path)) return "the file name is not UTF-8";
-    auto text = platform::readFile(path);
+    if (platform::fileSize(path).value_or(0) > FileLimits::transcriptBytes)
+        return "larger than 16 MB, far beyond any transcript";
+    auto text = platform::readFile(path, FileLimits::transcriptBytes);
     if (!text) return "cannot be read";
     if (!UTF8::isValid(*text)) return "not UTF-8 text";
     if (!ZelmorTranscriptMarker::declares(*text)) return "no \"source: Zelmor\" line";
@@ -96,10 +101,23 @@ std::optional<std::string> skipReason(const std::string& path) {
     return std::nullopt;
 }
 
+/// Why the scan leaves out a link, as read_meeting would refuse it; else the file's own reason.
+std::optional<std::string> linkReason(const MeetingStore& store, const std::string& path) {
+    using Kind = MeetingStore::StoreError::Kind;
+    try {
+        store.resolveInsideFolder(path);
+    } catch (const MeetingStore::StoreError& error) {
+        if (error.kind == Kind::outsideFolder) return "a link to a file outside the folder";
+        if (error.kind == Kind::skillFile) return "a link into the skills folder";
+        return "a link to a file that is not .md";
+    }
+    return skipReason(path);
+}
+
 enum class SettingsState { missing, unusable, read };
 
 SettingsState settingsState(const std::string& path) {
-    auto text = platform::readFile(path);
+    auto text = platform::readFile(path, FileLimits::settingsBytes);
     if (!text) return platform::exists(path) ? SettingsState::unusable : SettingsState::missing;
     return nlohmann::json::parse(*text, nullptr, /*allow_exceptions=*/false).is_object()
                ? SettingsState::read
@@ -147,7 +165,8 @@ void checkTranscripts(const std::string& folder, FolderSource source, const std:
         findings.problem("this is a file, not a folder", folderRemedy(source, settingsPath));
         return;
     }
-    auto files = platform::listFilesRecursively(folder);
+    std::vector<bool> isLink;
+    auto files = platform::listFilesRecursively(folder, &isLink);
     if (!files) {
         findings.problem("the folder cannot be read", "Check its permissions: the server runs as your user.");
         return;
@@ -155,19 +174,21 @@ void checkTranscripts(const std::string& folder, FolderSource source, const std:
 
     std::vector<std::pair<std::string, std::string>> skipped;
     size_t skills = 0, others = 0;
-    for (const std::string& path : *files) {
+    MeetingStore store(folder, memoryFolderName);
+    for (size_t i = 0; i < files->size(); ++i) {
+        const std::string& path = (*files)[i];
         if (!MeetingStore::isMarkdownPath(path)) {
             ++others;
         } else if (SkillsFolder::holds(path, memoryFolderName)) {
             ++skills;
-        } else if (auto reason = skipReason(path)) {
+        } else if (auto reason = isLink[i] ? linkReason(store, path) : skipReason(path)) {
             skipped.emplace_back(shown(path, folder), std::move(*reason));
         }
     }
 
     std::vector<MeetingStore::Meeting> meetings;
     try {
-        meetings = MeetingStore(folder, memoryFolderName).scanHeaders();
+        meetings = store.scanHeaders();
     } catch (const MeetingStore::StoreError&) {
         findings.problem("the folder disappeared while it was checked", "Run the check again.");
         return;

@@ -1,5 +1,6 @@
 // zelmor-kit ids: lists each turn's stable identifier with its speaker and first words.
 #include "Commands.h"
+#include "Printable.h"
 #include "TranscriptFile.h"
 
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
@@ -42,7 +43,8 @@ int runIds(const std::string& file) {
     const auto turns = MarkdownTranscriptParser::parse(*text)->turns;
     const auto identifiers = TranscriptTurnID::ids(turns);
     for (size_t i = 0; i < turns.size(); ++i) {
-        std::cout << identifiers[i] << "\t" << turns[i].speaker << "\t" << preview(turns[i].text) << "\n";
+        std::cout << identifiers[i] << "\t" << printable(turns[i].speaker) << "\t" << printable(preview(turns[i].text))
+                  << "\n";
     }
     return 0;
 }

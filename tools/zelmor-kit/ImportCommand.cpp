@@ -1,5 +1,6 @@
 // zelmor-kit import: converts other meeting tools' exports into Zelmor transcripts on disk.
 #include "Commands.h"
+#include "Printable.h"
 
 #include "ZelmorMCP/TranscriptFolderResolver.h"
 #include "ZelmorMarkdownKit/TranscriptImportRunner.h"
@@ -44,7 +45,7 @@ int runImport(const ImportSettings& settings) {
     std::string into = settings.into.empty() ? resolver.resolve()
                                              : platform::absolutePath(platform::expandTilde(settings.into, home));
     if (platform::exists(into) && !platform::isDirectory(into)) {
-        std::cerr << "zelmor-kit import: " << into << " is not a folder\n";
+        std::cerr << "zelmor-kit import: " << printable(into) << " is not a folder\n";
         return 1;
     }
     std::optional<std::string> legacyEncoding;
@@ -60,7 +61,7 @@ int runImport(const ImportSettings& settings) {
     for (const std::string& source : settings.sources) {
         std::string path = platform::absolutePath(platform::expandTilde(source, home));
         if (!platform::exists(path)) {
-            std::cerr << "zelmor-kit import: no such file or folder: " << source << "\n";
+            std::cerr << "zelmor-kit import: no such file or folder: " << printable(source) << "\n";
             missing = true;
         }
         sources.push_back(path);
@@ -79,15 +80,15 @@ int runImport(const ImportSettings& settings) {
     for (const std::string& source : sources) {
         if (platform::isDirectory(source)) {
             auto progress = [](size_t position, size_t count, const std::string& file) {
-                std::cerr << "[" << position << "/" << count << "] " << file << "\n";
+                std::cerr << "[" << position << "/" << count << "] " << printable(file) << "\n";
             };
             for (auto& outcome : Runner::importFolder(source, into, resolver.memoryFolderName(), options, progress)) {
-                std::cout << Runner::describe(outcome) << "\n";
+                std::cout << printable(Runner::describe(outcome)) << "\n";
                 outcomes.push_back(std::move(outcome));
             }
         } else {
             Runner::FileOutcome outcome{source, Runner::importFile(source, into, options)};
-            std::cout << Runner::describe(outcome) << "\n";
+            std::cout << printable(Runner::describe(outcome)) << "\n";
             outcomes.push_back(std::move(outcome));
         }
     }

@@ -1,5 +1,6 @@
 // zelmor-kit locate: finds the turn a stable identifier names, after the transcript has changed.
 #include "Commands.h"
+#include "Printable.h"
 #include "TranscriptFile.h"
 
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
@@ -45,7 +46,7 @@ int runLocate(const LocateSettings& settings) {
     if (!text) return 1;
     Outcome outcome =
         describe(TranscriptTurnID::locate(settings.id, MarkdownTranscriptParser::parse(*text)->turns));
-    std::cout << outcome.line << "\n";
+    std::cout << printable(outcome.line) << "\n";
     return outcome.found ? 0 : 1;
 }
 

@@ -1,5 +1,6 @@
 // zelmor-kit tidy: moves plain-text twins of Zelmor transcripts to the trash, after showing them.
 #include "Commands.h"
+#include "Printable.h"
 
 #include "ZelmorMCP/TranscriptFolderResolver.h"
 #include "ZelmorMarkdownKit/TxtTwinTidy.h"
@@ -31,15 +32,15 @@ int runTidy(const TidySettings& settings) {
                              ? TranscriptFolderResolver{home, std::nullopt}.resolve()
                              : platform::absolutePath(platform::expandTilde(settings.folder, home));
     if (!platform::isDirectory(folder)) {
-        std::cerr << "zelmor-kit tidy: no such folder: " << folder << "\n";
+        std::cerr << "zelmor-kit tidy: no such folder: " << printable(folder) << "\n";
         return 1;
     }
     std::vector<std::string> twins = TxtTwinTidy::plan(folder);
     if (twins.empty()) {
-        std::cout << "No plain-text twins in " << folder << "\n";
+        std::cout << "No plain-text twins in " << printable(folder) << "\n";
         return 0;
     }
-    for (const std::string& twin : twins) std::cout << twin << "\n";
+    for (const std::string& twin : twins) std::cout << printable(twin) << "\n";
     if (!settings.confirmed) {
         std::cout << plural(twins.size()) << " would be moved to the trash. Run again with --yes to move them.\n";
         return 0;

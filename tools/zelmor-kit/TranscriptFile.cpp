@@ -1,11 +1,14 @@
 // Refusals and reports use one wording for every transcript command.
 #include "TranscriptFile.h"
+#include "Printable.h"
 
+#include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 #include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
 #include "platform/FileSystem.h"
 
+#include <cerrno>
 #include <iostream>
 #include <iterator>
 
@@ -27,18 +30,18 @@ int writeIfChanged(std::string_view command, const std::string& path, std::strin
 } // namespace
 
 std::optional<std::string> read(std::string_view command, const std::string& path) {
-    auto text = platform::readFile(path);
+    auto text = platform::readFile(path, FileLimits::transcriptBytes);
     if (!text) {
-        std::cerr << "zelmor-kit " << command << ": cannot read " << path << "\n";
+        std::cerr << "zelmor-kit " << command << ": cannot read " << printable(path) << "\n";
         return std::nullopt;
     }
     if (!MarkdownTranscriptParser::parse(*text)) {
-        std::cerr << "zelmor-kit " << command << ": " << path
+        std::cerr << "zelmor-kit " << command << ": " << printable(path)
                   << " is not a Zelmor transcript: it does not open with a --- frontmatter block\n";
         return std::nullopt;
     }
     if (!ZelmorTranscriptMarker::declares(*text)) {
-        std::cerr << "zelmor-kit " << command << ": " << path
+        std::cerr << "zelmor-kit " << command << ": " << printable(path)
                   << " is not a Zelmor transcript: it has no \"source: Zelmor\" line\n";
         return std::nullopt;
     }
@@ -52,15 +55,16 @@ std::string argumentText(const std::string& argument) {
 }
 
 void reportUpdated(std::string_view command, const std::string& path) {
-    std::cerr << "zelmor-kit " << command << ": updated " << path << "\n";
+    std::cerr << "zelmor-kit " << command << ": updated " << printable(path) << "\n";
 }
 
 void reportUnchanged(std::string_view command, const std::string& path) {
-    std::cerr << "zelmor-kit " << command << ": no change; " << path << " left as it was\n";
+    std::cerr << "zelmor-kit " << command << ": no change; " << printable(path) << " left as it was\n";
 }
 
 int reportWriteFailure(std::string_view command, const std::string& path) {
-    std::cerr << "zelmor-kit " << command << ": could not write " << path << "\n";
+    std::string why = errno == EACCES || errno == EPERM ? ": you may not write to it" : "";
+    std::cerr << "zelmor-kit " << command << ": could not write " << printable(path) << why << "\n";
     return 1;
 }
 
