@@ -68,11 +68,19 @@ attach() {
     mounted+=("$root/proc")
     cp -L /etc/resolv.conf "$root/etc/resolv.conf"
 }
+# The network here may pass through a proxy with a certificate authority of its own, which the
+# host trusts through its local authorities; a new machine on this network would be given them
+# too, so they are carried over (and Node.js, which keeps its own list, is pointed at them).
+local_authorities=(/usr/local/share/ca-certificates/*.crt)
+[ -e "${local_authorities[0]}" ] || local_authorities=()
+extra_env=()
+((${#local_authorities[@]})) && extra_env=(NODE_EXTRA_CA_CERTS=/etc/ssl/certs/ca-certificates.crt)
+
 # inside ROOT COMMAND...: runs as a root login of ROOT would, with a clean environment.
 inside() {
     local root="$1"
     shift
-    chroot "$root" /usr/bin/env -i HOME=/root TERM=dumb \
+    chroot "$root" /usr/bin/env -i HOME=/root TERM=dumb "${extra_env[@]}" \
         PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin "$@"
 }
 
@@ -103,6 +111,10 @@ git -C "$tree" ls-files -z -co --exclude-standard | tar -C "$tree" --null -T - -
 # What the README asks for before the first command: git and ca-certificates, to clone.
 step "prerequisites (git, ca-certificates)" "$logs/prerequisites.log" inside "$work/build" sh -c \
     'apt-get update -q && DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends git ca-certificates'
+if ((${#local_authorities[@]})); then
+    cp "${local_authorities[@]}" "$work/build/usr/local/share/ca-certificates/"
+    inside "$work/build" update-ca-certificates >>"$logs/prerequisites.log" 2>&1
+fi
 
 in_tree() { inside "$work/build" sh -c "cd /root/zelmor-mcp && $1"; }
 step "scripts/demo.sh" "$logs/demo.log" in_tree scripts/demo.sh || failed=1
@@ -140,7 +152,6 @@ installed() {
     inside "$work/run" zelmor-mcp --help | head -n 3
     inside "$work/run" zelmor-kit doctor --folder /usr/share/doc/zelmor-mcp/examples/transcripts
     session >"$log"
-    cat "$log"
     # Five replies, in order, none an error.
     [ "$(grep -c '' "$log")" -eq 5 ] && ! grep -q '"error"\|"isError":true' "$log" &&
         for id in 1 2 3 4 5; do sed -n "${id}p" "$log" | grep -q "^{\"id\":$id,"; done
