@@ -18,6 +18,9 @@ struct CommandLine {
     Action action = Action::serve;
     /// The folder after --transcripts-folder, tilde-expanded against `home`, made absolute.
     std::optional<std::string> transcriptsFolder;
+    /// --ask-tool: offer the fourth tool, ask_meetings (left out of the help text on purpose:
+    /// the three tools stay what every client sees unless asked for).
+    bool askTool = false;
 
     /// Unknown arguments are ignored; help wins over version, version over everything else.
     static CommandLine parse(const std::vector<std::string>& arguments, const std::string& home);

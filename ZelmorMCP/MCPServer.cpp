@@ -176,7 +176,7 @@ json MCPServer::onPing(const json& id, const json&) const {
 }
 
 json MCPServer::onToolsList(const json& id, const json&) const {
-    return successResponse(id, {{"tools", ToolCatalogue::toolDefinitions()}});
+    return successResponse(id, {{"tools", ToolCatalogue::toolDefinitions(askTool_)}});
 }
 
 json MCPServer::onToolsCall(const json& id, const json& params) const {

@@ -34,6 +34,9 @@ public:
 
     /// Plugs in the tool executor; until then "tools/call" is an unknown method.
     void setToolCallHandler(ToolCallHandler handler) { toolCall_ = std::move(handler); }
+    /// Offers ask_meetings beside the three tools (--ask-tool).
+    void enableAskTool() { askTool_ = true; }
+    bool askToolEnabled() const { return askTool_; }
 
     const TranscriptFolderResolver& resolver() const { return resolver_; }
     ActivityAttribution activityAttribution() const { return attribution_; }
@@ -70,6 +73,7 @@ private:
     ActivityAttribution attribution_;
     std::shared_ptr<MCPClientContext> clientContext_;
     ToolCallHandler toolCall_;
+    bool askTool_ = false;
 };
 
 } // namespace zelmor

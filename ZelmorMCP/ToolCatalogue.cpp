@@ -1,4 +1,4 @@
-// The three read-only tools as data: what "tools/list" returns and what "tools/call" accepts.
+// The read-only tools as data: what "tools/list" returns and what "tools/call" accepts.
 // The descriptions steer how agents search, read and cite, so every character matters.
 #include "ZelmorMCP/ToolCatalogue.h"
 
@@ -23,8 +23,9 @@ struct Tool {
     std::vector<std::string_view> required;
 };
 
-const std::array<Tool, 3>& tools() {
-    static const std::array<Tool, 3> table = {{
+/// The three tools every client gets, then ask_meetings, offered only with --ask-tool.
+const std::array<Tool, 4>& tools() {
+    static const std::array<Tool, 4> table = {{
         {"search_meetings", "Search meeting transcripts",
          R"(Search the user's Zelmor meeting transcripts (speaker-labeled markdown files). Multi-term queries AND together — every space-separated term must match somewhere in a meeting (title, participants, notes, AI sections, or any transcript turn); wrap an exact phrase in "double quotes". Filters combine: query, participant name, inclusive date range. Results are newest-first by default (one row per meeting, with the absolute path to pass to read_meeting); for cross-history recall asks ('every decision about pricing', 'what do I owe Wenna') pass sort: 'relevance' — it ranks by match density (matching turns, plus title and participant hits), the response echoes the applied sort, and rows carry match_count plus up to three speaker-labeled snippets where terms matched the body (a hit in only the title or participants has match_count 0 and no snippet — still a real match). Recall flow: search (sort 'relevance') → shortlist 2–5 meetings from the snippets → read_meeting each → answer with citations (title + date). If nothing matches, say so honestly — never invent a meeting or a citation. Call with no arguments to list the most recent meetings. To summarize or act on the meetings you find WITHOUT a separate read_meeting call, pass include_content: true — each result then carries the full transcript. Pair that with a small limit (e.g. 1–3); transcripts are large.)",
          {
@@ -54,6 +55,21 @@ const std::array<Tool, 3>& tools() {
          R"(Aggregate everyone who appears in the user's meetings: name, number of meetings attended, and the most recent meeting's date and title. Entries with is_generic_label true are unrenamed 'Speaker N' diarization placeholders — per-meeting labels, not one person across meetings.)",
          {},
          {}},
+        {"ask_meetings", "Find the meetings that answer a question",
+         R"(Find the meetings that answer a question asked in plain words ('what did Ana say about the pricing roadmap?', 'why did we drop the annual discount last month?'), best first. Prefer it over search_meetings when you have a question rather than exact words: it weighs every word of the question by how rare it is, so a meeting need not hold them all, favours meetings where the question's words stand together and where a speaker it names talks, and reads time phrases ('last week', 'in March', 'the last 3 meetings') as a date scope. Rows carry the path for read_meeting, relevance, the question's words each meeting holds, and up to three speaker-labeled snippets from the turns that carry the answer. Then read_meeting the best one or two and answer with citations (title + date); if nothing comes back, say so honestly — never invent a meeting or a citation. Use search_meetings to list meetings or to match exact words and phrases.)",
+         {
+    {"question", "string", {},
+     R"(The question as the user asked it, in plain words. Time phrases in it ('last week', 'in October') narrow the dates.)"},
+    {"participant", "string", {},
+     R"(Only meetings whose participants list contains this name (case-insensitive substring, e.g. 'halden').)"},
+    {"date_from", "string", {},
+     R"(Earliest meeting date to include, inclusive, formatted yyyy-MM-dd.)"},
+    {"date_to", "string", {},
+     R"(Latest meeting date to include, inclusive, formatted yyyy-MM-dd.)"},
+    {"limit", "integer", {},
+     R"(Maximum meetings to return (default 5, max 20).)"},
+         },
+         {"question"}},
     }};
     return table;
 }
@@ -78,10 +94,11 @@ const nlohmann::json& readOnlyAnnotations() {
     return annotations;
 }
 
-const nlohmann::json& toolDefinitions() {
-    static const nlohmann::json definitions = [] {
+const nlohmann::json& toolDefinitions(bool withAskTool) {
+    auto build = [](size_t count) {
         auto array = nlohmann::json::array();
-        for (const auto& tool : tools()) {
+        for (size_t i = 0; i < count; ++i) {
+            const Tool& tool = tools()[i];
             array.push_back({{"name", tool.name},
                              {"title", tool.title},
                              {"description", tool.description},
@@ -89,13 +106,14 @@ const nlohmann::json& toolDefinitions() {
                              {"annotations", readOnlyAnnotations()}});
         }
         return array;
-    }();
-    return definitions;
+    };
+    static const nlohmann::json three = build(3), four = build(4);
+    return withAskTool ? four : three;
 }
 
-bool isKnownTool(std::string_view name) {
-    for (const auto& tool : tools()) {
-        if (tool.name == name) return true;
+bool isKnownTool(std::string_view name, bool withAskTool) {
+    for (size_t i = 0; i < (withAskTool ? 4u : 3u); ++i) {
+        if (tools()[i].name == name) return true;
     }
     return false;
 }

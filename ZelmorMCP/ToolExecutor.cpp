@@ -7,8 +7,13 @@
 #include "ZelmorMarkdownKit/AgentActivityLog.h"
 #include "ZelmorMarkdownKit/JSONWriter.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/QuestionRanking.h"
+#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/TimeScopeParser.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -126,7 +131,7 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
     const auto& resolver = server_.resolver();
     MeetingStore store(resolver.resolve(), resolver.memoryFolderName());
     const std::string support = resolver.supportDirectory();
-    const bool known = ToolCatalogue::isKnownTool(name);
+    const bool known = ToolCatalogue::isKnownTool(name, server_.askToolEnabled());
     const bool probe = server_.activityAttribution() == MCPServer::ActivityAttribution::probe;
 
     // Counted before the tool runs, so failed calls count too. The activity files are the app's
@@ -144,10 +149,12 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
         if (name == "search_meetings") result = jsonToolResult(searchMeetings(store, arguments));
         else if (name == "read_meeting") result = readMeeting(store, arguments);
         else if (name == "list_participants") result = jsonToolResult(listParticipants(store));
+        else if (known && name == "ask_meetings") result = askMeetings(store, arguments);
         else
             return MCPServer::errorResponse(id, invalidParamsCode,
                                             "Unknown tool: " + name +
-                                                ". Available tools: search_meetings, read_meeting, list_participants");
+                                                ". Available tools: search_meetings, read_meeting, list_participants" +
+                                                (server_.askToolEnabled() ? ", ask_meetings" : ""));
     } catch (const MeetingStore::StoreError& error) {
         result = MCPServer::toolErrorResult(describe(error));
     } catch (const std::exception& error) {
@@ -168,8 +175,8 @@ void ToolExecutor::recordFeedEntry(const std::string& tool, const json& argument
     AgentActivityFeed::Entry entry;
     entry.ts = now_();
     entry.tool = tool;
-    if (tool == "search_meetings") {
-        if (auto query = stringArgument(arguments, "query")) {
+    if (tool == "search_meetings" || tool == "ask_meetings") {
+        if (auto query = stringArgument(arguments, tool == "search_meetings" ? "query" : "question")) {
             std::string trimmed(Whitespace::trim(*query));
             if (!trimmed.empty()) entry.detail = trimmed;
         }
@@ -234,6 +241,72 @@ json ToolExecutor::readMeeting(const MeetingStore& store, const json& arguments)
         return MCPServer::toolErrorResult(
             "Missing required argument 'path'. Pass the transcript path exactly as returned by search_meetings.");
     return textToolResult(store.readInsideFolder(*path));
+}
+
+json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments) const {
+    auto question = stringArgument(arguments, "question");
+    if (!question || Whitespace::trim(*question).empty())
+        return MCPServer::toolErrorResult(
+            "Missing required argument 'question'. Ask in plain words, e.g. \"what did we decide about pricing?\"");
+    auto calendar = calendar_();
+    if (!calendar) return MCPServer::toolErrorResult("Unexpected error: the calendar is unavailable");
+    // Time phrases narrow the dates and leave the rest of the question to rank by.
+    TimeScopeParser::Parse parsed = TimeScopeParser::parse(*question, now_(), *calendar);
+    AnswerScope filters;
+    filters.participant = stringArgument(arguments, "participant");
+    filters.dateFrom = stringArgument(arguments, "date_from");
+    filters.dateTo = stringArgument(arguments, "date_to");
+    AnswerScope scope = parsed.scope.merging(filters);
+    const long long limit = std::clamp(integerArgument(arguments, "limit").value_or(5), 1LL, 20LL);
+
+    // The scope as `AnswerScope::apply` reads it, over the meetings in place.
+    const auto meetings = store.scan();
+    std::vector<const MeetingStore::Meeting*> admitted;
+    for (const auto& meeting : meetings) {
+        if (scope.lastN && static_cast<long long>(admitted.size()) >= *scope.lastN) break;
+        if (scope.admits(meeting.path, meeting.doc)) admitted.push_back(&meeting);
+    }
+    std::vector<const TranscriptDocument*> documents;
+    for (const auto* meeting : admitted) documents.push_back(&meeting->doc);
+    auto hits = QuestionRanking::rank(documents, parsed.strippedQuestion);
+
+    auto rows = json::array();
+    for (const auto& hit : hits) {
+        if (static_cast<long long>(rows.size()) == limit) break;
+        const TranscriptDocument& doc = *documents[hit.index];
+        json row = {{"path", admitted[hit.index]->path},
+                    {"title", doc.title},
+                    {"date", doc.date},
+                    {"participants", doc.participants},
+                    {"duration_min", doc.durationMin},
+                    {"relevance", std::round(hit.relevance * 1000) / 1000},
+                    {"matched_keywords", hit.matchedKeywords}};
+        if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
+        auto snippets = json::array();
+        for (size_t turn : hit.answerTurns) {
+            const auto& spoken = doc.turns[turn];
+            std::string_view around = hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
+            for (const auto& keyword : hit.matchedKeywords)
+                if (TextFolding::find(spoken.text, keyword)) {
+                    around = keyword;
+                    break;
+                }
+            snippets.push_back("**" + spoken.speaker + ":** " +
+                               RankedTranscriptSearch::excerpt(spoken.text, around, 90));
+        }
+        row["snippets"] = std::move(snippets);
+        rows.push_back(std::move(row));
+    }
+    json data = {{"question", *question}, {"total", hits.size()}, {"count", rows.size()}, {"meetings", std::move(rows)}};
+    if (!parsed.matchedPhrases.empty()) {
+        json scoped = json::object();
+        if (parsed.scope.dateFrom) scoped["date_from"] = *parsed.scope.dateFrom;
+        if (parsed.scope.dateTo) scoped["date_to"] = *parsed.scope.dateTo;
+        if (parsed.scope.lastN) scoped["last_meetings"] = *parsed.scope.lastN;
+        scoped["phrases"] = parsed.matchedPhrases;
+        data["time_scope"] = std::move(scoped);
+    }
+    return jsonToolResult(data);
 }
 
 json ToolExecutor::listParticipants(const MeetingStore& store) {

@@ -38,6 +38,9 @@ public:
                                     bool includeContent);
     static nlohmann::json readMeeting(const MeetingStore& store, const nlohmann::json& arguments);
     static nlohmann::json listParticipants(const MeetingStore& store);
+    /// ask_meetings: the meetings that answer a question, best first, within the scope of its
+    /// time phrases and the filters.
+    nlohmann::json askMeetings(const MeetingStore& store, const nlohmann::json& arguments) const;
 
     /// The title of the transcript in a read_meeting result, or nothing.
     static std::optional<std::string> titleFromReadResult(const nlohmann::json& result);

@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
             UErrorCode status = U_ZERO_ERROR;
             return std::unique_ptr<icu::Calendar>(icu::Calendar::createInstance(status));
         });
+    if (commandLine.askTool) server.enableAskTool();
     server.setToolCallHandler([&](const nlohmann::json& id, const nlohmann::json& params) { return tools.toolCall(id, params); });
     std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version, server.resolver().resolve().c_str());
     std::fflush(stderr);

@@ -30,6 +30,8 @@ constexpr double pairWeight = 1.5;
 constexpr double namedSpeakerBonus = 3.0;
 /// The keywords in that speaker's own turns.
 constexpr double namedSpeakerTurnsWeight = 0.5;
+/// How many mentions in the turns one in the title is worth.
+constexpr double titleWeight = 2.0;
 constexpr size_t maxAnswerTurns = 3;
 /// How many turns before and after a turn count as its neighbourhood when finding the answer.
 constexpr size_t answerReach = 3;
@@ -127,10 +129,14 @@ struct Evidence {
     std::vector<Turn> turns;
 };
 
+/// Whether the question names the speaker: the whole name, or a first name of three letters or
+/// more ("Gareth" for "Gareth Pierce").
 bool names(const Question& question, const std::string& speaker) {
     if (speaker.size() == 1) return question.capitals.contains(speaker[0]);
     auto words = QueryTokenizer::words(speaker);
-    return !words.empty() && question.spaced.find(spacedWords(words)) != std::string::npos;
+    if (words.empty()) return false;
+    if (question.spaced.find(spacedWords(words)) != std::string::npos) return true;
+    return words.size() > 1 && words[0].raw.size() >= 3 && question.spaced.find(" " + words[0].raw + " ") != std::string::npos;
 }
 
 Evidence evidenceOf(const TranscriptDocument& document, const Question& question) {
@@ -147,6 +153,11 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
         if (names(question, speaker)) namedSpeakers.insert(speaker);
     found.named = !namedSpeakers.empty();
 
+    // The title names what the meeting was for: its words count as if said a few times.
+    for (const auto& word : QueryTokenizer::words(document.title)) {
+        auto keyword = keywordIndex.find(word.stem);
+        if (keyword != keywordIndex.end()) found.counts[keyword->second] += titleWeight;
+    }
     for (size_t t = 0; t < document.turns.size(); ++t) {
         const auto& turn = document.turns[t];
         const bool byNamed = namedSpeakers.contains(turn.speaker);

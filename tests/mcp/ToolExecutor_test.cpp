@@ -37,6 +37,7 @@ protected:
         auto context = std::make_shared<MCPClientContext>();
         context->name = client;
         MCPServer server(TranscriptFolderResolver{home.path(), folder}, attribution, context);
+        server.enableAskTool();
         ToolExecutor executor(
             server, [] { return std::chrono::system_clock::time_point(std::chrono::seconds(1795341600)); }, // 2026-11-22T10:00:00Z
             [] {
@@ -107,6 +108,19 @@ TEST_F(ToolExecutorTest, FeedEntriesDescribeSuccessfulCalls) {
     EXPECT_EQ(entries[4], json::parse(R"({"client":"test-client","tool":"list_participants","triggered":false,
                                           "ts":"2026-11-22T10:00:00Z"})"));
     EXPECT_EQ(readFile(countsFile), R"({"2026-11-22":{"list_participants":1,"read_meeting":3,"search_meetings":2}})");
+}
+
+TEST_F(ToolExecutorTest, AskMeetingsReadsTimePhrasesAgainstTheClockAndFeedsTheQuestion) {
+    // The clock stands at 2026-11-22: "last month" is October, which holds only the pricing review.
+    json asked = call({{"name", "ask_meetings"}, {"arguments", {{"question", "What about pricing last month?"}}}});
+    const json& data = asked["result"]["structuredContent"];
+    EXPECT_EQ(data["time_scope"], json::parse(R"({"date_from":"2026-10-01","date_to":"2026-10-31","phrases":["last month"]})"));
+    ASSERT_EQ(data["count"], 2);
+    EXPECT_EQ(data["meetings"][0]["title"], "Pricing review");
+    json earlier = call({{"name", "ask_meetings"}, {"arguments", {{"question", "What about pricing in September?"}}}});
+    EXPECT_EQ(earlier["result"]["structuredContent"]["count"], 0);
+    EXPECT_EQ(feed().back()["detail"], "What about pricing in September?");
+    EXPECT_EQ(feed().back()["tool"], "ask_meetings");
 }
 
 TEST_F(ToolExecutorTest, NoActivityFileAppearsWithoutTheSupportFolder) {
