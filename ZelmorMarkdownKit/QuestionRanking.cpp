@@ -118,6 +118,8 @@ struct Evidence {
     std::vector<double> counts;
     std::map<std::pair<size_t, size_t>, double> pairCounts;
     std::vector<double> namedCounts;
+    /// Keywords that are words of a speaker the question names: held by the meeting that speaker is in.
+    std::vector<bool> inNamedSpeaker;
     double length = 0;
     bool named = false;
     /// For each turn holding a keyword: the turn, the keywords it holds, whether a named speaker said it.
@@ -129,14 +131,12 @@ struct Evidence {
     std::vector<Turn> turns;
 };
 
-/// Whether the question names the speaker: the whole name, or a first name of three letters or
-/// more ("Gareth" for "Gareth Pierce").
+/// Whether the question names the speaker by the whole label. (A first name alone is not enough:
+/// labels such as "Project Manager" would then be named by every question about a project.)
 bool names(const Question& question, const std::string& speaker) {
     if (speaker.size() == 1) return question.capitals.contains(speaker[0]);
     auto words = QueryTokenizer::words(speaker);
-    if (words.empty()) return false;
-    if (question.spaced.find(spacedWords(words)) != std::string::npos) return true;
-    return words.size() > 1 && words[0].raw.size() >= 3 && question.spaced.find(" " + words[0].raw + " ") != std::string::npos;
+    return !words.empty() && question.spaced.find(spacedWords(words)) != std::string::npos;
 }
 
 Evidence evidenceOf(const TranscriptDocument& document, const Question& question) {
@@ -149,8 +149,14 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
     std::set<std::string> namedSpeakers;
     std::set<std::string> speakers(document.participants.begin(), document.participants.end());
     for (const auto& turn : document.turns) speakers.insert(turn.speaker);
-    for (const auto& speaker : speakers)
-        if (names(question, speaker)) namedSpeakers.insert(speaker);
+    found.inNamedSpeaker.assign(question.keywords.size(), false);
+    for (const auto& speaker : speakers) {
+        if (!names(question, speaker)) continue;
+        namedSpeakers.insert(speaker);
+        for (const auto& word : QueryTokenizer::words(speaker))
+            if (auto keyword = keywordIndex.find(word.stem); keyword != keywordIndex.end())
+                found.inNamedSpeaker[keyword->second] = true;
+    }
     found.named = !namedSpeakers.empty();
 
     // The title names what the meeting was for: its words count as if said a few times.
@@ -243,15 +249,15 @@ std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, s
         const double norm = k1 * (1 - b + b * found.length / averageLength);
         for (size_t k = 0; k < question.keywords.size(); ++k) {
             double tf = found.counts[k];
+            if (tf > 0 || found.inNamedSpeaker[k]) hit.matchedKeywords.push_back(question.written[k]);
             if (tf <= 0) continue;
             hit.relevance += weights[k] * tf * (k1 + 1) / (tf + norm);
             hit.relevance += namedSpeakerTurnsWeight * weights[k] * saturated(found.namedCounts[k], 2.0);
-            hit.matchedKeywords.push_back(question.written[k]);
         }
         for (const auto& [pair, count] : found.pairCounts)
             hit.relevance += pairWeight * (weights[pair.first] + weights[pair.second]) / 2 * saturated(count, 1.2);
         if (found.named) hit.relevance += namedSpeakerBonus;
-        if (hit.matchedKeywords.empty() && !found.named) continue;
+        if (hit.matchedKeywords.empty() && !(found.named && question.keywords.empty())) continue;
 
         // The answer lies where the question's weight gathers: each turn by the weight of the
         // distinct keywords that it and the turns about it hold (an answer is a stretch of

@@ -57,7 +57,8 @@ TEST(QuestionRanking, ANamedSpeakersMeetingAndTurnsCount) {
     ASSERT_EQ(hits.size(), 2u);
     EXPECT_EQ(hits[0].index, 1u);
     EXPECT_EQ(hits[0].answerTurns.front(), 0u) << "Gareth's own turn carries the answer";
-    EXPECT_EQ(hits[0].matchedKeywords, std::vector<std::string>{"budget"});
+    EXPECT_EQ(hits[0].matchedKeywords, (std::vector<std::string>{"gareth", "pierce", "budget"}))
+        << "the name is held where its speaker talks";
     // A lone capital letter names a speaker so labelled; "A" and "I" are words.
     meetings = {meeting({{"C", "the budget " + filler}}), meeting({{"D", "the budget " + filler}})};
     EXPECT_EQ(order(meetings, "What did D think of the budget?"), (std::vector<size_t>{1, 0}));
