@@ -23,6 +23,18 @@ struct Tool {
     std::vector<std::string_view> required;
 };
 
+// The filters search_meetings and ask_meetings share.
+Property participantFilter() {
+    return {"participant", "string", {},
+            R"(Only meetings whose participants list contains this name (case-insensitive substring, e.g. 'halden').)"};
+}
+Property dateFromFilter() {
+    return {"date_from", "string", {}, R"(Earliest meeting date to include, inclusive, formatted yyyy-MM-dd.)"};
+}
+Property dateToFilter() {
+    return {"date_to", "string", {}, R"(Latest meeting date to include, inclusive, formatted yyyy-MM-dd.)"};
+}
+
 /// The three tools every client gets, then ask_meetings, offered only with --ask-tool.
 const std::array<Tool, 4>& tools() {
     static const std::array<Tool, 4> table = {{
@@ -31,12 +43,7 @@ const std::array<Tool, 4>& tools() {
          {
     {"query", "string", {},
      R"(Case-insensitive terms matched against title, participants, notes, AI sections, and every transcript turn. Space-separated terms must ALL match (AND); "double quotes" match an exact phrase. Body matches include speaker-labeled snippets.)"},
-    {"participant", "string", {},
-     R"(Only meetings whose participants list contains this name (case-insensitive substring, e.g. 'halden').)"},
-    {"date_from", "string", {},
-     R"(Earliest meeting date to include, inclusive, formatted yyyy-MM-dd.)"},
-    {"date_to", "string", {},
-     R"(Latest meeting date to include, inclusive, formatted yyyy-MM-dd.)"},
+    participantFilter(), dateFromFilter(), dateToFilter(),
     {"sort", "string", {"newest", "relevance"},
      R"(Result order. 'newest' (default) is chronological; 'relevance' ranks by match density (matching turns, title, participants; recency breaks ties) — use it for cross-history recall questions.)"},
     {"limit", "integer", {},
@@ -60,12 +67,7 @@ const std::array<Tool, 4>& tools() {
          {
     {"question", "string", {},
      R"(The question as the user asked it, in plain words. Time phrases in it ('last week', 'in October') narrow the dates.)"},
-    {"participant", "string", {},
-     R"(Only meetings whose participants list contains this name (case-insensitive substring, e.g. 'halden').)"},
-    {"date_from", "string", {},
-     R"(Earliest meeting date to include, inclusive, formatted yyyy-MM-dd.)"},
-    {"date_to", "string", {},
-     R"(Latest meeting date to include, inclusive, formatted yyyy-MM-dd.)"},
+    participantFilter(), dateFromFilter(), dateToFilter(),
     {"limit", "integer", {},
      R"(Maximum meetings to return (default 5, max 20).)"},
          },

@@ -8,8 +8,6 @@
 #include "ZelmorMarkdownKit/JSONWriter.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/QuestionRanking.h"
-#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
-#include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/TimeScopeParser.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
@@ -282,19 +280,7 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
                     {"relevance", std::round(hit.relevance * 1000) / 1000},
                     {"matched_keywords", hit.matchedKeywords}};
         if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
-        auto snippets = json::array();
-        for (size_t turn : hit.answerTurns) {
-            const auto& spoken = doc.turns[turn];
-            std::string_view around = hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
-            for (const auto& keyword : hit.matchedKeywords)
-                if (TextFolding::find(spoken.text, keyword)) {
-                    around = keyword;
-                    break;
-                }
-            snippets.push_back("**" + spoken.speaker + ":** " +
-                               RankedTranscriptSearch::excerpt(spoken.text, around, 90));
-        }
-        row["snippets"] = std::move(snippets);
+        row["snippets"] = QuestionRanking::snippets(doc, hit);
         rows.push_back(std::move(row));
     }
     json data = {{"question", *question}, {"total", hits.size()}, {"count", rows.size()}, {"meetings", std::move(rows)}};

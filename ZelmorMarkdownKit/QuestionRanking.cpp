@@ -5,6 +5,8 @@
 #include "ZelmorMarkdownKit/QuestionRanking.h"
 
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
+#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/TextFolding.h"
 
 #include <algorithm>
 #include <atomic>
@@ -33,6 +35,7 @@ constexpr double namedSpeakerTurnsWeight = 0.5;
 /// How many mentions in the turns one in the title is worth.
 constexpr double titleWeight = 2.0;
 constexpr size_t maxAnswerTurns = 3;
+constexpr size_t snippetContext = 90;
 /// How many turns before and after a turn count as its neighbourhood when finding the answer.
 constexpr size_t answerReach = 3;
 constexpr unsigned maxWorkers = 8;
@@ -282,6 +285,22 @@ std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, s
     }
     std::stable_sort(hits.begin(), hits.end(), [](const Hit& x, const Hit& y) { return x.relevance > y.relevance; });
     return hits;
+}
+
+std::vector<std::string> snippets(const TranscriptDocument& document, const Hit& hit) {
+    std::vector<std::string> found;
+    for (size_t turn : hit.answerTurns) {
+        const auto& spoken = document.turns.at(turn);
+        std::string_view around = hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
+        for (const auto& keyword : hit.matchedKeywords)
+            if (TextFolding::find(spoken.text, keyword)) {
+                around = keyword;
+                break;
+            }
+        found.push_back("**" + spoken.speaker + ":** " +
+                        RankedTranscriptSearch::excerpt(spoken.text, around, snippetContext));
+    }
+    return found;
 }
 
 } // namespace zelmor::QuestionRanking

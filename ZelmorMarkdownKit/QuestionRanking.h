@@ -41,4 +41,8 @@ struct Hit {
 std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, std::string_view question,
                       const Options& options = {});
 
+/// The hit's answer turns as "**Speaker:** text", each cut to 90 characters either side of the
+/// first of the matched keywords it holds.
+std::vector<std::string> snippets(const TranscriptDocument& document, const Hit& hit);
+
 } // namespace zelmor::QuestionRanking

@@ -11,10 +11,8 @@
 #include "ZelmorMarkdownKit/JSONWriter.h"
 #include "ZelmorMarkdownKit/Participation.h"
 #include "ZelmorMarkdownKit/QuestionRanking.h"
-#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/ScopingPolicy.h"
 #include "ZelmorMarkdownKit/SpeakerIdentity.h"
-#include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/TimeScopeParser.h"
 #include "platform/FileSystem.h"
 
@@ -35,7 +33,6 @@ constexpr double participationBoost = 0.25;
 constexpr long long participationMinTurns = 2;
 constexpr int thinBelow = 3;
 const std::vector<int> wideningSteps{30, 90, 365, 3650};
-constexpr size_t snippetContext = 90;
 
 struct AskSettings {
     std::vector<std::string> words;
@@ -113,22 +110,6 @@ Answer answer(const std::vector<MeetingStore::Meeting>& meetings, const AnswerSc
     return result;
 }
 
-/// The hit's answer turns, each cut around the first of the question's words it holds.
-std::vector<std::string> snippets(const TranscriptDocument& doc, const QuestionRanking::Hit& hit) {
-    std::vector<std::string> found;
-    for (size_t turn : hit.answerTurns) {
-        const auto& spoken = doc.turns[turn];
-        std::string_view around = hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
-        for (const auto& keyword : hit.matchedKeywords)
-            if (TextFolding::find(spoken.text, keyword)) {
-                around = keyword;
-                break;
-            }
-        found.push_back("**" + spoken.speaker + ":** " + RankedTranscriptSearch::excerpt(spoken.text, around, snippetContext));
-    }
-    return found;
-}
-
 int runAsk(const AskSettings& settings) {
     std::string question = joined(settings.words, " ");
     std::string home = platform::homeDirectory();
@@ -183,7 +164,7 @@ int runAsk(const AskSettings& settings) {
                             {"date", meeting.doc.date},
                             {"relevance", hit.relevance},
                             {"matched_keywords", hit.matchedKeywords},
-                            {"snippets", snippets(meeting.doc, hit)}});
+                            {"snippets", QuestionRanking::snippets(meeting.doc, hit)}});
         }
         nlohmann::json reply = {{"question", question},
                                 {"keywords", keywords},
@@ -217,7 +198,7 @@ int runAsk(const AskSettings& settings) {
                   << "   " << printable(meeting.path) << "\n"
                   << "   relevance " << formatted(hit.relevance) << ", " << hit.matchedKeywords.size() << " of "
                   << keywords.size() << (keywords.size() == 1 ? " keyword" : " keywords") << "\n";
-        for (const auto& snippet : snippets(meeting.doc, hit)) std::cout << "   " << printable(snippet) << "\n";
+        for (const auto& snippet : QuestionRanking::snippets(meeting.doc, hit)) std::cout << "   " << printable(snippet) << "\n";
     }
     return 0;
 }
