@@ -103,6 +103,28 @@ async function session(version, expectedVersion) {
   await client.close();
 }
 
+// With --ask-tool: the fourth tool is listed and answers a question in plain words.
+async function askSession() {
+  const client = new Client({ name: "sdk-test", version: "1.0.0" });
+  await client.connect(new StdioClientTransport({
+    command: server,
+    args: ["--transcripts-folder", folder, "--ask-tool"],
+    env: { HOME: home, PATH: process.env.PATH ?? "/usr/bin:/bin" },
+    stderr: "pipe",
+  }));
+  const { tools } = await client.listTools();
+  assert.deepEqual(tools.map((t) => t.name), ["search_meetings", "read_meeting", "list_participants", "ask_meetings"]);
+  assert.deepEqual(tools[3].inputSchema.required, ["question"]);
+  const asked = await client.callTool({ name: "ask_meetings", arguments: { question: "What did we decide about the starter plan price?" } });
+  assert.equal(asked.isError, false);
+  assert.deepEqual(JSON.parse(asked.content[0].text), asked.structuredContent);
+  const best = asked.structuredContent.meetings[0];
+  assert.equal(best.title, "Pricing review");
+  assert.deepEqual(best.matched_keywords, ["starter", "plan", "price"]);
+  assert.match(best.snippets[0], /^\*\*Ana Ruiz:\*\* We should raise the starter plan price/);
+  await client.close();
+}
+
 let failures = 0;
 const cases = [["2024-11-05", "2024-11-05"], ["2025-03-26", "2025-03-26"], ["2025-06-18", "2025-06-18"],
                ["2025-11-25", "2025-06-18"]];
@@ -115,6 +137,13 @@ for (const [asked, answered] of cases) {
     console.log(`not ok - session with protocol ${asked}: ${error.stack ?? error}`);
   }
 }
+try {
+  await askSession();
+  console.log("ok - session with ask_meetings");
+} catch (error) {
+  failures++;
+  console.log(`not ok - session with ask_meetings: ${error.stack ?? error}`);
+}
 const feed = join(home, "Library/Application Support/Zelmor/agent-activity-log.jsonl");
 if (!existsSync(feed) || !readFileSync(feed, "utf8").includes('"client":"sdk-test"')) {
   failures++;
@@ -123,5 +152,5 @@ if (!existsSync(feed) || !readFileSync(feed, "utf8").includes('"client":"sdk-tes
   console.log("ok - activity feed names the SDK client");
 }
 rmSync(root, { recursive: true, force: true });
-console.log(`${cases.length + 1 - failures} passed, ${failures} failed`);
+console.log(`${cases.length + 2 - failures} passed, ${failures} failed`);
 process.exit(failures === 0 ? 0 : 1);
