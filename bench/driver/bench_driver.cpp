@@ -8,6 +8,7 @@
 #include "bench/corpus/CorpusGenerator.h"
 #include "bench/driver/BenchTiming.h"
 #include "bench/driver/ScanBench.h"
+#include "bench/driver/ServerProcess.h"
 
 #include <algorithm>
 #include <chrono>
@@ -22,73 +23,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace {
-
 using namespace zelmor::bench;
-
-class Server {
-public:
-    Server(const std::string& binary, const std::string& folder, const std::string& home) {
-        int in[2], out[2];
-        if (::pipe(in) != 0 || ::pipe(out) != 0) std::abort();
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            ::dup2(in[0], 0);
-            ::dup2(out[1], 1);
-            // Without this the server would hold the write end of its own input and never see
-            // the end of it, so the destructor's wait would never return.
-            for (int fd : {in[0], in[1], out[0], out[1]}) ::close(fd);
-            int devnull = ::open("/dev/null", O_WRONLY);
-            ::dup2(devnull, 2);
-            ::setenv("HOME", home.c_str(), 1);
-            ::execl(binary.c_str(), binary.c_str(), "--transcripts-folder", folder.c_str(), nullptr);
-            ::_exit(127);
-        }
-        ::close(in[0]);
-        ::close(out[1]);
-        to_ = in[1];
-        from_ = out[0];
-    }
-    ~Server() {
-        ::close(to_);
-        ::close(from_);
-        ::waitpid(pid_, nullptr, 0);
-    }
-    /// Sends one request line and returns the reply line.
-    std::string call(const std::string& request) {
-        std::string line = request + "\n";
-        for (size_t done = 0; done < line.size();) {
-            ssize_t n = ::write(to_, line.data() + done, line.size() - done);
-            if (n <= 0) std::abort();
-            done += static_cast<size_t>(n);
-        }
-        while (true) {
-            size_t newline = buffer_.find('\n');
-            if (newline != std::string::npos) {
-                std::string reply = buffer_.substr(0, newline);
-                buffer_.erase(0, newline + 1);
-                return reply;
-            }
-            char chunk[1 << 16];
-            ssize_t n = ::read(from_, chunk, sizeof chunk);
-            if (n <= 0) std::abort();
-            buffer_.append(chunk, static_cast<size_t>(n));
-        }
-    }
-    double peakMegabytes() const { return zelmor::bench::peakMegabytes(pid_); }
-
-private:
-    pid_t pid_;
-    int to_, from_;
-    std::string buffer_;
-};
-
-std::string toolCall(int id, const std::string& name, const std::string& arguments) {
-    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"tools/call","params":{"name":")" + name +
-           R"(","arguments":)" + arguments + "}}";
-}
-
-} // namespace
 
 int main(int argc, char** argv) {
     if (argc < 3) {
@@ -135,12 +70,12 @@ int main(int argc, char** argv) {
     std::vector<double> startups;
     for (int i = 0; i < runs; ++i) {
         auto start = Clock::now();
-        Server fresh(binary, folder, home);
+        ServerProcess fresh(binary, folder, home);
         fresh.call(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{}})");
         startups.push_back(millisecondsSince(start));
     }
 
-    Server server(binary, folder, home);
+    ServerProcess server(binary, folder, home);
     server.call(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{}})");
     std::printf("| call | zelmor-mcp (ms) | ripgrep (ms) | ratio |\n|---|---:|---:|---:|\n");
     int id = 1;

@@ -1,11 +1,15 @@
 // qa_bench: how well a question finds the meeting that answers it, over a folder of meetings
 // and a file of questions with the meeting (and turns) that answer each, one JSON object a line:
 // {"question": ..., "meeting": file name, "relevant_turns": [[first, last], ...]}. Prints, for
-// the question ranking and for plain Okapi BM25 over the same tokens (the yardstick, computed
-// in the same run), Recall@1, Recall@5, mean reciprocal rank, the share of questions whose best
-// answer turn lies in the relevant turns, and the median time per question.
+// each way of asking, Recall@1, Recall@5, mean reciprocal rank, the share of questions whose
+// best answer turn (first snippet) lies in the relevant turns, and the median time per
+// question: the question ranking in-process, and plain Okapi BM25 over the same tokens (the
+// yardstick, computed in the same run); with SERVER, also a live zelmor-mcp --ask-tool asked
+// through ask_meetings (limit 20) and through search_meetings with the question's content words
+// (sort "relevance", limit 100), as an agent would.
 //
-//   qa_bench MEETINGS_FOLDER QUESTIONS_JSONL
+//   qa_bench MEETINGS_FOLDER QUESTIONS_JSONL [SERVER]
+#include "bench/driver/ServerProcess.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/QuestionRanking.h"
@@ -129,11 +133,34 @@ double since(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
+std::string fileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+/// The turn of the meeting a snippet ("**Speaker:** …text…") was cut from.
+std::optional<size_t> turnOf(const std::string& snippet, const TranscriptDocument& document) {
+    size_t label = snippet.find(":** ");
+    if (!snippet.starts_with("**") || label == std::string::npos) return std::nullopt;
+    std::string speaker = snippet.substr(2, label - 2), core = snippet.substr(label + 4);
+    const std::string ellipsis = "\u2026";
+    if (core.starts_with(ellipsis)) core.erase(0, ellipsis.size());
+    if (core.ends_with(ellipsis)) core.erase(core.size() - ellipsis.size());
+    for (size_t t = 0; t < document.turns.size(); ++t)
+        if (document.turns[t].speaker == speaker && document.turns[t].text.find(core) != std::string::npos) return t;
+    return std::nullopt;
+}
+
+/// The question's content words, as an agent would pass them to search_meetings.
+std::string contentWords(const std::string& question) {
+    std::string words;
+    for (const auto& word : QueryTokenizer::words(question))
+        if (QueryTokenizer::isContent(word)) words += (words.empty() ? "" : " ") + word.raw;
+    return words;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: qa_bench MEETINGS_FOLDER QUESTIONS_JSONL\n");
+    if (argc != 3 && argc != 4) {
+        std::fprintf(stderr, "usage: qa_bench MEETINGS_FOLDER QUESTIONS_JSONL [SERVER]\n");
         return 2;
     }
     std::vector<Meeting> meetings;
@@ -182,9 +209,47 @@ int main(int argc, char** argv) {
         for (size_t d : order) ranked.push_back(meetings[d].name);
         yardstick.add(ranked, question, std::nullopt, ms);
     }
+    Tally asked, searched;
+    double peak = 0;
+    if (argc == 4) {
+        char homeTemplate[] = "/tmp/zelmor-qa-home-XXXXXX";
+        std::string home = ::mkdtemp(homeTemplate);
+        std::map<std::string, const TranscriptDocument*> byName;
+        for (const auto& meeting : meetings) byName[meeting.name] = &meeting.document;
+        bench::ServerProcess server(argv[3], argv[1], home, {"--ask-tool"});
+        int id = 0;
+        for (const auto& question : questions) {
+            for (bool ask : {true, false}) {
+                nlohmann::json arguments = ask ? nlohmann::json{{"question", question.text}, {"limit", 20}}
+                                               : nlohmann::json{{"query", contentWords(question.text)},
+                                                                {"sort", "relevance"},
+                                                                {"limit", 100}};
+                start = Clock::now();
+                auto reply = nlohmann::json::parse(
+                    server.call(bench::toolCall(++id, ask ? "ask_meetings" : "search_meetings", arguments.dump())));
+                double ms = since(start);
+                std::vector<std::string> ranked;
+                std::optional<size_t> bestTurn;
+                for (const auto& row : reply["result"]["structuredContent"].value("meetings", nlohmann::json::array())) {
+                    ranked.push_back(fileName(row.value("path", "")));
+                    auto snippets = row.value("snippets", nlohmann::json::array());
+                    if (ranked.back() == question.meeting && !snippets.empty())
+                        bestTurn = turnOf(snippets[0].get<std::string>(), *byName[question.meeting]);
+                }
+                (ask ? asked : searched).add(ranked, question, bestTurn, ms);
+            }
+        }
+        peak = server.peakMegabytes();
+    }
+
     std::printf("| ranking                | R@1    | R@5    | MRR    | in turns | median ms |\n");
     std::printf("|---|---:|---:|---:|---:|---:|\n");
+    if (argc == 4) {
+        asked.print("ask_meetings (server)");
+        searched.print("search_meetings, words");
+    }
     ranking.print("QuestionRanking::rank");
     yardstick.print("BM25 (indexed once)");
+    if (argc == 4) std::printf("\nserver peak memory: %.1f MB\n", peak);
     return 0;
 }
