@@ -37,7 +37,7 @@ constexpr double titleWeight = 2.0;
 constexpr size_t maxAnswerTurns = 3;
 constexpr size_t snippetContext = 90;
 /// How many turns before and after a turn count as its neighbourhood when finding the answer.
-constexpr size_t answerReach = 3;
+constexpr size_t answerReach = 6;
 constexpr unsigned maxWorkers = 8;
 
 /// Words that say what kind of answer is wanted rather than what it is about.
@@ -262,20 +262,22 @@ std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, s
         if (found.named) hit.relevance += namedSpeakerBonus;
         if (hit.matchedKeywords.empty() && !(found.named && question.keywords.empty())) continue;
 
-        // The answer lies where the question's weight gathers: each turn by the weight of the
-        // distinct keywords that it and the turns about it hold (an answer is a stretch of
-        // talk), its own keywords counting double; a named speaker's turn first among equals.
+        // The answer lies where the question's weight gathers: each turn by the weight of its
+        // own keywords plus that of every turn about it (an answer is a stretch of talk where
+        // the question's words keep coming back); a named speaker's turn first among equals.
+        std::vector<double> own;
+        for (const auto& turn : found.turns) {
+            double weight = 0;
+            for (size_t k : turn.keywords) weight += weights[k];
+            own.push_back(weight);
+        }
         std::vector<std::pair<double, size_t>> turnScores;
         for (size_t i = 0; i < found.turns.size(); ++i) {
             const auto& turn = found.turns[i];
-            double score = turn.byNamed ? 0.5 : 0;
-            std::set<size_t> near;
-            for (size_t j = i; j-- > 0 && found.turns[j].index + answerReach >= turn.index;)
-                near.insert(found.turns[j].keywords.begin(), found.turns[j].keywords.end());
+            double score = (turn.byNamed ? 0.5 : 0) + own[i];
+            for (size_t j = i; j-- > 0 && found.turns[j].index + answerReach >= turn.index;) score += own[j];
             for (size_t j = i; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach; ++j)
-                near.insert(found.turns[j].keywords.begin(), found.turns[j].keywords.end());
-            for (size_t k : near) score += weights[k];
-            for (size_t k : turn.keywords) score += weights[k];
+                score += own[j];
             turnScores.emplace_back(score, turn.index);
         }
         std::stable_sort(turnScores.begin(), turnScores.end(),
