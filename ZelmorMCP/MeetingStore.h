@@ -14,6 +14,8 @@
 
 namespace zelmor {
 
+struct AnswerScope;
+
 /// Every call reads the disk afresh; the store keeps nothing between calls.
 struct MeetingStore {
     /// One transcript of the folder.
@@ -151,6 +153,10 @@ struct MeetingStore {
     /// The participant directory of meetings given newest first; `participants()` is this over
     /// the folder's scan.
     static std::vector<ParticipantSummary> participantsOf(const std::vector<Meeting>& meetings);
+
+    /// The meetings a scope admits, in their order and cut to its `lastN`, as `AnswerScope::apply`
+    /// takes them, without copying any.
+    static std::vector<const Meeting*> admitted(const std::vector<Meeting>& meetings, const AnswerScope& scope);
 
     /// True for "Speaker " followed by one or more numeric characters.
     static bool isGenericSpeakerLabel(std::string_view name);

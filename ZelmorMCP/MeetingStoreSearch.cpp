@@ -74,6 +74,16 @@ std::vector<std::string> snippetsOf(const std::string& path, const std::vector<s
 
 } // namespace
 
+std::vector<const MeetingStore::Meeting*> MeetingStore::admitted(const std::vector<Meeting>& meetings,
+                                                                 const AnswerScope& scope) {
+    std::vector<const Meeting*> kept;
+    for (const auto& meeting : meetings) {
+        if (scope.lastN && static_cast<long long>(kept.size()) >= *scope.lastN) break;
+        if (scope.admits(meeting.path, meeting.doc)) kept.push_back(&meeting);
+    }
+    return kept;
+}
+
 MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) const {
     const auto terms = RankedTranscriptSearch::terms(filters.query);
     const long long appliedOffset = std::max(filters.offset, 0LL);

@@ -257,13 +257,8 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
     AnswerScope scope = parsed.scope.merging(filters);
     const long long limit = std::clamp(integerArgument(arguments, "limit").value_or(5), 1LL, 20LL);
 
-    // The scope as `AnswerScope::apply` reads it, over the meetings in place.
     const auto meetings = store.scan();
-    std::vector<const MeetingStore::Meeting*> admitted;
-    for (const auto& meeting : meetings) {
-        if (scope.lastN && static_cast<long long>(admitted.size()) >= *scope.lastN) break;
-        if (scope.admits(meeting.path, meeting.doc)) admitted.push_back(&meeting);
-    }
+    const auto admitted = MeetingStore::admitted(meetings, scope);
     std::vector<const TranscriptDocument*> documents;
     for (const auto* meeting : admitted) documents.push_back(&meeting->doc);
     auto hits = QuestionRanking::rank(documents, parsed.strippedQuestion);

@@ -93,10 +93,7 @@ struct Answer {
 Answer answer(const std::vector<MeetingStore::Meeting>& meetings, const AnswerScope& scope, const std::string& question,
               const std::optional<SpeakerIdentity>& user) {
     Answer result;
-    for (const auto& meeting : meetings) {
-        if (scope.lastN && static_cast<long long>(result.scanned.size()) >= *scope.lastN) break;
-        if (scope.admits(meeting.path, meeting.doc)) result.scanned.push_back(&meeting);
-    }
+    result.scanned = MeetingStore::admitted(meetings, scope);
     std::vector<const TranscriptDocument*> documents;
     for (const auto* meeting : result.scanned) documents.push_back(&meeting->doc);
     result.hits = QuestionRanking::rank(documents, question);
