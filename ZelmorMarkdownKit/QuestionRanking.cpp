@@ -88,6 +88,8 @@ std::set<char> loneCapitals(std::string_view question) {
 
 struct Question {
     std::vector<std::string> keywords;
+    /// Each keyword's position in `keywords`.
+    std::map<std::string, size_t, std::less<>> index;
     /// One normalised form of each keyword as the question writes it.
     std::vector<std::string> written;
     /// Keyword indexes of adjacent keywords in the question, in order.
@@ -99,7 +101,7 @@ struct Question {
 Question parse(std::string_view text) {
     Question question;
     auto words = QueryTokenizer::words(text);
-    std::map<std::string, size_t, std::less<>> index;
+    auto& index = question.index;
     std::optional<size_t> previous;
     for (const auto& word : words) {
         if (!QueryTokenizer::isContent(word) || word.stem.empty() || wordingStems().contains(word.stem)) continue;
@@ -146,8 +148,7 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
     Evidence found;
     found.counts.assign(question.keywords.size(), 0);
     found.namedCounts.assign(question.keywords.size(), 0);
-    std::map<std::string, size_t, std::less<>> keywordIndex;
-    for (size_t k = 0; k < question.keywords.size(); ++k) keywordIndex.emplace(question.keywords[k], k);
+    const auto& keywordIndex = question.index;
 
     std::set<std::string> namedSpeakers;
     std::set<std::string> speakers(document.participants.begin(), document.participants.end());
