@@ -1,14 +1,20 @@
-// Each document is tokenized once per field; every keyword's evidence is counted over those
-// tokens, so the cost is one pass over the folder's words plus a count per keyword.
+// Each document is tokenized once per field, on all cores, into the positions of the question's
+// stems; every keyword's evidence is counted over those, so the cost is one pass over the
+// folder's words plus a count per keyword.
 #include "ZelmorMarkdownKit/AnswerRanking.h"
 
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/Participation.h"
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/SpeakerIdentity.h"
+#include "ZelmorMarkdownKit/Workers.h"
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
+#include <functional>
+#include <map>
+#include <mutex>
 #include <set>
 
 namespace zelmor::RankedTranscriptSearch {
@@ -16,6 +22,9 @@ namespace zelmor::RankedTranscriptSearch {
 namespace {
 
 using Tokens = std::vector<std::string>;
+/// Words as the position of their stem among the question's stems, -1 for any other stem: a
+/// keyword's stems stand in a field exactly where their positions do.
+using StemIDs = std::vector<int>;
 
 constexpr size_t snippetContext = 90;
 constexpr size_t maximumSnippets = 3;
@@ -25,18 +34,50 @@ std::vector<const std::string*> bodyTexts(const TranscriptDocument& document) {
     return {&document.notes, &document.summary, &document.actionItems, &document.keyMoments};
 }
 
-struct FieldTokens {
-    Tokens title;
-    std::vector<Tokens> participants;
-    std::vector<Tokens> turns;
-    std::vector<Tokens> bodies;
+/// The distinct stems of the question's keywords, and each keyword as their positions.
+struct KeywordStems {
+    std::map<std::string, int, std::less<>> ids;
+    std::vector<StemIDs> keywords;
 
-    explicit FieldTokens(const TranscriptDocument& document) : title(QueryTokenizer::tokens(document.title)) {
-        for (const auto& name : document.participants) participants.push_back(QueryTokenizer::tokens(name));
-        for (const auto& turn : document.turns) turns.push_back(QueryTokenizer::tokens(turn.text));
-        for (const std::string* body : bodyTexts(document)) bodies.push_back(QueryTokenizer::tokens(*body));
+    explicit KeywordStems(const std::vector<Tokens>& stemsOfKeywords) {
+        for (const auto& stems : stemsOfKeywords) {
+            StemIDs keyword;
+            for (const auto& stem : stems)
+                keyword.push_back(ids.emplace(stem, static_cast<int>(ids.size())).first->second);
+            keywords.push_back(std::move(keyword));
+        }
+    }
+
+    QueryTokenizer::WordCache cache() const {
+        return QueryTokenizer::WordCache([this](const QueryTokenizer::Word& word) {
+            auto found = ids.find(word.stem);
+            return found == ids.end() ? -1 : found->second;
+        });
     }
 };
+
+struct FieldTokens {
+    StemIDs title;
+    std::vector<StemIDs> participants;
+    std::vector<StemIDs> turns;
+    std::vector<StemIDs> bodies;
+
+    FieldTokens(const TranscriptDocument& document, QueryTokenizer::WordCache& cache) : title(cache.tags(document.title)) {
+        for (const auto& name : document.participants) participants.push_back(cache.tags(name));
+        for (const auto& turn : document.turns) turns.push_back(cache.tags(turn.text));
+        for (const std::string* body : bodyTexts(document)) bodies.push_back(cache.tags(*body));
+    }
+};
+
+/// How often the keyword stands in the field, overlaps included.
+size_t count(const StemIDs& keyword, const StemIDs& field) {
+    if (keyword.empty() || keyword.size() > field.size()) return 0;
+    size_t found = 0;
+    for (auto at = field.begin(); at + static_cast<std::ptrdiff_t>(keyword.size()) <= field.end(); ++at)
+        found += std::equal(keyword.begin(), keyword.end(), at);
+    return found;
+}
+
 
 struct TermEvidence {
     double tf = 0;
@@ -46,23 +87,23 @@ struct TermEvidence {
     bool participantHit = false;
 };
 
-TermEvidence evidenceOf(const Tokens& stems, const FieldTokens& fields) {
+TermEvidence evidenceOf(const StemIDs& stems, const FieldTokens& fields) {
     TermEvidence found;
     for (size_t i = 0; i < fields.turns.size(); ++i) {
-        if (size_t c = QueryTokenizer::count(stems, fields.turns[i])) {
+        if (size_t c = count(stems, fields.turns[i])) {
             found.turnIndexes.push_back(i);
             found.tf += static_cast<double>(c);
         }
     }
     for (size_t j = 0; j < fields.bodies.size(); ++j) {
-        if (size_t c = QueryTokenizer::count(stems, fields.bodies[j])) {
+        if (size_t c = count(stems, fields.bodies[j])) {
             found.bodyIndexes.push_back(j);
             found.tf += static_cast<double>(c);
         }
     }
-    size_t inTitle = QueryTokenizer::count(stems, fields.title);
+    size_t inTitle = count(stems, fields.title);
     size_t inParticipants = 0;
-    for (const auto& name : fields.participants) inParticipants += QueryTokenizer::count(stems, name);
+    for (const auto& name : fields.participants) inParticipants += count(stems, name);
     found.titleHit = inTitle > 0;
     found.participantHit = inParticipants > 0;
     found.tf += titleTermWeight * static_cast<double>(inTitle) + participantTermWeight * static_cast<double>(inParticipants);
@@ -152,15 +193,24 @@ std::vector<detail::RankedIndex> detail::answerRank(const std::vector<const Tran
     for (const auto& keyword : QueryTokenizer::keywords(question)) keywords.push_back(splitStems(keyword));
     if (keywords.empty()) return {};
 
-    // evidence[d][q]: keyword q in document d.
-    std::vector<std::vector<TermEvidence>> evidence;
-    evidence.reserve(documents.size());
-    for (const TranscriptDocument* document : documents) {
-        FieldTokens fields(*document);
-        std::vector<TermEvidence> perKeyword;
-        for (const auto& stems : keywords) perKeyword.push_back(evidenceOf(stems, fields));
-        evidence.push_back(std::move(perKeyword));
-    }
+    // evidence[d][q]: keyword q in document d. Each thread fills only its own documents' slots
+    // and reads with its own word cache.
+    const KeywordStems stems(keywords);
+    std::vector<std::vector<TermEvidence>> evidence(documents.size());
+    const unsigned workers = Workers::count(0, documents.size());
+    std::vector<QueryTokenizer::WordCache> caches(workers, stems.cache());
+    std::exception_ptr failure;
+    std::mutex failureLock;
+    Workers::forEachIndex(documents.size(), workers, [&](size_t d, unsigned worker) {
+        try {
+            FieldTokens fields(*documents[d], caches[worker]);
+            for (const auto& keyword : stems.keywords) evidence[d].push_back(evidenceOf(keyword, fields));
+        } catch (...) {
+            std::lock_guard<std::mutex> hold(failureLock);
+            if (!failure) failure = std::current_exception();
+        }
+    });
+    if (failure) std::rethrow_exception(failure);
 
     const double n = static_cast<double>(documents.size());
     std::vector<double> weights;

@@ -14,9 +14,12 @@
 #include <unicode/regex.h>
 #include <unicode/uchar.h>
 
+#include <array>
 #include <cstdio>
+#include <cstring>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace zelmor::QueryTokenizer {
 
@@ -82,10 +85,10 @@ size_t characters(std::string_view text) {
     return isASCII(text) ? text.size() : ICUText::characterCount(text);
 }
 
-bool isASCIILetter(char c) {
+constexpr bool isASCIILetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
-bool isASCIIDigit(char c) {
+constexpr bool isASCIIDigit(char c) {
     return c >= '0' && c <= '9';
 }
 char lowerASCII(char c) {
@@ -129,19 +132,32 @@ bool startsWithIgnoringASCIICase(std::string_view text, size_t at, std::string_v
 
 /// Whether the text holds a piece that every match of the pattern must hold. No character
 /// outside ASCII matches "o", "n", "e", "t" or a digit under case-insensitive matching, so a
-/// byte-wise test misses nothing, and it keeps the regex off most texts with "one" in them.
+/// byte-wise test misses nothing, and it keeps the regex off most texts with "one" in them. A
+/// match starts at a word boundary, so only places after a byte that is not an ASCII word
+/// character are looked at.
 bool mayHoldOneOnOne(std::string_view text) {
+    static constexpr auto wordBytes = [] {
+        std::array<bool, 256> table{};
+        for (int c = 0; c < 256; ++c)
+            table[static_cast<size_t>(c)] = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+        return table;
+    }();
+    bool afterWordByte = false;
     for (size_t i = 0; i < text.size(); ++i) {
-        char c = lowerASCII(text[i]);
-        if (c == '1') {
-            if (startsWithIgnoringASCIICase(text, i, "1:1") || startsWithIgnoringASCIICase(text, i, "1-1") ||
-                startsWithIgnoringASCIICase(text, i, "1 on 1"))
-                return true;
-        } else if (c == 'o' && startsWithIgnoringASCIICase(text, i, "one")) {
-            for (std::string_view rest : {"one on", "one-on", "one to", "one-to"}) {
-                if (startsWithIgnoringASCIICase(text, i, rest)) return true;
+        const char c = text[i];
+        const bool wordByte = wordBytes[static_cast<unsigned char>(c)];
+        if (wordByte && !afterWordByte && (c == '1' || c == 'o' || c == 'O')) {
+            if (c == '1') {
+                if (startsWithIgnoringASCIICase(text, i, "1:1") || startsWithIgnoringASCIICase(text, i, "1-1") ||
+                    startsWithIgnoringASCIICase(text, i, "1 on 1"))
+                    return true;
+            } else if ((c == 'o' || c == 'O') && startsWithIgnoringASCIICase(text, i, "one")) {
+                for (std::string_view rest : {"one on", "one-on", "one to", "one-to"}) {
+                    if (startsWithIgnoringASCIICase(text, i, rest)) return true;
+                }
             }
         }
+        afterWordByte = wordByte;
     }
     return false;
 }
@@ -213,28 +229,34 @@ void appendWord(std::vector<Word>& words, std::string_view segment, TextRange ra
 
 enum class ASCIIClass { letter, digit, underscore, midLetterOrNumber, midNumber, other };
 
-ASCIIClass classify(char c) {
-    if (isASCIILetter(c)) return ASCIIClass::letter;
-    if (isASCIIDigit(c)) return ASCIIClass::digit;
-    switch (c) {
-    case '_':
-        return ASCIIClass::underscore;
-    case '.':
-    case '\'':
-        return ASCIIClass::midLetterOrNumber;
-    case ',':
-    case ';':
-        return ASCIIClass::midNumber;
-    default:
-        return ASCIIClass::other;
+constexpr auto asciiClasses = [] {
+    std::array<ASCIIClass, 256> table{};
+    table.fill(ASCIIClass::other);
+    for (int c = 0; c < 256; ++c) {
+        auto byte = static_cast<size_t>(c);
+        if (isASCIILetter(static_cast<char>(c)))
+            table[byte] = ASCIIClass::letter;
+        else if (isASCIIDigit(static_cast<char>(c)))
+            table[byte] = ASCIIClass::digit;
     }
-}
+    table['_'] = ASCIIClass::underscore;
+    table['.'] = table['\''] = ASCIIClass::midLetterOrNumber;
+    table[','] = table[';'] = ASCIIClass::midNumber;
+    return table;
+}();
+
+ASCIIClass classify(char c) { return asciiClasses[static_cast<unsigned char>(c)]; }
 
 /// Unicode word segmentation restricted to ASCII, as ICU's root rules apply it: letters, digits
 /// and "_" join; "." and "'" join letter to letter and digit to digit; "," and ";" join digit to
 /// digit; ICU does not treat ":" as joining letters. Only segments that can hold a letter or
-/// digit are reported.
-template <typename Visit> void forEachASCIISegment(std::string_view text, Visit&& visit) {
+/// digit are reported. `oneOnOneStart` is set when "1" or "one" in any case follows a byte that
+/// is not a word character (a segment's start, or just after a joining mark), the only places where a
+/// one-on-one spelling can begin.
+template <typename Visit> void forEachASCIISegment(std::string_view text, bool& oneOnOneStart, Visit&& visit) {
+    auto mayStartOneOnOne = [&](size_t at) {
+        return text[at] == '1' || startsWithIgnoringASCIICase(text, at, "one");
+    };
     size_t i = 0;
     while (i < text.size()) {
         ASCIIClass kind = classify(text[i]);
@@ -242,6 +264,7 @@ template <typename Visit> void forEachASCIISegment(std::string_view text, Visit&
             ++i;
             continue;
         }
+        oneOnOneStart = oneOnOneStart || mayStartOneOnOne(i);
         size_t start = i++;
         while (i < text.size()) {
             ASCIIClass next = classify(text[i]);
@@ -256,6 +279,7 @@ template <typename Visit> void forEachASCIISegment(std::string_view text, Visit&
                 (next == ASCIIClass::midLetterOrNumber && after == kind) ||
                 (next == ASCIIClass::midNumber && kind == ASCIIClass::digit && after == ASCIIClass::digit);
             if (!joins) break;
+            oneOnOneStart = oneOnOneStart || mayStartOneOnOne(i + 1);
             kind = after;
             i += 2;
         }
@@ -263,25 +287,52 @@ template <typename Visit> void forEachASCIISegment(std::string_view text, Visit&
     }
 }
 
-std::vector<Word> asciiWords(std::string_view text) {
-    std::vector<Word> words;
+/// The segments of an ASCII text, gathered in `segments` before any is visited: only when a
+/// one-on-one spelling may begin is the text looked at again for one. Its shadow is ASCII of the
+/// same length, so offsets carry over unchanged.
+template <typename Visit>
+void forEachASCIISegmentOf(std::string_view text, std::vector<TextRange>& segments, Visit&& visit) {
+    segments.clear();
+    bool oneOnOneStart = false;
+    forEachASCIISegment(text, oneOnOneStart, [&](size_t start, size_t end) { segments.push_back({start, end}); });
     std::optional<Shadow> shadow;
-    std::string shadowText;
-    std::string_view working = text;
-    if (mayHoldOneOnOne(text)) {
+    if (oneOnOneStart && mayHoldOneOnOne(text))
         shadow = shadowOf(text, icu::UnicodeString::fromUTF8(
                                     icu::StringPiece(text.data(), static_cast<int32_t>(text.size()))));
-        // An ASCII text's shadow is ASCII of the same length, so offsets carry over unchanged.
-        if (shadow) working = shadow->units.toUTF8String(shadowText);
+    if (!shadow) {
+        for (const TextRange& segment : segments) visit(text.substr(segment.start, segment.end - segment.start), segment);
+        return;
     }
-    forEachASCIISegment(working, [&](size_t start, size_t end) {
-        size_t inputEnd =
-            shadow
-                ? static_cast<size_t>(shadow->wordEnd(static_cast<int32_t>(start), static_cast<int32_t>(end)))
-                : end;
-        appendWord(words, working.substr(start, end - start), TextRange{start, inputEnd});
+    std::string working;
+    shadow->units.toUTF8String(working);
+    bool ignored = false;
+    forEachASCIISegment(working, ignored, [&](size_t start, size_t end) {
+        size_t inputEnd = static_cast<size_t>(shadow->wordEnd(static_cast<int32_t>(start), static_cast<int32_t>(end)));
+        visit(std::string_view(working).substr(start, end - start), TextRange{start, inputEnd});
     });
-    return words;
+}
+
+void forEachSegmentUsingICU(std::string_view text, const SegmentVisitor& visit) {
+    Utf16Text input(text);
+    std::optional<Shadow> shadow = shadowOf(text, input.units);
+    const icu::UnicodeString& working = shadow ? shadow->units : input.units;
+    auto breaks = wordBreaks();
+    breaks->setText(working);
+    std::string segment;
+    int32_t start = breaks->first();
+    for (int32_t end = breaks->next(); end != icu::BreakIterator::DONE; start = end, end = breaks->next()) {
+        segment.clear();
+        working.tempSubStringBetween(start, end).toUTF8String(segment);
+        int32_t inputEnd = shadow ? shadow->wordEnd(start, end) : end;
+        visit(segment, TextRange{input.byteOffsets[static_cast<size_t>(start)],
+                                 input.byteOffsets[static_cast<size_t>(inputEnd)]});
+    }
+}
+
+std::vector<Word> collectWords(std::string_view text, void (*segments)(std::string_view, const SegmentVisitor&)) {
+    std::vector<Word> found;
+    segments(text, [&](std::string_view segment, TextRange range) { appendWord(found, segment, range); });
+    return found;
 }
 
 std::string normalizeASCII(std::string_view word) {
@@ -388,29 +439,85 @@ std::optional<std::string> oneOnOneShadow(std::string_view text) {
     return out;
 }
 
-std::vector<Word> words(std::string_view text) {
-    if (isASCII(text)) return asciiWords(text);
-    return detail::wordsUsingICU(text);
+void forEachSegment(std::string_view text, const SegmentVisitor& visit) {
+    std::vector<TextRange> segments;
+    if (isASCII(text))
+        forEachASCIISegmentOf(text, segments, visit);
+    else
+        forEachSegmentUsingICU(text, visit);
 }
 
+std::vector<Word> words(std::string_view text) { return collectWords(text, forEachSegment); }
+
 std::vector<Word> detail::wordsUsingICU(std::string_view text) {
-    std::vector<Word> found;
-    Utf16Text input(text);
-    std::optional<Shadow> shadow = shadowOf(text, input.units);
-    const icu::UnicodeString& working = shadow ? shadow->units : input.units;
-    auto breaks = wordBreaks();
-    breaks->setText(working);
-    std::string segment;
-    int32_t start = breaks->first();
-    for (int32_t end = breaks->next(); end != icu::BreakIterator::DONE; start = end, end = breaks->next()) {
-        segment.clear();
-        working.tempSubStringBetween(start, end).toUTF8String(segment);
-        int32_t inputEnd = shadow ? shadow->wordEnd(start, end) : end;
-        appendWord(found, segment,
-                   TextRange{input.byteOffsets[static_cast<size_t>(start)],
-                             input.byteOffsets[static_cast<size_t>(inputEnd)]});
+    return collectWords(text, forEachSegmentUsingICU);
+}
+
+WordCache::WordCache(Tagger tag) : tag_(std::move(tag)), slots_(1024) {}
+
+const std::vector<int>& WordCache::tags(std::string_view text) {
+    tags_.clear();
+    auto add = [&](std::string_view segment, TextRange) {
+        if (int32_t tag = tagOf(segment); tag != notAWord) tags_.push_back(tag);
+    };
+    if (isASCII(text))
+        forEachASCIISegmentOf(text, segments_, add);
+    else
+        forEachSegmentUsingICU(text, add);
+    return tags_;
+}
+
+namespace {
+/// FNV-1a over the padded key, eight bytes at a time: short words hash in three steps.
+size_t slotHash(const char (&key)[24]) {
+    uint64_t hash = 14695981039346656037ull;
+    for (size_t at = 0; at < 24; at += 8) {
+        uint64_t part;
+        std::memcpy(&part, key + at, 8);
+        hash = (hash ^ part) * 1099511628211ull;
     }
-    return found;
+    return static_cast<size_t>(hash ^ (hash >> 29));
+}
+} // namespace
+
+int32_t WordCache::tagOf(std::string_view segment) {
+    if (segment.size() > inlineLength) {
+        auto found = long_.find(std::string(segment));
+        return found != long_.end() ? found->second : long_.emplace(segment, tagOfNew(segment)).first->second;
+    }
+    char key[inlineLength] = {};
+    std::memcpy(key, segment.data(), segment.size());
+    const size_t mask = slots_.size() - 1;
+    for (size_t i = slotHash(key) & mask;; i = (i + 1) & mask) {
+        Slot& slot = slots_[i];
+        if (slot.length == segment.size() && std::memcmp(slot.key, key, inlineLength) == 0) return slot.tag;
+        if (slot.length == 0) {
+            std::memcpy(slot.key, key, inlineLength);
+            slot.tag = tagOfNew(segment);
+            slot.length = static_cast<uint32_t>(segment.size());
+            int32_t tag = slot.tag;
+            if (++used_ * 2 > slots_.size()) grow();
+            return tag;
+        }
+    }
+}
+
+int32_t WordCache::tagOfNew(std::string_view segment) {
+    std::vector<Word> made;
+    appendWord(made, segment, {});
+    return made.empty() ? notAWord : tag_(made.front());
+}
+
+void WordCache::grow() {
+    std::vector<Slot> old(slots_.size() * 2);
+    old.swap(slots_);
+    const size_t mask = slots_.size() - 1;
+    for (const Slot& slot : old) {
+        if (slot.length == 0) continue;
+        size_t i = slotHash(slot.key) & mask;
+        while (slots_[i].length != 0) i = (i + 1) & mask;
+        slots_[i] = slot;
+    }
 }
 
 std::vector<std::string> tokens(std::string_view text) {

@@ -4,6 +4,8 @@
 
 #include "ZelmorMarkdownKit/TextRange.h"
 
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -51,6 +53,47 @@ std::optional<std::string> oneOnOneShadow(std::string_view text);
 
 /// Every word of two or more characters, in text order.
 std::vector<Word> words(std::string_view text);
+
+/// Called with a stretch of text that `words` reads as one word, before normalising (a one-on-one
+/// spelling already replaced), and where it stands in the caller's text.
+using SegmentVisitor = std::function<void(std::string_view segment, TextRange range)>;
+
+/// Every segment of the text in order, those too short to be words included.
+void forEachSegment(std::string_view text, const SegmentVisitor& visit);
+
+/// The words of many texts read by one thread, as tags its owner gives them: each distinct
+/// spelling is normalised, stemmed and tagged once, so that a long text costs a lookup per word.
+/// Not to be shared between threads.
+class WordCache {
+public:
+    using Tagger = std::function<int(const Word& word)>;
+
+    explicit WordCache(Tagger tag);
+    /// The tag of each word of `words(text)`, in order; valid until the next call.
+    const std::vector<int>& tags(std::string_view text);
+
+private:
+    /// Spellings up to this many bytes are held in the table itself, zero-padded, with no
+    /// allocation; longer ones (rare) go to a map.
+    static constexpr size_t inlineLength = 24;
+    struct Slot {
+        char key[inlineLength] = {};
+        int32_t tag = 0;
+        uint32_t length = 0; // 0: empty
+    };
+    static constexpr int32_t notAWord = INT32_MIN;
+
+    int32_t tagOf(std::string_view segment);
+    int32_t tagOfNew(std::string_view segment);
+    void grow();
+
+    Tagger tag_;
+    std::vector<Slot> slots_;
+    size_t used_ = 0;
+    std::unordered_map<std::string, int32_t> long_;
+    std::vector<int> tags_;
+    std::vector<TextRange> segments_;
+};
 
 /// The stems of `words(text)`, stop words included.
 std::vector<std::string> tokens(std::string_view text);

@@ -7,16 +7,15 @@
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/Workers.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cctype>
 #include <cmath>
 #include <functional>
 #include <map>
 #include <optional>
 #include <set>
-#include <thread>
 
 namespace zelmor::QuestionRanking {
 
@@ -38,7 +37,6 @@ constexpr size_t maxAnswerTurns = 3;
 constexpr size_t snippetContext = 90;
 /// How many turns before and after a turn count as its neighbourhood when finding the answer.
 constexpr size_t answerReach = 6;
-constexpr unsigned maxWorkers = 8;
 
 /// Words that say what kind of answer is wanted rather than what it is about.
 const std::set<std::string, std::less<>>& wordingStems() {
@@ -144,7 +142,19 @@ bool names(const Question& question, const std::string& speaker) {
     return !words.empty() && question.spaced.find(spacedWords(words)) != std::string::npos;
 }
 
-Evidence evidenceOf(const TranscriptDocument& document, const Question& question) {
+constexpr int notContent = -2;
+constexpr int notKeyword = -1;
+
+/// A word cache that tags each word with its keyword's position, `notKeyword` or `notContent`.
+QueryTokenizer::WordCache keywordCache(const Question& question) {
+    return QueryTokenizer::WordCache([&question](const QueryTokenizer::Word& word) {
+        if (!QueryTokenizer::isContent(word)) return notContent;
+        auto keyword = question.index.find(word.stem);
+        return keyword == question.index.end() ? notKeyword : static_cast<int>(keyword->second);
+    });
+}
+
+Evidence evidenceOf(const TranscriptDocument& document, const Question& question, QueryTokenizer::WordCache& cache) {
     Evidence found;
     found.counts.assign(question.keywords.size(), 0);
     found.namedCounts.assign(question.keywords.size(), 0);
@@ -174,15 +184,14 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
         std::vector<size_t> held;
         constexpr size_t none = static_cast<size_t>(-1);
         size_t previous = none; // the keyword just before, when the word before was one
-        for (const auto& word : QueryTokenizer::words(turn.text)) {
-            if (!QueryTokenizer::isContent(word)) continue;
+        for (int tag : cache.tags(turn.text)) {
             found.length += 1;
-            auto keyword = keywordIndex.find(word.stem);
-            if (keyword == keywordIndex.end()) {
+            if (tag == notContent) continue;
+            if (tag == notKeyword) {
                 previous = none;
                 continue;
             }
-            size_t k = keyword->second;
+            size_t k = static_cast<size_t>(tag);
             found.counts[k] += 1;
             if (byNamed) found.namedCounts[k] += 1;
             if (previous != none && question.pairs.contains({previous, k})) found.pairCounts[{previous, k}] += 1;
@@ -194,23 +203,7 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
     return found;
 }
 
-/// Runs `work(i)` for every i below `count`, on up to `workers` threads.
-void forEach(size_t count, unsigned workers, const std::function<void(size_t)>& work) {
-    unsigned threads = workers != 0 ? workers : std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
-    threads = static_cast<unsigned>(std::max<size_t>(1, std::min<size_t>(threads, count)));
-    std::atomic<size_t> next{0};
-    auto run = [&] {
-        for (size_t i = next++; i < count; i = next++) work(i);
-    };
-    std::vector<std::thread> pool;
-    try {
-        for (unsigned k = 1; k < threads; ++k) pool.emplace_back(run);
-    } catch (...) {
-        // Fewer threads than asked: those started and this one share the rest.
-    }
-    run();
-    for (auto& thread : pool) thread.join();
-}
+
 
 } // namespace
 
@@ -221,11 +214,13 @@ std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, s
     const Question question = parse(questionText);
     if (documents.empty()) return {};
     std::vector<Evidence> evidence(documents.size());
-    // Each thread writes only its own meetings' slots; a meeting that cannot be read whole
-    // (out of memory) counts as holding nothing.
-    forEach(documents.size(), options.workers, [&](size_t d) {
+    const unsigned workers = Workers::count(options.workers, documents.size());
+    std::vector<QueryTokenizer::WordCache> caches(workers, keywordCache(question));
+    // Each thread writes only its own meetings' slots and uses only its own cache; a meeting that
+    // cannot be read whole (out of memory) counts as holding nothing.
+    Workers::forEachIndex(documents.size(), workers, [&](size_t d, unsigned worker) {
         try {
-            evidence[d] = evidenceOf(*documents[d], question);
+            evidence[d] = evidenceOf(*documents[d], question, caches[worker]);
         } catch (...) {
         }
     });

@@ -1,10 +1,12 @@
 // Splits arbitrary bytes into a query and a transcript (at the first NUL) and runs the keyword
 // search on them: the query's terms, the match of the parsed transcript (and, for UTF-8 input as
-// the store gives it, the snippet-free scoring and raw-text needles held to it), and excerpts.
+// the store gives it, the snippet-free scoring and raw-text needles held to it), the tokenizer's
+// ASCII path against ICU's and its word cache against its words, and excerpts.
 // Text that does not parse as a transcript fills every searched field of a document instead.
 #include "FuzzInput.h"
 
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/UTF8.h"
@@ -75,6 +77,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         } else {
             require(!plain, "a term that folds to nothing matches nothing");
         }
+    }
+    // The tokenizer's ASCII fast path must segment as ICU does, and the word cache the rankings
+    // read with must see the same words.
+    if (validInput) {
+        namespace QT = zelmor::QueryTokenizer;
+        auto words = QT::words(text);
+        if (zelmor::UTF8::firstNonASCII(text) == text.size()) require(words == QT::detail::wordsUsingICU(text), "ASCII words are ICU's words");
+        std::vector<std::string> stems;
+        QT::WordCache cache([&](const QT::Word& word) {
+            stems.push_back(word.stem);
+            return static_cast<int>(stems.size() - 1);
+        });
+        cache.tags(query);
+        const auto& tags = cache.tags(text);
+        require(tags.size() == words.size(), "the cache sees every word");
+        for (size_t i = 0; i < tags.size() && i < words.size(); ++i)
+            require(stems.at(static_cast<size_t>(tags[i])) == words[i].stem, "the cache stems as the tokenizer does");
     }
     auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
     require(hits.size() <= 1, "one document ranks at most once");

@@ -3,7 +3,9 @@
 #include "bench/driver/ScanBench.h"
 
 #include "ZelmorMCP/MeetingStore.h"
+#include "ZelmorMarkdownKit/AnswerRanking.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/QuestionRanking.h"
 #include "bench/driver/BenchTiming.h"
 
 #include <cstdio>
@@ -16,6 +18,9 @@
 namespace zelmor::bench {
 
 namespace {
+
+/// A question of the kind people ask, with the corpus's rare word in it.
+constexpr std::string_view question = "What did we decide about the zeppelin budget and the launch plan?";
 
 struct Operation {
     const char* label;
@@ -51,6 +56,22 @@ const std::vector<Operation>& operations() {
                      return file.header.turns.size();
                  })
                  .size();
+         }},
+        // A question over the whole history: every meeting read, parsed and ranked, as
+        // ask_meetings does without a time phrase (and the kit's answer ranking beside it).
+        {"scan() + QuestionRanking::rank (a question)",
+         [](const MeetingStore& store) {
+             auto meetings = store.scan();
+             std::vector<const TranscriptDocument*> documents;
+             for (const auto& meeting : meetings) documents.push_back(&meeting.doc);
+             return QuestionRanking::rank(documents, question).size();
+         }},
+        {"scan() + answerRank (a question)",
+         [](const MeetingStore& store) {
+             auto meetings = store.scan();
+             std::vector<const TranscriptDocument*> documents;
+             for (const auto& meeting : meetings) documents.push_back(&meeting.doc);
+             return RankedTranscriptSearch::detail::answerRank(documents, question, {}).size();
          }},
     };
     return list;

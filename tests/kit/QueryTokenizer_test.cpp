@@ -118,8 +118,29 @@ TEST(QueryTokenizerWordsTest, ASCIIFastPathSegmentsAsICUDoes) {
         "a.b.c. 1.2.3",
         "re-org/plan#2 $5.00 50%",
     };
-    for (const auto& sample : samples)
+    // The word cache, kept across samples as a ranking keeps it across meetings, must tag the
+    // same words in the same order.
+    std::vector<std::string> stems;
+    QT::WordCache cache([&](const QT::Word& word) {
+        stems.push_back(word.stem);
+        return static_cast<int>(stems.size() - 1);
+    });
+    auto cachedStems = [&](std::string_view text) {
+        Strings out;
+        for (int tag : cache.tags(text)) out.push_back(stems.at(static_cast<size_t>(tag)));
+        return out;
+    };
+    auto stemsOf = [](const std::vector<QT::Word>& words) {
+        Strings out;
+        for (const auto& word : words) out.push_back(word.stem);
+        return out;
+    };
+    for (const auto& sample : samples) {
         EXPECT_EQ(QT::words(sample), QT::detail::wordsUsingICU(sample)) << sample;
+        EXPECT_EQ(cachedStems(sample), stemsOf(QT::words(sample))) << sample;
+    }
+    EXPECT_EQ(cachedStems("Café — 2.1:1s, a'one on one, an_overlong_identifier_of_thirty_bytes"),
+              stemsOf(QT::words("Café — 2.1:1s, a'one on one, an_overlong_identifier_of_thirty_bytes")));
 
     std::mt19937 random(7);
     const std::string alphabet = "aZk09_.':,;-\" \t\n\r/1oneONE";
@@ -128,6 +149,7 @@ TEST(QueryTokenizerWordsTest, ASCIIFastPathSegmentsAsICUDoes) {
         size_t length = random() % 14;
         for (size_t i = 0; i < length; ++i) sample += alphabet[random() % alphabet.size()];
         ASSERT_EQ(QT::words(sample), QT::detail::wordsUsingICU(sample)) << "\"" << sample << "\"";
+        ASSERT_EQ(cachedStems(sample), stemsOf(QT::words(sample))) << "\"" << sample << "\"";
     }
 }
 

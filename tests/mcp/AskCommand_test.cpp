@@ -71,7 +71,7 @@ TEST(AskCommand, OneWordNoMeetingHoldsDoesNotEmptyTheAnswer) {
                                0),
               0u)
         << result.out;
-    EXPECT_NE(result.out.find("relevance 1.945, 2 of 3 keywords\n"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("relevance 1.788, 2 of 3 keywords\n"), std::string::npos) << result.out;
 }
 
 TEST(AskCommand, AMissingFolderIsAnError) {
