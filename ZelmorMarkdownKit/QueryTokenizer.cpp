@@ -229,31 +229,41 @@ void appendWord(std::vector<Word>& words, std::string_view segment, TextRange ra
 
 enum class ASCIIClass { letter, digit, underscore, midLetterOrNumber, midNumber, other };
 
-constexpr auto asciiClasses = [] {
-    std::array<ASCIIClass, 256> table{};
-    table.fill(ASCIIClass::other);
-    for (int c = 0; c < 256; ++c) {
-        auto byte = static_cast<size_t>(c);
-        if (isASCIILetter(static_cast<char>(c)))
-            table[byte] = ASCIIClass::letter;
-        else if (isASCIIDigit(static_cast<char>(c)))
-            table[byte] = ASCIIClass::digit;
-    }
-    table['_'] = ASCIIClass::underscore;
-    table['.'] = table['\''] = ASCIIClass::midLetterOrNumber;
-    table[','] = table[';'] = ASCIIClass::midNumber;
-    return table;
-}();
+using ASCIIClasses = std::array<ASCIIClass, 256>;
 
-ASCIIClass classify(char c) { return asciiClasses[static_cast<unsigned char>(c)]; }
+/// The classes of ASCII bytes for word segmentation. Recent ICU root rules count "@" as a letter
+/// (so that e-mail addresses stay one word); whether this ICU does is asked of its rules once.
+const ASCIIClasses& asciiClasses() {
+    static const ASCIIClasses table = [] {
+        ASCIIClasses made{};
+        made.fill(ASCIIClass::other);
+        for (int c = 0; c < 128; ++c) {
+            auto byte = static_cast<size_t>(c);
+            if (isASCIILetter(static_cast<char>(c)))
+                made[byte] = ASCIIClass::letter;
+            else if (isASCIIDigit(static_cast<char>(c)))
+                made[byte] = ASCIIClass::digit;
+        }
+        made['_'] = ASCIIClass::underscore;
+        made['.'] = made['\''] = ASCIIClass::midLetterOrNumber;
+        made[','] = made[';'] = ASCIIClass::midNumber;
+        auto breaks = wordBreaks();
+        breaks->setText(icu::UnicodeString(u"x@y"));
+        if (breaks->next() == 3) made['@'] = ASCIIClass::letter;
+        return made;
+    }();
+    return table;
+}
 
 /// Unicode word segmentation restricted to ASCII, as ICU's root rules apply it: letters, digits
 /// and "_" join; "." and "'" join letter to letter and digit to digit; "," and ";" join digit to
-/// digit; ICU does not treat ":" as joining letters. Only segments that can hold a letter or
-/// digit are reported. `oneOnOneStart` is set when "1" or "one" in any case follows a byte that
-/// is not a word character (a segment's start, or just after a joining mark), the only places where a
-/// one-on-one spelling can begin.
+/// digit; ICU does not treat ":" as joining letters, and "@" is a letter when its rules say so.
+/// Only segments that can hold a letter or digit are reported. `oneOnOneStart` is set when "1"
+/// or "one" in any case follows a byte that is not a word character (a segment's start, or just
+/// after a joining mark or "@"), the only places where a one-on-one spelling can begin.
 template <typename Visit> void forEachASCIISegment(std::string_view text, bool& oneOnOneStart, Visit&& visit) {
+    const ASCIIClasses& classes = asciiClasses();
+    auto classify = [&](char c) { return classes[static_cast<unsigned char>(c)]; };
     auto mayStartOneOnOne = [&](size_t at) {
         return text[at] == '1' || startsWithIgnoringASCIICase(text, at, "one");
     };
@@ -269,6 +279,8 @@ template <typename Visit> void forEachASCIISegment(std::string_view text, bool& 
         while (i < text.size()) {
             ASCIIClass next = classify(text[i]);
             if (next == ASCIIClass::letter || next == ASCIIClass::digit || next == ASCIIClass::underscore) {
+                // "@" joins as a letter but is no word character to the one-on-one pattern.
+                if (text[i - 1] == '@') oneOnOneStart = oneOnOneStart || mayStartOneOnOne(i);
                 kind = next;
                 ++i;
                 continue;

@@ -117,6 +117,7 @@ TEST(QueryTokenizerWordsTest, ASCIIFastPathSegmentsAsICUDoes) {
         "rock'n'roll 9'6",
         "a.b.c. 1.2.3",
         "re-org/plan#2 $5.00 50%",
+        "ana@example.com Q1@ @1:1 1@,2",
     };
     // The word cache, kept across samples as a ranking keeps it across meetings, must tag the
     // same words in the same order.
@@ -143,7 +144,7 @@ TEST(QueryTokenizerWordsTest, ASCIIFastPathSegmentsAsICUDoes) {
               stemsOf(QT::words("Café — 2.1:1s, a'one on one, an_overlong_identifier_of_thirty_bytes")));
 
     std::mt19937 random(7);
-    const std::string alphabet = "aZk09_.':,;-\" \t\n\r/1oneONE";
+    const std::string alphabet = "aZk09_.':,;-\" \t\n\r/1oneONE@";
     for (int round = 0; round < 2000; ++round) {
         std::string sample;
         size_t length = random() % 14;
