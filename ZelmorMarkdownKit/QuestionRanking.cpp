@@ -130,6 +130,8 @@ struct Evidence {
         size_t index;
         std::vector<size_t> keywords;
         bool byNamed;
+        /// Adjacent keyword pairs of the question, in turn order, as pair keyword indexes.
+        std::vector<std::pair<size_t, size_t>> pairs;
     };
     std::vector<Turn> turns;
 };
@@ -182,6 +184,7 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
         const auto& turn = document.turns[t];
         const bool byNamed = namedSpeakers.contains(turn.speaker);
         std::vector<size_t> held;
+        std::vector<std::pair<size_t, size_t>> pairs;
         constexpr size_t none = static_cast<size_t>(-1);
         size_t previous = none; // the keyword just before, when the word before was one
         for (int tag : cache.tags(turn.text)) {
@@ -194,11 +197,15 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
             size_t k = static_cast<size_t>(tag);
             found.counts[k] += 1;
             if (byNamed) found.namedCounts[k] += 1;
-            if (previous != none && question.pairs.contains({previous, k})) found.pairCounts[{previous, k}] += 1;
+            if (previous != none && question.pairs.contains({previous, k})) {
+                found.pairCounts[{previous, k}] += 1;
+                pairs.emplace_back(previous, k);
+            }
             previous = k;
             if (std::find(held.begin(), held.end(), k) == held.end()) held.push_back(k);
         }
-        if (!held.empty() || (byNamed && question.keywords.empty())) found.turns.push_back({t, std::move(held), byNamed});
+        if (!held.empty() || (byNamed && question.keywords.empty()))
+            found.turns.push_back({t, std::move(held), byNamed, std::move(pairs)});
     }
     return found;
 }
@@ -259,26 +266,35 @@ std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, s
         if (hit.matchedKeywords.empty() && !(found.named && question.keywords.empty())) continue;
 
         // The answer lies where the question's weight gathers: each turn by the weight of its
-        // own keywords plus that of every turn about it (an answer is a stretch of talk where
-        // the question's words keep coming back); a named speaker's turn first among equals.
+        // own keywords and keyword pairs, twice, plus that of every other turn about it (an
+        // answer is a stretch of talk where the question's words keep coming back). When the
+        // question names a speaker, that speaker's turns come first: it asks what they said.
         std::vector<double> own;
         for (const auto& turn : found.turns) {
             double weight = 0;
             for (size_t k : turn.keywords) weight += weights[k];
+            for (auto [x, y] : turn.pairs) weight += pairWeight * (weights[x] + weights[y]) / 2;
             own.push_back(weight);
         }
-        std::vector<std::pair<double, size_t>> turnScores;
+        struct TurnScore {
+            bool byNamed;
+            double weight;
+            size_t index;
+        };
+        std::vector<TurnScore> turnScores;
         for (size_t i = 0; i < found.turns.size(); ++i) {
             const auto& turn = found.turns[i];
-            double score = (turn.byNamed ? 0.5 : 0) + own[i];
-            for (size_t j = i; j-- > 0 && found.turns[j].index + answerReach >= turn.index;) score += own[j];
-            for (size_t j = i; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach; ++j)
+            double score = own[i]; // and once more in the window
+            size_t first = i;
+            while (first > 0 && found.turns[first - 1].index + answerReach >= turn.index) --first;
+            for (size_t j = first; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach; ++j)
                 score += own[j];
-            turnScores.emplace_back(score, turn.index);
+            turnScores.push_back({turn.byNamed, score, turn.index});
         }
-        std::stable_sort(turnScores.begin(), turnScores.end(),
-                         [](const auto& x, const auto& y) { return x.first > y.first; });
-        for (size_t i = 0; i < turnScores.size() && i < maxAnswerTurns; ++i) hit.answerTurns.push_back(turnScores[i].second);
+        std::stable_sort(turnScores.begin(), turnScores.end(), [](const TurnScore& x, const TurnScore& y) {
+            return x.byNamed != y.byNamed ? x.byNamed : x.weight > y.weight;
+        });
+        for (size_t i = 0; i < turnScores.size() && i < maxAnswerTurns; ++i) hit.answerTurns.push_back(turnScores[i].index);
         hits.push_back(std::move(hit));
     }
     std::stable_sort(hits.begin(), hits.end(), [](const Hit& x, const Hit& y) { return x.relevance > y.relevance; });

@@ -1,6 +1,6 @@
 // The question ranking's properties: the question's wording carries no weight, keywords side by
-// side beat the same keywords apart, a named speaker's meetings and turns count, length is
-// normalised, and only a question about nothing the folder holds goes unanswered.
+// side beat the same keywords apart, a named speaker's meetings and turns count, answer turns
+// lie where the question gathers, length is normalised, and only a question about nothing the folder holds goes unanswered.
 #include "ZelmorMarkdownKit/QuestionRanking.h"
 
 #include <gtest/gtest.h>
@@ -62,6 +62,31 @@ TEST(QuestionRanking, ANamedSpeakersMeetingAndTurnsCount) {
     // A lone capital letter names a speaker so labelled; "A" and "I" are words.
     meetings = {meeting({{"C", "the budget " + filler}}), meeting({{"D", "the budget " + filler}})};
     EXPECT_EQ(order(meetings, "What did D think of the budget?"), (std::vector<size_t>{1, 0}));
+}
+
+TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {
+    // Far apart (more than six turns), so that each turn's neighbourhood is its own.
+    Turns turns{{"Ana", "the pricing of the roadmap"}, {"Bo", "pricing and roadmap and pricing roadmap"}};
+    for (int i = 0; i < 8; ++i) turns.push_back({"Bo", filler});
+    turns.push_back({"Cy", "pricing, then a new roadmap"});
+    for (int i = 0; i < 8; ++i) turns.push_back({"Bo", filler});
+    turns.push_back({"Ana", "the pricing roadmap"});
+    std::vector<TranscriptDocument> meetings{meeting(turns)};
+    std::vector<const TranscriptDocument*> documents{&meetings[0]};
+    struct Case {
+        const char* question;
+        std::vector<size_t> answerTurns;
+    } cases[] = {
+        // Turns 0 and 1 gather the most; a turn that holds the pair beats one that holds the words apart.
+        {"What about the pricing roadmap?", {1, 0, 19}},
+        // A named speaker's turns first, however much others said.
+        {"What did Cy say about the pricing roadmap?", {10, 1, 0}},
+    };
+    for (const auto& c : cases) {
+        auto hits = rank(documents, c.question);
+        ASSERT_EQ(hits.size(), 1u) << c.question;
+        EXPECT_EQ(hits[0].answerTurns, c.answerTurns) << c.question;
+    }
 }
 
 TEST(QuestionRanking, LengthIsNormalisedAndTiesKeepTheOrderGiven) {
