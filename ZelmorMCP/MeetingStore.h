@@ -158,6 +158,10 @@ struct MeetingStore {
     /// takes them, without copying any.
     static std::vector<const Meeting*> admitted(const std::vector<Meeting>& meetings, const AnswerScope& scope);
 
+    /// A scanned meeting's file read and parsed again, for the few rows a reply shows when the
+    /// scan kept no bodies; nothing when it can no longer be read as a transcript.
+    static std::optional<TranscriptDocument> readAgain(const std::string& path);
+
     /// True for "Speaker " followed by one or more numeric characters.
     static bool isGenericSpeakerLabel(std::string_view name);
 

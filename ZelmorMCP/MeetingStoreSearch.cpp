@@ -64,15 +64,19 @@ private:
 /// The snippets of a hit, from the file read again: the scan kept no bodies. A file changed
 /// since the scan gives what it gives now, and none when it no longer matches.
 std::vector<std::string> snippetsOf(const std::string& path, const std::vector<std::string>& terms) {
-    auto text = platform::readFile(path, FileLimits::transcriptBytes);
-    if (!text || !UTF8::isValid(*text)) return {};
-    auto doc = MarkdownTranscriptParser::parse(*text);
+    auto doc = MeetingStore::readAgain(path);
     if (!doc) return {};
     auto match = RankedTranscriptSearch::match(*doc, terms);
     return match ? std::move(match->snippets) : std::vector<std::string>{};
 }
 
 } // namespace
+
+std::optional<TranscriptDocument> MeetingStore::readAgain(const std::string& path) {
+    auto text = platform::readFile(path, FileLimits::transcriptBytes);
+    if (!text || !UTF8::isValid(*text)) return std::nullopt;
+    return MarkdownTranscriptParser::parse(*text);
+}
 
 std::vector<const MeetingStore::Meeting*> MeetingStore::admitted(const std::vector<Meeting>& meetings,
                                                                  const AnswerScope& scope) {

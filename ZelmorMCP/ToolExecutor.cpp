@@ -257,17 +257,36 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
     AnswerScope scope = parsed.scope.merging(filters);
     const long long limit = std::clamp(integerArgument(arguments, "limit").value_or(5), 1LL, 20LL);
 
-    const auto meetings = store.scan();
-    const auto admitted = MeetingStore::admitted(meetings, scope);
-    std::vector<const TranscriptDocument*> documents;
-    for (const auto* meeting : admitted) documents.push_back(&meeting->doc);
-    auto hits = QuestionRanking::rank(documents, parsed.strippedQuestion);
+    // Each meeting is weighed as it is read and only its frontmatter and evidence are kept, so
+    // that memory does not grow with the folder; the few rows shown are read again.
+    const QuestionRanking::Question asked(parsed.strippedQuestion);
+    struct Weighed {
+        MeetingStore::Meeting meeting;
+        QuestionRanking::Evidence evidence;
+    };
+    auto weighed = store.collect([&](MeetingStore::FileVisit& file) -> std::optional<Weighed> {
+        MarkdownTranscriptParser::parseBody(file.text, file.header);
+        if (!scope.admits(file.path, file.header)) return std::nullopt;
+        Weighed found{{file.path, {}}, asked.evidence(file.header)};
+        TranscriptDocument& kept = found.meeting.doc;
+        kept.title = std::move(file.header.title);
+        kept.date = std::move(file.header.date);
+        kept.startedAt = std::move(file.header.startedAt);
+        kept.participants = std::move(file.header.participants);
+        kept.durationMin = file.header.durationMin;
+        return found;
+    });
+    if (scope.lastN) weighed.resize(std::min(weighed.size(), static_cast<size_t>(std::max(*scope.lastN, 0LL))));
+    std::vector<QuestionRanking::Evidence> evidence;
+    for (auto& one : weighed) evidence.push_back(std::move(one.evidence));
+    auto hits = asked.rank(evidence);
 
     auto rows = json::array();
     for (const auto& hit : hits) {
         if (static_cast<long long>(rows.size()) == limit) break;
-        const TranscriptDocument& doc = *documents[hit.index];
-        json row = {{"path", admitted[hit.index]->path},
+        const MeetingStore::Meeting& meeting = weighed[hit.index].meeting;
+        const TranscriptDocument& doc = meeting.doc;
+        json row = {{"path", meeting.path},
                     {"title", doc.title},
                     {"date", doc.date},
                     {"participants", doc.participants},
@@ -275,7 +294,8 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
                     {"relevance", std::round(hit.relevance * 1000) / 1000},
                     {"matched_keywords", hit.matchedKeywords}};
         if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
-        row["snippets"] = QuestionRanking::snippets(doc, hit);
+        auto whole = MeetingStore::readAgain(meeting.path);
+        row["snippets"] = whole ? QuestionRanking::snippets(*whole, hit) : std::vector<std::string>{};
         rows.push_back(std::move(row));
     }
     json data = {{"question", *question}, {"total", hits.size()}, {"count", rows.size()}, {"meetings", std::move(rows)}};

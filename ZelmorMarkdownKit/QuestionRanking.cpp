@@ -13,6 +13,8 @@
 #include <cctype>
 #include <cmath>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <map>
 #include <optional>
 #include <set>
@@ -84,7 +86,9 @@ std::set<char> loneCapitals(std::string_view question) {
     return found;
 }
 
-struct Question {
+} // namespace
+
+struct detail::ParsedQuestion {
     std::vector<std::string> keywords;
     /// Each keyword's position in `keywords`.
     std::map<std::string, size_t, std::less<>> index;
@@ -96,8 +100,10 @@ struct Question {
     std::set<char> capitals;
 };
 
-Question parse(std::string_view text) {
-    Question question;
+namespace {
+
+detail::ParsedQuestion parse(std::string_view text) {
+    detail::ParsedQuestion question;
     auto words = QueryTokenizer::words(text);
     auto& index = question.index;
     std::optional<size_t> previous;
@@ -116,29 +122,9 @@ Question parse(std::string_view text) {
     return question;
 }
 
-/// What a meeting holds of the question, counted in one pass over its turns.
-struct Evidence {
-    std::vector<double> counts;
-    std::map<std::pair<size_t, size_t>, double> pairCounts;
-    std::vector<double> namedCounts;
-    /// Keywords that are words of a speaker the question names: held by the meeting that speaker is in.
-    std::vector<bool> inNamedSpeaker;
-    double length = 0;
-    bool named = false;
-    /// For each turn holding a keyword: the turn, the keywords it holds, whether a named speaker said it.
-    struct Turn {
-        size_t index;
-        std::vector<size_t> keywords;
-        bool byNamed;
-        /// Adjacent keyword pairs of the question, in turn order, as pair keyword indexes.
-        std::vector<std::pair<size_t, size_t>> pairs;
-    };
-    std::vector<Turn> turns;
-};
-
 /// Whether the question names the speaker by the whole label. (A first name alone is not enough:
 /// labels such as "Project Manager" would then be named by every question about a project.)
-bool names(const Question& question, const std::string& speaker) {
+bool names(const detail::ParsedQuestion& question, const std::string& speaker) {
     if (speaker.size() == 1) return question.capitals.contains(speaker[0]);
     auto words = QueryTokenizer::words(speaker);
     return !words.empty() && question.spaced.find(spacedWords(words)) != std::string::npos;
@@ -148,7 +134,7 @@ constexpr int notContent = -2;
 constexpr int notKeyword = -1;
 
 /// A word cache that tags each word with its keyword's position, `notKeyword` or `notContent`.
-QueryTokenizer::WordCache keywordCache(const Question& question) {
+QueryTokenizer::WordCache keywordCache(const detail::ParsedQuestion& question) {
     return QueryTokenizer::WordCache([&question](const QueryTokenizer::Word& word) {
         if (!QueryTokenizer::isContent(word)) return notContent;
         auto keyword = question.index.find(word.stem);
@@ -156,7 +142,7 @@ QueryTokenizer::WordCache keywordCache(const Question& question) {
     });
 }
 
-Evidence evidenceOf(const TranscriptDocument& document, const Question& question, QueryTokenizer::WordCache& cache) {
+Evidence evidenceOf(const TranscriptDocument& document, const detail::ParsedQuestion& question, QueryTokenizer::WordCache& cache) {
     Evidence found;
     found.counts.assign(question.keywords.size(), 0);
     found.namedCounts.assign(question.keywords.size(), 0);
@@ -210,29 +196,63 @@ Evidence evidenceOf(const TranscriptDocument& document, const Question& question
     return found;
 }
 
-
-
 } // namespace
 
 std::vector<std::string> keywords(std::string_view question) { return parse(question).keywords; }
 
+Question::Question(std::string_view text) : parsed_(std::make_unique<const detail::ParsedQuestion>(parse(text))) {}
+
+Question::~Question() = default;
+
+const std::vector<std::string>& Question::keywords() const { return parsed_->keywords; }
+
+Evidence Question::nothing() const {
+    Evidence found;
+    found.counts.assign(parsed_->keywords.size(), 0);
+    found.namedCounts.assign(parsed_->keywords.size(), 0);
+    found.inNamedSpeaker.assign(parsed_->keywords.size(), false);
+    return found;
+}
+
+Evidence Question::evidence(const TranscriptDocument& document) const {
+    // A cache per concurrent caller, kept for the next meeting: one thread's words never wait
+    // for another's.
+    std::unique_ptr<QueryTokenizer::WordCache> cache;
+    {
+        std::lock_guard<std::mutex> hold(lock_);
+        if (!idle_.empty()) {
+            cache = std::move(idle_.back());
+            idle_.pop_back();
+        }
+    }
+    if (!cache) cache = std::make_unique<QueryTokenizer::WordCache>(keywordCache(*parsed_));
+    Evidence found = evidenceOf(document, *parsed_, *cache);
+    std::lock_guard<std::mutex> hold(lock_);
+    idle_.push_back(std::move(cache));
+    return found;
+}
+
 std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, std::string_view questionText,
                       const Options& options) {
-    const Question question = parse(questionText);
-    if (documents.empty()) return {};
+    const Question question(questionText);
     std::vector<Evidence> evidence(documents.size());
-    const unsigned workers = Workers::count(options.workers, documents.size());
-    std::vector<QueryTokenizer::WordCache> caches(workers, keywordCache(question));
-    // Each thread writes only its own meetings' slots and uses only its own cache; a meeting that
-    // cannot be read whole (out of memory) counts as holding nothing.
-    Workers::forEachIndex(documents.size(), workers, [&](size_t d, unsigned worker) {
-        try {
-            evidence[d] = evidenceOf(*documents[d], question, caches[worker]);
-        } catch (...) {
-        }
-    });
+    // Each thread writes only its own meetings' slots; a meeting that cannot be read whole (out
+    // of memory) counts as holding nothing.
+    Workers::forEachIndex(documents.size(), Workers::count(options.workers, documents.size()),
+                          [&](size_t d, unsigned) {
+                              try {
+                                  evidence[d] = question.evidence(*documents[d]);
+                              } catch (...) {
+                                  evidence[d] = question.nothing();
+                              }
+                          });
+    return question.rank(evidence);
+}
 
-    const size_t n = documents.size();
+std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
+    const detail::ParsedQuestion& question = *parsed_;
+    if (evidence.empty()) return {};
+    const size_t n = evidence.size();
     std::vector<double> weights(question.keywords.size());
     bool anyHeld = false, anyNamed = false;
     double totalLength = 0;
@@ -304,7 +324,8 @@ std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, s
 std::vector<std::string> snippets(const TranscriptDocument& document, const Hit& hit) {
     std::vector<std::string> found;
     for (size_t turn : hit.answerTurns) {
-        const auto& spoken = document.turns.at(turn);
+        if (turn >= document.turns.size()) continue; // the file changed since it was ranked
+        const auto& spoken = document.turns[turn];
         std::string_view around = hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
         for (const auto& keyword : hit.matchedKeywords)
             if (TextFolding::find(spoken.text, keyword)) {

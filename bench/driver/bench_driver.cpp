@@ -64,6 +64,10 @@ int main(int argc, char** argv) {
          R"({"query":")" + rare + R"(","participant":"tomás","date_from":"2023-01-01","date_to":"2025-12-31"})", rare},
         {"search: no query", "search_meetings", "{}", rare},
         {"list_participants", "list_participants", "{}", rare},
+        // The opt-in question tool over the whole history (no time phrase): every meeting read,
+        // parsed and weighed.
+        {"ask_meetings: a question", "ask_meetings",
+         R"({"question":"What did we decide about the )" + rare + R"( budget and the launch plan?"})", rare},
     };
 
     // Start-up to the initialize reply, each in a fresh process.
@@ -75,7 +79,8 @@ int main(int argc, char** argv) {
         startups.push_back(millisecondsSince(start));
     }
 
-    ServerProcess server(binary, folder, home);
+    // With the question tool offered; the other tools answer byte for byte as without it.
+    ServerProcess server(binary, folder, home, {"--ask-tool"});
     server.call(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{}})");
     std::printf("| call | zelmor-mcp (ms) | ripgrep (ms) | ratio |\n|---|---:|---:|---:|\n");
     int id = 1;

@@ -87,6 +87,10 @@ TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {
         ASSERT_EQ(hits.size(), 1u) << c.question;
         EXPECT_EQ(hits[0].answerTurns, c.answerTurns) << c.question;
     }
+    // Snippets come from the file read again; turns it no longer has are left out.
+    Hit shortened{0, 1, {"pricing"}, {1, 40}};
+    EXPECT_EQ(snippets(meetings[0], shortened),
+              std::vector<std::string>{"**Bo:** pricing and roadmap and pricing roadmap"});
 }
 
 TEST(QuestionRanking, LengthIsNormalisedAndTiesKeepTheOrderGiven) {
