@@ -170,7 +170,7 @@ bool FoldedNeedle::mayHoldAnchor(std::string_view window) const {
             ++at;
             continue;
         }
-        auto folded = TextFolding::foldedFromTable(Whitespace::decodeUtf8(window, at));
+        auto folded = TextFolding::foldedFromTable(UTF8::decode(window, at));
         if (!folded || folded->find(target) != std::string_view::npos) return true;
     }
     return false;
@@ -214,7 +214,7 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
     auto foldedLength = [](std::string_view codePoint) -> size_t {
         if (codePoint.size() == 1) return 1;
         size_t at = 0;
-        auto folded = TextFolding::foldedFromTable(Whitespace::decodeUtf8(codePoint, at));
+        auto folded = TextFolding::foldedFromTable(UTF8::decode(codePoint, at));
         return folded ? folded->size() : 0;
     };
     auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
@@ -224,7 +224,7 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
         at = UTF8::firstNonASCII(text, at);
         if (at == text.size()) break;
         size_t start = at;
-        char32_t c = Whitespace::decodeUtf8(text, at);
+        char32_t c = UTF8::decode(text, at);
         if (!mayFoldInto(c)) continue;
         if (auto known = acrossOneLetter(text, start, at, c)) {
             if (*known) return true;
@@ -240,7 +240,7 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
         gathered = 0;
         while (to < text.size() && text[to] != '\n' && gathered < needle.size()) {
             size_t begin = to;
-            Whitespace::decodeUtf8(text, to);
+            UTF8::decode(text, to);
             gathered += foldedLength(text.substr(begin, to - begin));
         }
         // Folding is the costly part; a window without the needle's rarest byte, raw or folded

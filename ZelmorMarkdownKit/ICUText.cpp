@@ -4,6 +4,7 @@
 
 #include "ZelmorMarkdownKit/Utf16Text.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/uchar.h>
@@ -188,7 +189,7 @@ size_t movedByCharacters(std::string_view text, size_t from, long count) {
 char32_t firstCodePoint(std::string_view text) {
     if (text.empty()) return 0;
     size_t at = 0;
-    return Whitespace::decodeUtf8(text, at);
+    return UTF8::decode(text, at);
 }
 
 bool isNumeric(std::string_view text) {

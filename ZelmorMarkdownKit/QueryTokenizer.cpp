@@ -8,6 +8,7 @@
 #include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/Utf16Text.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
@@ -395,9 +396,9 @@ std::string normalize(std::string_view word) {
     out.reserve(kept.size());
     size_t at = 0;
     while (at < kept.size()) {
-        char32_t c = Whitespace::decodeUtf8(kept, at);
+        char32_t c = UTF8::decode(kept, at);
         if (U_GET_GC_MASK(static_cast<UChar32>(c)) & (U_GC_L_MASK | U_GC_N_MASK))
-            Whitespace::appendUtf8(out, c);
+            UTF8::append(out, c);
     }
     return out;
 }
@@ -410,7 +411,7 @@ std::string undouble(std::string_view word) {
         previous = last;
         previousChar = lastChar;
         last = at;
-        lastChar = Whitespace::decodeUtf8(word, at);
+        lastChar = UTF8::decode(word, at);
     }
     if (last == 0 || previous == std::string_view::npos || lastChar != previousChar) return std::string(word);
     if (!u_isalpha(static_cast<UChar32>(lastChar))) return std::string(word);
@@ -555,7 +556,7 @@ std::vector<std::string> keywords(std::string_view question) {
         std::vector<Word> termWords = words(term);
         bool hasWhitespace = false;
         for (size_t at = 0; at < term.size() && !hasWhitespace;) {
-            hasWhitespace = Whitespace::isWhitespaceOrNewline(Whitespace::decodeUtf8(term, at));
+            hasWhitespace = Whitespace::isWhitespaceOrNewline(UTF8::decode(term, at));
         }
         if (hasWhitespace && termWords.size() >= 2) {
             std::string phrase;

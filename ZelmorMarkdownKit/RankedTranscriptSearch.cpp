@@ -7,6 +7,7 @@
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 
 #include <algorithm>
 #include <array>
@@ -116,7 +117,7 @@ std::vector<std::string> terms(std::optional<std::string_view> query) {
     size_t at = 0;
     while (at < text.size()) {
         size_t start = at;
-        char32_t c = Whitespace::decodeUtf8(text, at);
+        char32_t c = UTF8::decode(text, at);
         if (c == U'"' || c == U'\u201C' || c == U'\u201D' || c == U'\u201E') {
             if (inQuotes && !current.empty()) found.push_back(std::exchange(current, {}));
             inQuotes = !inQuotes;

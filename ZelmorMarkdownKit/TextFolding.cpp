@@ -3,6 +3,7 @@
 #include "ZelmorMarkdownKit/TextFolding.h"
 
 #include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
@@ -69,7 +70,7 @@ template <typename OnFolded> void foldEach(std::string_view text, std::string& o
             out += static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte);
             ++at;
         } else {
-            char32_t c = Whitespace::decodeUtf8(text, at);
+            char32_t c = UTF8::decode(text, at);
             if (c < FoldTable::size)
                 out += foldTable()[c];
             else

@@ -4,6 +4,7 @@
 
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 
 #include <unicode/uchar.h>
 
@@ -25,7 +26,7 @@ std::string words(std::string_view text) {
     size_t at = 0;
     while (at < lowered.size()) {
         size_t start = at;
-        char32_t c = Whitespace::decodeUtf8(lowered, at);
+        char32_t c = UTF8::decode(lowered, at);
         if (!isAlphanumeric(c)) {
             pendingSpace = !out.empty();
             continue;

@@ -104,4 +104,39 @@ std::string repaired(std::string_view s) {
     return out;
 }
 
+char32_t decode(std::string_view s, size_t& at) {
+    int length = sequenceLength(s, at);
+    if (length < 0) {
+        at += static_cast<size_t>(-length);
+        return 0xFFFD;
+    }
+    auto b0 = static_cast<unsigned char>(s[at]);
+    if (length == 1) {
+        ++at;
+        return b0;
+    }
+    char32_t c = b0 & (0x7F >> length);
+    for (int k = 1; k < length; ++k) c = (c << 6) | (static_cast<unsigned char>(s[at + static_cast<size_t>(k)]) & 0x3F);
+    at += static_cast<size_t>(length);
+    return c;
+}
+
+void append(std::string& out, char32_t c) {
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+}
+
 } // namespace zelmor::UTF8

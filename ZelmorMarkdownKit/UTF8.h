@@ -16,4 +16,12 @@ bool isValid(std::string_view bytes);
 /// The text with every ill-formed sequence replaced by U+FFFD (maximal subparts, one each).
 std::string repaired(std::string_view bytes);
 
+/// The code point starting at `at`, advancing `at` past it; an ill-formed sequence (overlong,
+/// surrogate, past U+10FFFF, cut short) decodes as one U+FFFD per maximal subpart, as `repaired`
+/// replaces it.
+char32_t decode(std::string_view bytes, size_t& at);
+
+/// Appends the UTF-8 encoding of a code point.
+void append(std::string& out, char32_t c);
+
 } // namespace zelmor::UTF8

@@ -2,6 +2,7 @@
 #include "ZelmorMarkdownKit/Utf16Text.h"
 
 #include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 
 namespace zelmor {
 
@@ -10,7 +11,7 @@ Utf16Text::Utf16Text(std::string_view text) {
     size_t at = 0;
     while (at < text.size()) {
         size_t start = at;
-        char32_t c = Whitespace::decodeUtf8(text, at);
+        char32_t c = UTF8::decode(text, at);
         units.append(static_cast<UChar32>(c));
         byteOffsets.push_back(start);
         if (c > 0xFFFF) byteOffsets.push_back(start);

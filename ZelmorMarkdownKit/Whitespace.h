@@ -2,6 +2,8 @@
 // (frontmatter values) and "white space and line breaks" (sections, paragraphs, names).
 #pragma once
 
+#include "ZelmorMarkdownKit/UTF8.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,17 +25,11 @@ std::string_view trim(std::string_view text);
 /// Splits at runs of white space and line breaks, dropping empty pieces.
 template <typename F> void forEachWord(std::string_view text, F&& visit);
 
-/// Decodes the UTF-8 code point starting at `at` and advances `at`; invalid bytes decode as U+FFFD.
-char32_t decodeUtf8(std::string_view text, size_t& at);
-
-/// Appends the UTF-8 encoding of a code point.
-void appendUtf8(std::string& out, char32_t c);
-
 template <typename F> void forEachWord(std::string_view text, F&& visit) {
     size_t i = 0, wordStart = std::string_view::npos;
     while (i < text.size()) {
         size_t at = i;
-        char32_t c = decodeUtf8(text, i);
+        char32_t c = UTF8::decode(text, i);
         if (isWhitespaceOrNewline(c)) {
             if (wordStart != std::string_view::npos) visit(text.substr(wordStart, at - wordStart));
             wordStart = std::string_view::npos;

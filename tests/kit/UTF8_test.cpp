@@ -1,4 +1,6 @@
-// UTF-8 validation around the word-at-a-time ASCII runs: a fault must be seen wherever it falls.
+// UTF-8 validation around the word-at-a-time ASCII runs (a fault must be seen wherever it falls),
+// and decoding held to repairing.
+#include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 
 #include <gtest/gtest.h>
@@ -29,6 +31,32 @@ TEST(UTF8Validation, SequencesAcrossWordAndBlockBoundariesAreWellFormed) {
             EXPECT_FALSE(UTF8::isValid(std::string(at, 'a') + sequence.substr(0, sequence.size() - 1))) << at;
         }
     }
+}
+
+TEST(UTF8Decoding, DecodesAsRepairingReplaces) {
+    struct Case {
+        std::string bytes;
+        std::u32string decoded;
+    } cases[] = {
+        {"a\xC3\xA9\xE2\x80\x9C\xF0\x9F\x98\x80", U"a\u00E9\u201C\U0001F600"},
+        {"\xC0\xAF", U"\uFFFD\uFFFD"},                // an overlong "/" is no "/"
+        {"\xED\xA0\x80", U"\uFFFD\uFFFD\uFFFD"},       // a surrogate
+        {"\xF4\x90\x80\x80", U"\uFFFD\uFFFD\uFFFD\uFFFD"}, // past U+10FFFF
+        {"\xE2\x80", U"\uFFFD"},                      // cut short: one maximal subpart
+        {"\xE2\x80x", U"\uFFFDx"},
+    };
+    for (const auto& c : cases) {
+        std::u32string decoded;
+        std::string encoded;
+        for (size_t at = 0; at < c.bytes.size();) {
+            decoded += UTF8::decode(c.bytes, at);
+            UTF8::append(encoded, decoded.back());
+        }
+        EXPECT_EQ(decoded, c.decoded) << c.bytes;
+        EXPECT_EQ(encoded, UTF8::repaired(c.bytes)) << c.bytes;
+    }
+    // The kit's text functions take a host app's text as it comes.
+    EXPECT_EQ(ICUText::lowercased("A\xC0\xAF"), "a\uFFFD\uFFFD");
 }
 
 } // namespace
