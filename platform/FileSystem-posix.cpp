@@ -386,6 +386,8 @@ CreateOutcome createFileExclusively(const std::string& path, std::string_view co
     return outcome;
 }
 
+bool removeFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
+
 std::optional<std::uint64_t> fileSize(const std::string& path) {
     struct stat st {};
     if (::stat(path.c_str(), &st) != 0) return std::nullopt;

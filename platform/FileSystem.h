@@ -89,6 +89,9 @@ CreateOutcome createFileExclusively(const std::string& path, std::string_view co
 /// Size in bytes of the file at the path (following links), or nothing when it cannot be read.
 std::optional<std::uint64_t> fileSize(const std::string& path);
 
+/// Removes a file (not a folder); false when it is not there or cannot be removed.
+bool removeFile(const std::string& path);
+
 /// Modification time of the file in seconds since 1970, or nothing when it cannot be read.
 std::optional<double> modificationTime(const std::string& path);
 

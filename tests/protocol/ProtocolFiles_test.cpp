@@ -10,6 +10,7 @@
 //   #! no-final-newline  the last input line is sent without its line break
 //   > LINE             a line sent to standard input
 //   < LINE             a line expected on standard output, in order
+// Any other line but a blank one fails the file.
 // Folder tokens: {home} is a fresh temporary home folder, {examples} the bundled example
 // transcripts and {fixtures} the small test folder tests/fixtures/meetings. They stand for the
 // plain path in arguments, environment and input; in expected lines for the path as a JSON
@@ -104,6 +105,9 @@ TEST_P(ProtocolFile, RepliesMatchByteForByte) {
             stderrNeedles.push_back(*needle);
         } else if (directive("no-final-newline")) {
             finalNewline = false;
+        } else if (line.rfind("#!", 0) == 0 || (!line.empty() && line[0] != '#')) {
+            // A misspelt directive or a line without its "> " would otherwise test nothing.
+            ADD_FAILURE() << "a line the runner does not know: " << line;
         }
     }
     if (!finalNewline && !options.input.empty()) options.input.pop_back();

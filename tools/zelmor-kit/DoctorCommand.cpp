@@ -18,7 +18,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -215,8 +214,7 @@ void checkTranscripts(const std::string& folder, FolderSource source, const std:
 bool canReplaceFilesIn(const std::string& folder) {
     std::string probe = folder + "/.zelmor-kit-doctor-probe";
     if (!platform::writeFileAtomically(probe, "")) return false;
-    std::error_code ignored;
-    std::filesystem::remove(probe, ignored);
+    platform::removeFile(probe);
     return true;
 }
 
