@@ -1,6 +1,8 @@
 // The server's command line: help, version, and the folder to serve.
 #pragma once
 
+#include "ZelmorVersion.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,7 +12,7 @@ namespace zelmor {
 struct CommandLine {
     enum class Action { serve, help, version, missingFolderPath };
 
-    static constexpr const char* version = "0.2.0";
+    static constexpr const char* version = ZELMOR_VERSION;
     /// Printed for --help and -h, without its trailing newline.
     static const std::string& helpText();
     static constexpr const char* missingFolderPathMessage = "zelmor-mcp: --transcripts-folder requires a path";

@@ -30,8 +30,10 @@ set(ZELMOR_LICENSE_TEXT " ${license}")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/copyright.in ${docs}/copyright @ONLY)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/changelog.in ${docs}/changelog.Debian @ONLY)
 set(compressed)
-foreach(source IN ITEMS ${PROJECT_SOURCE_DIR}/man/zelmor-mcp.1 ${PROJECT_SOURCE_DIR}/man/zelmor-kit.1
-                        ${docs}/changelog.Debian)
+# The man pages carry the version as @PROJECT_VERSION@.
+configure_file(${PROJECT_SOURCE_DIR}/man/zelmor-mcp.1 ${docs}/zelmor-mcp.1 @ONLY)
+configure_file(${PROJECT_SOURCE_DIR}/man/zelmor-kit.1 ${docs}/zelmor-kit.1 @ONLY)
+foreach(source IN ITEMS ${docs}/zelmor-mcp.1 ${docs}/zelmor-kit.1 ${docs}/changelog.Debian)
     get_filename_component(name ${source} NAME)
     add_custom_command(OUTPUT ${docs}/${name}.gz
                        COMMAND ${ZELMOR_GZIP} -9nc ${source} > ${docs}/${name}.gz

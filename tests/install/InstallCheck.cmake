@@ -24,6 +24,12 @@ foreach(installed IN ITEMS
     endif()
 endforeach()
 
+# The pages carry the version the executables print.
+foreach(page IN ITEMS zelmor-mcp zelmor-kit)
+    run_checked(gzip -dc ${prefix}/share/man/man1/${page}.1.gz)
+    expect_contains("${OUTPUT}" "the ${page} man page" "\"${page} ${VERSION}\"")
+endforeach()
+
 # Our warning flags are for our own code; a host app must not inherit them.
 file(GLOB exported ${prefix}/${LIBDIR}/cmake/ZelmorMarkdownKit/*.cmake)
 foreach(file IN LISTS exported)
@@ -57,7 +63,7 @@ text twins beside it: 0
 " "the host app's facts")
 
 run_checked(${prefix}/bin/zelmor-mcp --version)
-expect_equal("${OUTPUT}" "0.2.0\n" "zelmor-mcp --version")
+expect_equal("${OUTPUT}" "${VERSION}\n" "zelmor-mcp --version")
 file(MAKE_DIRECTORY ${WORK_DIR}/home)
 run_checked(${CMAKE_COMMAND} -E env HOME=${WORK_DIR}/home ${prefix}/bin/zelmor-kit doctor --folder ${examples})
 expect_contains("${OUTPUT}" "zelmor-kit doctor" "  ok       8 meetings, the newest \"Ana / Wenna 1:1\" of 2026-11-10\n"

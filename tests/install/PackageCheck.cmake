@@ -56,9 +56,9 @@ endforeach()
 
 run_checked(${DPKG_DEB} -x ${package} ${WORK_DIR}/root)
 run_checked(${WORK_DIR}/root/usr/bin/zelmor-mcp --version)
-expect_equal("${OUTPUT}" "0.2.0\n" "the packaged zelmor-mcp --version")
+expect_equal("${OUTPUT}" "${VERSION}\n" "the packaged zelmor-mcp --version")
 run_checked(${WORK_DIR}/root/usr/bin/zelmor-kit --version)
-expect_equal("${OUTPUT}" "0.2.0\n" "the packaged zelmor-kit --version")
+expect_equal("${OUTPUT}" "${VERSION}\n" "the packaged zelmor-kit --version")
 
 if(LINTIAN)
     # Errors fail the check; warnings and notes are Debian's advice, shown when the check fails.

@@ -1,5 +1,5 @@
 // The man pages against the executables' own --help: every command and option they offer is
-// documented, and the version on each page is the one the executable prints.
+// documented, and each page takes its version from the build, as the executables do.
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"
 
@@ -57,9 +57,12 @@ std::string subsection(const std::string& page, const std::string& command) {
 /// The version in the page's title line: .TH NAME 1 "date" "name VERSION" ...
 std::string pageVersion(const std::string& page, const std::string& name) {
     std::smatch match;
-    std::regex title("\\.TH [A-Z-]+ 1 \"[^\"]*\" \"" + name + " ([0-9.]+)\"");
+    std::regex title("\\.TH [A-Z-]+ 1 \"[^\"]*\" \"" + name + " ([^\"]+)\"");
     return std::regex_search(page, match, title) ? match[1].str() : "";
 }
+
+/// What the build writes into the pages' version.
+const std::string versionPlaceholder = "@PROJECT_VERSION@";
 
 TEST(ManPages, ServerPageDocumentsEveryOptionAndTheVersion) {
     const std::string page = manPage("zelmor-mcp");
@@ -67,7 +70,7 @@ TEST(ManPages, ServerPageDocumentsEveryOptionAndTheVersion) {
     EXPECT_EQ(offered, (std::set<std::string>{"--transcripts-folder", "--version"}));
     for (const std::string& option : offered) EXPECT_NE(page.find(option), std::string::npos) << option;
     EXPECT_NE(page.find(".BR --help \", \" -h"), std::string::npos);
-    EXPECT_EQ(pageVersion(page, "zelmor-mcp") + "\n", help(ZELMOR_MCP_BINARY, {"--version"}));
+    EXPECT_EQ(pageVersion(page, "zelmor-mcp"), versionPlaceholder);
 }
 
 TEST(ManPages, KitPageHasASubsectionForEveryCommandWithItsOptions) {
@@ -86,7 +89,7 @@ TEST(ManPages, KitPageHasASubsectionForEveryCommandWithItsOptions) {
         for (const std::string& option : longOptions(help(ZELMOR_KIT_BINARY, {command, "--help"})))
             EXPECT_NE(section.find(option), std::string::npos) << command << " " << option;
     }
-    EXPECT_EQ(pageVersion(page, "zelmor-kit") + "\n", help(ZELMOR_KIT_BINARY, {"--version"}));
+    EXPECT_EQ(pageVersion(page, "zelmor-kit"), versionPlaceholder);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // zelmor-kit: one table of subcommands, each registered from its own file.
+#include "ZelmorVersion.h"
 #include "Commands.h"
 
 #include <iostream>
@@ -6,7 +7,7 @@
 int main(int argc, char** argv) {
     using namespace zelmor::kitcli;
     CLI::App app{"zelmor-kit: import, tidy, ask and edit Zelmor meeting transcripts from the terminal."};
-    app.set_version_flag("--version", "0.2.0");
+    app.set_version_flag("--version", ZELMOR_VERSION);
     app.require_subcommand(1);
     int exitStatus = 0;
     static constexpr Registration registrations[] = {
