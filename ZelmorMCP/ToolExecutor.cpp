@@ -127,7 +127,8 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
         argumentsMember != params.end() && argumentsMember->is_object() ? *argumentsMember : emptyArguments;
 
     const auto& resolver = server_.resolver();
-    MeetingStore store(resolver.resolve(), resolver.memoryFolderName());
+    auto folders = resolver.folders();
+    MeetingStore store(std::move(folders.transcripts), std::move(folders.memoryFolderName));
     const std::string support = resolver.supportDirectory();
     const bool known = ToolCatalogue::isKnownTool(name, server_.askToolEnabled());
     const bool probe = server_.activityAttribution() == MCPServer::ActivityAttribution::probe;

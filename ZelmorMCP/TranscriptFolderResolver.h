@@ -22,6 +22,15 @@ struct TranscriptFolderResolver {
     /// The memory folder's name ("Memory" unless the settings name another).
     std::string memoryFolderName() const;
 
+    struct Folders {
+        /// As `resolve()`.
+        std::string transcripts;
+        /// As `memoryFolderName()`.
+        std::string memoryFolderName;
+    };
+    /// Both, from one read of the settings file: what each tool call needs.
+    Folders folders() const;
+
     /// The app's support folder (the folder of the settings file).
     std::string supportDirectory() const;
 };

@@ -34,6 +34,9 @@ TEST_F(ResolverTest, FolderAndMemoryNameFromTheSettingsReadAfreshOnEveryCall) {
         writeSettings(row.settings);
         EXPECT_EQ(resolver.resolve(), row.folder) << row.settings;
         EXPECT_EQ(resolver.memoryFolderName(), row.memory) << row.settings;
+        auto folders = resolver.folders();
+        EXPECT_EQ(folders.transcripts, row.folder) << row.settings;
+        EXPECT_EQ(folders.memoryFolderName, row.memory) << row.settings;
     }
 }
 
@@ -42,6 +45,8 @@ TEST_F(ResolverTest, OverrideWinsForFolderButSettingsStillNameMemory) {
     TranscriptFolderResolver overridden{home.path(), "/served/./here/"};
     EXPECT_EQ(overridden.resolve(), "/served/here");
     EXPECT_EQ(overridden.memoryFolderName(), "Brain");
+    EXPECT_EQ(overridden.folders().transcripts, "/served/here");
+    EXPECT_EQ(overridden.folders().memoryFolderName, "Brain");
 }
 
 } // namespace
