@@ -71,6 +71,9 @@ struct MeetingStore {
         long long offset = 0;
         /// "relevance" in any case orders by score; anything else is newest first.
         std::optional<std::string> sort;
+
+        /// Whether `sort` asks for the order by score.
+        bool ordersByRelevance() const;
     };
 
     struct SearchHit {

@@ -19,13 +19,6 @@ namespace zelmor {
 
 namespace {
 
-bool asksForRelevance(const std::optional<std::string>& sort) {
-    if (!sort) return false;
-    std::string lowered = *sort;
-    for (char& c : lowered) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-    return lowered == "relevance";
-}
-
 /// What the raw text of a file must hold for a term to be found in its body.
 ///
 /// The parser turns the body into turns and sections by cutting it at line breaks, trimming,
@@ -71,6 +64,13 @@ std::vector<std::string> snippetsOf(const std::string& path, const std::vector<s
 }
 
 } // namespace
+
+bool MeetingStore::SearchFilters::ordersByRelevance() const {
+    if (!sort) return false;
+    std::string lowered = *sort;
+    for (char& c : lowered) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+    return lowered == "relevance";
+}
 
 std::optional<TranscriptDocument> MeetingStore::readAgain(const std::string& path) {
     auto text = platform::readFile(path, FileLimits::transcriptBytes);
@@ -147,7 +147,7 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
         return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, {}}, match->score};
     };
     std::vector<Scored> found = collect(visit);
-    if (asksForRelevance(filters.sort))
+    if (filters.ordersByRelevance())
         std::stable_sort(found.begin(), found.end(), [](const Scored& a, const Scored& b) { return a.score > b.score; });
 
     const long long total = static_cast<long long>(found.size());

@@ -60,11 +60,6 @@ bool flagArgument(const json& arguments, const char* key) {
     return false;
 }
 
-std::string lowercasedASCII(std::string text) {
-    for (char& c : text) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-    return text;
-}
-
 /// The last path component without its extension, as a path library names a file.
 std::string fileStem(std::string path) {
     while (path.size() > 1 && path.back() == '/') path.pop_back();
@@ -206,7 +201,7 @@ json ToolExecutor::searchMeetings(const MeetingStore& store, const json& argumen
     auto rows = json::array();
     for (const auto& hit : found.hits) rows.push_back(searchRow(store, hit, hasQuery, includeContent));
     const auto count = static_cast<long long>(rows.size());
-    const bool relevance = filters.sort && lowercasedASCII(*filters.sort) == "relevance";
+    const bool relevance = filters.ordersByRelevance();
     return {{"total", found.total},
             {"count", count},
             {"offset", found.offset},
