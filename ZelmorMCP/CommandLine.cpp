@@ -25,7 +25,9 @@ Register with an MCP client, e.g. in .mcp.json:
 }
 
 CommandLine CommandLine::parse(const std::vector<std::string>& arguments, const std::string& home) {
-    auto has = [&](const char* flag) { return std::find(arguments.begin(), arguments.end(), flag) != arguments.end(); };
+    auto has = [&](const char* flag) {
+        return std::find(arguments.begin(), arguments.end(), flag) != arguments.end();
+    };
     CommandLine result;
     result.askTool = has("--ask-tool");
     if (has("--help") || has("-h")) {

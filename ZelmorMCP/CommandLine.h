@@ -15,7 +15,8 @@ struct CommandLine {
     static constexpr const char* version = ZELMOR_VERSION;
     /// Printed for --help and -h, without its trailing newline.
     static const std::string& helpText();
-    static constexpr const char* missingFolderPathMessage = "zelmor-mcp: --transcripts-folder requires a path";
+    static constexpr const char* missingFolderPathMessage =
+        "zelmor-mcp: --transcripts-folder requires a path";
 
     Action action = Action::serve;
     /// The folder after --transcripts-folder, tilde-expanded against `home`, made absolute.

@@ -25,7 +25,9 @@ bool awaitReady(int fd, short events) {
     return (entry.revents & POLLNVAL) == 0;
 }
 
-bool wouldBlock() { return errno == EAGAIN || errno == EWOULDBLOCK; }
+bool wouldBlock() {
+    return errno == EAGAIN || errno == EWOULDBLOCK;
+}
 
 bool writeAll(int fd, std::string_view data) {
     while (!data.empty()) {
@@ -102,7 +104,8 @@ int run(int inputFd, int outputFd, const Handler& handle, const OversizedHandler
                 pending.append(piece);
                 written = dispatch(pending, outputFd, handle);
                 pending.clear();
-                if (pending.capacity() > longLineBytes) std::string().swap(pending); // return what a long line took
+                if (pending.capacity() > longLineBytes)
+                    std::string().swap(pending); // return what a long line took
             }
             if (!written) return 0;
             chunk.remove_prefix(newline + 1);

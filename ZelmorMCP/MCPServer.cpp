@@ -85,9 +85,9 @@ std::optional<std::string> MCPServer::handle(std::string_view line) const {
                           : json::parse(line.begin(), line.end(), nullptr, /*allow_exceptions=*/false);
         if (message.is_discarded() || !(message.is_object() || message.is_array())) return parseErrorReply();
         if (!message.is_object())
-            return JSONWriter::compact(
-                errorResponse(nullptr, invalidRequestCode,
-                              "Invalid request: expected a single JSON-RPC object (batches are not supported)"));
+            return JSONWriter::compact(errorResponse(
+                nullptr, invalidRequestCode,
+                "Invalid request: expected a single JSON-RPC object (batches are not supported)"));
         auto reply = handleMessage(message);
         if (!reply) return std::nullopt;
         return JSONWriter::compact(*reply);
@@ -104,7 +104,8 @@ std::optional<std::string> MCPServer::outOfMemoryReply(const json& message) {
         const json& id = message["id"];
         auto method = message.find("method");
         if (method != message.end() && *method == "tools/call")
-            return JSONWriter::compact(successResponse(id, toolErrorResult("Unexpected error: std::bad_alloc")));
+            return JSONWriter::compact(
+                successResponse(id, toolErrorResult("Unexpected error: std::bad_alloc")));
         return JSONWriter::compact(errorResponse(id, internalErrorCode, "Internal error: out of memory"));
     } catch (...) {
         return std::nullopt;

@@ -16,9 +16,9 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
-#include <new>
 #include <map>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <thread>
 
@@ -58,13 +58,14 @@ std::vector<std::string> MeetingStore::candidateFiles() const {
     if (!platform::isDirectory(folder)) throw StoreError::folderMissing(folder);
     std::vector<bool> isLink;
     auto listed = platform::listFilesRecursively(platform::absolutePath(folder), &isLink);
-    if (!listed) return {}; // a folder we may not read lists nothing
+    if (!listed) return {};          // a folder we may not read lists nothing
     std::optional<std::string> root; // resolved at the first link, if any
     std::vector<std::string> candidates;
     for (size_t i = 0; i < listed->size(); ++i) {
         std::string& path = (*listed)[i];
         // A name that is not UTF-8 could not be shown to the agent nor sent back by it to read.
-        if (!UTF8::isValid(path) || !isMarkdownPath(path) || SkillsFolder::holds(path, memoryFolderName)) continue;
+        if (!UTF8::isValid(path) || !isMarkdownPath(path) || SkillsFolder::holds(path, memoryFolderName))
+            continue;
         // Folders are never entered through links, so only a file link can lead elsewhere: it
         // is listed only where reading it would be allowed, so that no tool shows what
         // read_meeting refuses.
@@ -143,7 +144,9 @@ std::vector<size_t> MeetingStore::visitFiles(const std::vector<std::string>& fil
     return order;
 }
 
-std::vector<MeetingStore::Meeting> MeetingStore::scan() const { return scan(0); }
+std::vector<MeetingStore::Meeting> MeetingStore::scan() const {
+    return scan(0);
+}
 
 std::vector<MeetingStore::Meeting> MeetingStore::scan(unsigned workers) const {
     return collect(
@@ -166,7 +169,9 @@ std::vector<MeetingStore::Meeting> MeetingStore::scanHeaders(unsigned workers) c
         workers);
 }
 
-std::string MeetingStore::resolvedRoot() const { return platform::resolveSymlinks(platform::absolutePath(folder)); }
+std::string MeetingStore::resolvedRoot() const {
+    return platform::resolveSymlinks(platform::absolutePath(folder));
+}
 
 std::string MeetingStore::resolveInsideFolder(std::string_view path) const {
     return resolveAgainst(resolvedRoot(), path);

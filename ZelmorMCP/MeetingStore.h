@@ -28,7 +28,14 @@ struct MeetingStore {
 
     /// Why the store refused; thrown by value. The path is the one concerned, as the caller gave it.
     struct StoreError {
-        enum class Kind { folderMissing, outsideFolder, notMarkdown, notFound, notZelmorTranscript, skillFile };
+        enum class Kind {
+            folderMissing,
+            outsideFolder,
+            notMarkdown,
+            notFound,
+            notZelmorTranscript,
+            skillFile
+        };
         Kind kind;
         std::string path;
         bool operator==(const StoreError&) const = default;
@@ -104,7 +111,8 @@ struct MeetingStore {
         std::string_view text;
     };
 
-    explicit MeetingStore(std::string folder, std::string memoryFolderName = SkillsFolder::defaultMemoryFolderName)
+    explicit MeetingStore(std::string folder,
+                          std::string memoryFolderName = SkillsFolder::defaultMemoryFolderName)
         : folder(std::move(folder)), memoryFolderName(std::move(memoryFolderName)) {}
 
     /// The transcripts folder, absolute.
@@ -159,7 +167,8 @@ struct MeetingStore {
 
     /// The meetings a scope admits, in their order and cut to its `lastN`, as `AnswerScope::apply`
     /// takes them, without copying any.
-    static std::vector<const Meeting*> admitted(const std::vector<Meeting>& meetings, const AnswerScope& scope);
+    static std::vector<const Meeting*> admitted(const std::vector<Meeting>& meetings,
+                                                const AnswerScope& scope);
 
     /// A scanned meeting's file read and parsed again, for the few rows a reply shows when the
     /// scan kept no bodies; nothing when it can no longer be read as a transcript.

@@ -110,8 +110,9 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     }
     auto admitsParticipant = [&](const TranscriptDocument& header) {
         if (nobodyMatches) return false;
-        return !participant || std::any_of(header.participants.begin(), header.participants.end(),
-                                           [&](const std::string& name) { return participant->occursIn(name); });
+        return !participant ||
+               std::any_of(header.participants.begin(), header.participants.end(),
+                           [&](const std::string& name) { return participant->occursIn(name); });
     };
 
     const auto needles = RankedTranscriptSearch::needles(terms);
@@ -134,21 +135,23 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
 
         // The turns are scored as they are read, never copied out of the text.
         RankedTranscriptSearch::TurnScorer scorer(*needles);
-        MarkdownTranscriptParser::parseBody(file.text, file.header, [&](const MarkdownTranscriptParser::TurnText& turn) {
-            scorer.addTurn(turn.paragraphs);
-        });
+        MarkdownTranscriptParser::parseBody(
+            file.text, file.header,
+            [&](const MarkdownTranscriptParser::TurnText& turn) { scorer.addTurn(turn.paragraphs); });
         auto match = scorer.finish(file.header);
         if (!match) return std::nullopt;
         // A hit shows its frontmatter only; the sections would add up to much of the corpus.
         // Swapping with empties frees the buffers; clearing or assigning would keep them.
         TranscriptDocument& doc = file.header;
-        for (std::string* body : {&doc.notes, &doc.summary, &doc.meetingNotes, &doc.actionItems, &doc.keyMoments})
+        for (std::string* body :
+             {&doc.notes, &doc.summary, &doc.meetingNotes, &doc.actionItems, &doc.keyMoments})
             std::string().swap(*body);
         return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, {}}, match->score};
     };
     std::vector<Scored> found = collect(visit);
     if (filters.ordersByRelevance())
-        std::stable_sort(found.begin(), found.end(), [](const Scored& a, const Scored& b) { return a.score > b.score; });
+        std::stable_sort(found.begin(), found.end(),
+                         [](const Scored& a, const Scored& b) { return a.score > b.score; });
 
     const long long total = static_cast<long long>(found.size());
     const long long pageSize = std::clamp(filters.limit, 1LL, 100LL);

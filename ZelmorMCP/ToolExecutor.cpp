@@ -91,12 +91,14 @@ std::string ToolExecutor::describe(const MeetingStore::StoreError& error) {
                " is not a .md transcript file. Pass a path exactly as returned by search_meetings.";
     case Kind::notFound:
         return "No transcript at " + path +
-               ". It may have been renamed or filed into a subfolder — re-run search_meetings for a fresh path.";
+               ". It may have been renamed or filed into a subfolder — re-run search_meetings for a fresh "
+               "path.";
     case Kind::notZelmorTranscript:
         return "Refused: " + path + " is not a Zelmor transcript (no 'source: Zelmor').";
     case Kind::skillFile:
         return "Refused: " + path +
-               " is one of the user's skills, not a meeting. Pass a path exactly as returned by search_meetings.";
+               " is one of the user's skills, not a meeting. Pass a path exactly as returned by "
+               "search_meetings.";
     }
     return "Unexpected error: " + path;
 }
@@ -140,15 +142,20 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
 
     json result;
     try {
-        if (name == "search_meetings") result = jsonToolResult(searchMeetings(store, arguments));
-        else if (name == "read_meeting") result = readMeeting(store, arguments);
-        else if (name == "list_participants") result = jsonToolResult(listParticipants(store));
-        else if (known && name == "ask_meetings") result = askMeetings(store, arguments);
+        if (name == "search_meetings")
+            result = jsonToolResult(searchMeetings(store, arguments));
+        else if (name == "read_meeting")
+            result = readMeeting(store, arguments);
+        else if (name == "list_participants")
+            result = jsonToolResult(listParticipants(store));
+        else if (known && name == "ask_meetings")
+            result = askMeetings(store, arguments);
         else
-            return MCPServer::errorResponse(id, invalidParamsCode,
-                                            "Unknown tool: " + name +
-                                                ". Available tools: search_meetings, read_meeting, list_participants" +
-                                                (server_.askToolEnabled() ? ", ask_meetings" : ""));
+            return MCPServer::errorResponse(
+                id, invalidParamsCode,
+                "Unknown tool: " + name +
+                    ". Available tools: search_meetings, read_meeting, list_participants" +
+                    (server_.askToolEnabled() ? ", ask_meetings" : ""));
     } catch (const MeetingStore::StoreError& error) {
         result = MCPServer::toolErrorResult(describe(error));
     } catch (const std::exception& error) {
@@ -232,16 +239,16 @@ json ToolExecutor::searchRow(const MeetingStore& store, const MeetingStore::Sear
 json ToolExecutor::readMeeting(const MeetingStore& store, const json& arguments) {
     auto path = stringArgument(arguments, "path");
     if (!path || path->empty())
-        return MCPServer::toolErrorResult(
-            "Missing required argument 'path'. Pass the transcript path exactly as returned by search_meetings.");
+        return MCPServer::toolErrorResult("Missing required argument 'path'. Pass the transcript path "
+                                          "exactly as returned by search_meetings.");
     return textToolResult(store.readInsideFolder(*path));
 }
 
 json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments) const {
     auto question = stringArgument(arguments, "question");
     if (!question || Whitespace::trim(*question).empty())
-        return MCPServer::toolErrorResult(
-            "Missing required argument 'question'. Ask in plain words, e.g. \"what did we decide about pricing?\"");
+        return MCPServer::toolErrorResult("Missing required argument 'question'. Ask in plain words, e.g. "
+                                          "\"what did we decide about pricing?\"");
     auto calendar = calendar_();
     if (!calendar) return MCPServer::toolErrorResult("Unexpected error: the calendar is unavailable");
     // Time phrases narrow the dates and leave the rest of the question to rank by.
@@ -272,7 +279,8 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         kept.durationMin = file.header.durationMin;
         return found;
     });
-    if (scope.lastN) weighed.resize(std::min(weighed.size(), static_cast<size_t>(std::max(*scope.lastN, 0LL))));
+    if (scope.lastN)
+        weighed.resize(std::min(weighed.size(), static_cast<size_t>(std::max(*scope.lastN, 0LL))));
     std::vector<QuestionRanking::Evidence> evidence;
     for (auto& one : weighed) evidence.push_back(std::move(one.evidence));
     auto hits = asked.rank(evidence);
@@ -294,7 +302,10 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         row["snippets"] = whole ? QuestionRanking::snippets(*whole, hit) : std::vector<std::string>{};
         rows.push_back(std::move(row));
     }
-    json data = {{"question", *question}, {"total", hits.size()}, {"count", rows.size()}, {"meetings", std::move(rows)}};
+    json data = {{"question", *question},
+                 {"total", hits.size()},
+                 {"count", rows.size()},
+                 {"meetings", std::move(rows)}};
     if (!parsed.matchedPhrases.empty()) {
         json scoped = json::object();
         if (parsed.scope.dateFrom) scoped["date_from"] = *parsed.scope.dateFrom;

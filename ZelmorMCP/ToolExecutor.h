@@ -34,8 +34,8 @@ public:
     static nlohmann::json searchMeetings(const MeetingStore& store, const nlohmann::json& arguments);
     /// One row of a search page. With `includeContent` the file is read here, after the scan, so
     /// a file gone since then throws `notFound` and fails the whole call.
-    static nlohmann::json searchRow(const MeetingStore& store, const MeetingStore::SearchHit& hit, bool hasQuery,
-                                    bool includeContent);
+    static nlohmann::json searchRow(const MeetingStore& store, const MeetingStore::SearchHit& hit,
+                                    bool hasQuery, bool includeContent);
     static nlohmann::json readMeeting(const MeetingStore& store, const nlohmann::json& arguments);
     static nlohmann::json listParticipants(const MeetingStore& store);
     /// ask_meetings: the meetings that answer a question, best first, within the scope of its
@@ -46,8 +46,8 @@ public:
     static std::optional<std::string> titleFromReadResult(const nlohmann::json& result);
 
 private:
-    void recordFeedEntry(const std::string& tool, const nlohmann::json& arguments, const nlohmann::json& result,
-                         const std::string& supportDirectory) const;
+    void recordFeedEntry(const std::string& tool, const nlohmann::json& arguments,
+                         const nlohmann::json& result, const std::string& supportDirectory) const;
 
     const MCPServer& server_;
     Clock now_;

@@ -14,7 +14,8 @@ namespace {
 
 /// The settings file's object, or nothing when it cannot be read as one.
 std::optional<nlohmann::json> readSettings(const std::string& home) try {
-    auto text = platform::readFile(home + "/" + TranscriptFolderResolver::configurationPath, FileLimits::settingsBytes);
+    auto text = platform::readFile(home + "/" + TranscriptFolderResolver::configurationPath,
+                                   FileLimits::settingsBytes);
     if (!text) return std::nullopt;
     auto settings = nlohmann::json::parse(*text, nullptr, /*allow_exceptions=*/false);
     if (!settings.is_object()) return std::nullopt;
@@ -33,7 +34,8 @@ std::optional<std::string> settingsString(const std::optional<nlohmann::json>& s
     return trimmed;
 }
 
-std::string transcriptsFolder(const TranscriptFolderResolver& resolver, const std::optional<nlohmann::json>& settings) {
+std::string transcriptsFolder(const TranscriptFolderResolver& resolver,
+                              const std::optional<nlohmann::json>& settings) {
     if (resolver.overrideFolder) return platform::absolutePath(*resolver.overrideFolder);
     const std::string& home = resolver.homeDirectory;
     if (auto value = settingsString(settings, "output_folder_display_path")) {
@@ -56,7 +58,9 @@ std::string TranscriptFolderResolver::resolve() const {
     return transcriptsFolder(*this, overrideFolder ? std::nullopt : readSettings(homeDirectory));
 }
 
-std::string TranscriptFolderResolver::memoryFolderName() const { return memoryFolder(readSettings(homeDirectory)); }
+std::string TranscriptFolderResolver::memoryFolderName() const {
+    return memoryFolder(readSettings(homeDirectory));
+}
 
 TranscriptFolderResolver::Folders TranscriptFolderResolver::folders() const {
     auto settings = readSettings(homeDirectory);

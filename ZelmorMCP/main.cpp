@@ -19,12 +19,17 @@ int main(int argc, char** argv) {
     std::string home = platform::homeDirectory();
     auto commandLine = CommandLine::parse(std::vector<std::string>(argv + 1, argv + argc), home);
     switch (commandLine.action) {
-    case CommandLine::Action::help: std::printf("%s\n", CommandLine::helpText().c_str()); return 0;
-    case CommandLine::Action::version: std::printf("%s\n", CommandLine::version); return 0;
+    case CommandLine::Action::help:
+        std::printf("%s\n", CommandLine::helpText().c_str());
+        return 0;
+    case CommandLine::Action::version:
+        std::printf("%s\n", CommandLine::version);
+        return 0;
     case CommandLine::Action::missingFolderPath:
         std::fprintf(stderr, "%s\n", CommandLine::missingFolderPathMessage);
         return 2;
-    case CommandLine::Action::serve: break;
+    case CommandLine::Action::serve:
+        break;
     }
 
     std::map<std::string, std::string> environment;
@@ -45,9 +50,12 @@ int main(int argc, char** argv) {
             return std::unique_ptr<icu::Calendar>(icu::Calendar::createInstance(status));
         });
     if (commandLine.askTool) server.enableAskTool();
-    server.setToolCallHandler([&](const nlohmann::json& id, const nlohmann::json& params) { return tools.toolCall(id, params); });
-    std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version, server.resolver().resolve().c_str());
+    server.setToolCallHandler(
+        [&](const nlohmann::json& id, const nlohmann::json& params) { return tools.toolCall(id, params); });
+    std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version,
+                 server.resolver().resolve().c_str());
     std::fflush(stderr);
-    return LineLoop::run(STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); },
-                         &MCPServer::parseErrorReply);
+    return LineLoop::run(
+        STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); },
+        &MCPServer::parseErrorReply);
 }

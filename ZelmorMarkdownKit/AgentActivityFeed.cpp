@@ -159,7 +159,8 @@ std::vector<Entry> entries(std::string_view text) {
 }
 
 std::vector<Entry> load(const std::string& supportDirectory) {
-    std::optional<std::string> text = platform::readFile(fileURL(supportDirectory), FileLimits::activityBytes);
+    std::optional<std::string> text =
+        platform::readFile(fileURL(supportDirectory), FileLimits::activityBytes);
     if (!text || !UTF8::isValid(*text)) return {};
     return entries(*text);
 }
@@ -168,8 +169,9 @@ std::vector<Entry> capped(std::vector<Entry> list, Instant now, const icu::Calen
     if (std::optional<Instant> cutoff = CalendarDays::adding(-keepDays, now, calendar)) {
         std::erase_if(list, [&](const Entry& entry) { return entry.ts < *cutoff; });
     }
-    std::stable_sort(list.begin(), list.end(),
-                     [&](const Entry& a, const Entry& b) { return std::min(a.ts, now) < std::min(b.ts, now); });
+    std::stable_sort(list.begin(), list.end(), [&](const Entry& a, const Entry& b) {
+        return std::min(a.ts, now) < std::min(b.ts, now);
+    });
     if (list.size() > maxEntries)
         list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(maxEntries));
     return list;

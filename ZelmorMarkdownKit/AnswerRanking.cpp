@@ -62,7 +62,8 @@ struct FieldTokens {
     std::vector<StemIDs> turns;
     std::vector<StemIDs> bodies;
 
-    FieldTokens(const TranscriptDocument& document, QueryTokenizer::WordCache& cache) : title(cache.tags(document.title)) {
+    FieldTokens(const TranscriptDocument& document, QueryTokenizer::WordCache& cache)
+        : title(cache.tags(document.title)) {
         for (const auto& name : document.participants) participants.push_back(cache.tags(name));
         for (const auto& turn : document.turns) turns.push_back(cache.tags(turn.text));
         for (const std::string* body : bodyTexts(document)) bodies.push_back(cache.tags(*body));
@@ -77,7 +78,6 @@ size_t count(const StemIDs& keyword, const StemIDs& field) {
         found += std::equal(keyword.begin(), keyword.end(), at);
     return found;
 }
-
 
 struct TermEvidence {
     double tf = 0;
@@ -106,10 +106,10 @@ TermEvidence evidenceOf(const StemIDs& stems, const FieldTokens& fields) {
     for (const auto& name : fields.participants) inParticipants += count(stems, name);
     found.titleHit = inTitle > 0;
     found.participantHit = inParticipants > 0;
-    found.tf += titleTermWeight * static_cast<double>(inTitle) + participantTermWeight * static_cast<double>(inParticipants);
+    found.tf += titleTermWeight * static_cast<double>(inTitle) +
+                participantTermWeight * static_cast<double>(inParticipants);
     return found;
 }
-
 
 /// One snippet per matched keyword (at most three): its first turn not yet used, else its first
 /// body text, cut around the keyword's first place.
@@ -128,7 +128,8 @@ DocumentMatch matchOf(const TranscriptDocument& document, const std::vector<cons
     result.score = result.matchingTurns + (titleHit ? 3 : 0) + (participantHit ? 2 : 0);
 
     auto cut = [&](const std::string& text, const Tokens& keyword) {
-        if (auto range = QueryTokenizer::firstRange(keyword, text)) return excerpt(text, *range, snippetContext);
+        if (auto range = QueryTokenizer::firstRange(keyword, text))
+            return excerpt(text, *range, snippetContext);
         return std::string(ICUText::prefixCharacters(text, 2 * snippetContext));
     };
     std::set<size_t> usedTurns;
@@ -172,13 +173,15 @@ std::optional<std::chrono::system_clock::time_point> utcMidnight(std::string_vie
     if (day.size() != 10 || day[4] != '-' || day[7] != '-') return std::nullopt;
     auto year = digits(0, 4), month = digits(5, 2), date = digits(8, 2);
     if (!year || !month || !date) return std::nullopt;
-    std::chrono::year_month_day civil{std::chrono::year(*year), std::chrono::month(static_cast<unsigned>(*month)),
+    std::chrono::year_month_day civil{std::chrono::year(*year),
+                                      std::chrono::month(static_cast<unsigned>(*month)),
                                       std::chrono::day(static_cast<unsigned>(*date))};
     if (!civil.ok()) return std::nullopt;
     return std::chrono::sys_days(civil);
 }
 
-double recencyFactor(std::string_view date, std::chrono::system_clock::time_point now, std::optional<double> halfLifeDays) {
+double recencyFactor(std::string_view date, std::chrono::system_clock::time_point now,
+                     std::optional<double> halfLifeDays) {
     if (!halfLifeDays || !(*halfLifeDays > 0)) return 1;
     auto midnight = utcMidnight(date);
     if (!midnight) return 1;
@@ -188,7 +191,8 @@ double recencyFactor(std::string_view date, std::chrono::system_clock::time_poin
 }
 
 std::vector<detail::RankedIndex> detail::answerRank(const std::vector<const TranscriptDocument*>& documents,
-                                                    std::string_view question, const AnswerRankOptions& options) {
+                                                    std::string_view question,
+                                                    const AnswerRankOptions& options) {
     std::vector<Tokens> keywords;
     for (const auto& keyword : QueryTokenizer::keywords(question)) keywords.push_back(splitStems(keyword));
     if (keywords.empty()) return {};
@@ -216,7 +220,8 @@ std::vector<detail::RankedIndex> detail::answerRank(const std::vector<const Tran
     std::vector<double> weights;
     double total = 0, unmatched = 0;
     for (size_t q = 0; q < keywords.size(); ++q) {
-        size_t df = std::count_if(evidence.begin(), evidence.end(), [&](const auto& perKeyword) { return perKeyword[q].tf > 0; });
+        size_t df = std::count_if(evidence.begin(), evidence.end(),
+                                  [&](const auto& perKeyword) { return perKeyword[q].tf > 0; });
         double weight = options.useIDF ? std::log((n + 1) / (static_cast<double>(df) + 1)) + 1 : 1;
         weights.push_back(weight);
         total += weight;
@@ -246,8 +251,8 @@ std::vector<detail::RankedIndex> detail::answerRank(const std::vector<const Tran
             auto identity = SpeakerIdentity::fromAliases(boost->userAliases);
             if (Participation::spoke(document, identity, boost->minTurns)) relevance *= 1 + boost->boost;
         }
-        ranked.push_back({d, static_cast<long long>(matchedEvidence.size()), matchOf(document, matchedStems, matchedEvidence),
-                          relevance});
+        ranked.push_back({d, static_cast<long long>(matchedEvidence.size()),
+                          matchOf(document, matchedStems, matchedEvidence), relevance});
     }
     std::stable_sort(ranked.begin(), ranked.end(), [&](const RankedIndex& a, const RankedIndex& b) {
         if (a.relevance != b.relevance) return a.relevance > b.relevance;
@@ -257,7 +262,8 @@ std::vector<detail::RankedIndex> detail::answerRank(const std::vector<const Tran
 }
 
 ScopedAnswerResult answerRank(const std::vector<std::pair<std::string, TranscriptDocument>>& items,
-                              std::string_view question, const AnswerScope& scope, const AnswerRankOptions& options) {
+                              std::string_view question, const AnswerScope& scope,
+                              const AnswerRankOptions& options) {
     auto admitted = scope.apply(items);
     ScopedAnswerResult result;
     result.scannedCount = static_cast<long long>(admitted.size());

@@ -62,7 +62,8 @@ std::optional<std::chrono::system_clock::time_point> utcMidnight(std::string_vie
 
 /// 2^(-age/halfLife) with the age in days since the day's UTC midnight; 1 without a positive
 /// half-life, for a day that does not parse, and for a day in the future.
-double recencyFactor(std::string_view date, std::chrono::system_clock::time_point now, std::optional<double> halfLifeDays);
+double recencyFactor(std::string_view date, std::chrono::system_clock::time_point now,
+                     std::optional<double> halfLifeDays);
 
 namespace detail {
 struct RankedIndex {
@@ -72,28 +73,30 @@ struct RankedIndex {
     double relevance;
 };
 /// The ranking over documents by position, best first.
-std::vector<RankedIndex> answerRank(const std::vector<const TranscriptDocument*>& documents, std::string_view question,
-                                    const AnswerRankOptions& options);
+std::vector<RankedIndex> answerRank(const std::vector<const TranscriptDocument*>& documents,
+                                    std::string_view question, const AnswerRankOptions& options);
 } // namespace detail
 
 /// The meetings holding any of the question's keywords, best first; none when most of the
 /// question's weight lies on keywords no meeting holds.
 template <typename ID>
-std::vector<AnswerHit<ID>> answerRank(const std::vector<std::pair<ID, TranscriptDocument>>& items, std::string_view question,
-                                      const AnswerRankOptions& options) {
+std::vector<AnswerHit<ID>> answerRank(const std::vector<std::pair<ID, TranscriptDocument>>& items,
+                                      std::string_view question, const AnswerRankOptions& options) {
     std::vector<const TranscriptDocument*> documents;
     documents.reserve(items.size());
     for (const auto& item : items) documents.push_back(&item.second);
     std::vector<AnswerHit<ID>> hits;
     for (auto& ranked : detail::answerRank(documents, question, options)) {
         const auto& [id, document] = items[ranked.index];
-        hits.push_back(AnswerHit<ID>{id, document, ranked.matchedKeywords, std::move(ranked.match), ranked.relevance});
+        hits.push_back(
+            AnswerHit<ID>{id, document, ranked.matchedKeywords, std::move(ranked.match), ranked.relevance});
     }
     return hits;
 }
 
 /// The scope first (items newest first, so `lastN` keeps the latest), then the ranking.
 ScopedAnswerResult answerRank(const std::vector<std::pair<std::string, TranscriptDocument>>& items,
-                              std::string_view question, const AnswerScope& scope, const AnswerRankOptions& options);
+                              std::string_view question, const AnswerScope& scope,
+                              const AnswerRankOptions& options);
 
 } // namespace zelmor::RankedTranscriptSearch

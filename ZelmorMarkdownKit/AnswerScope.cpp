@@ -48,7 +48,9 @@ const AnswerScope& AnswerScope::all() {
 
 // Equality, not "admits everything": a scope holding an empty date is not `all`, though `admits`
 // ignores that date, so `apply` still lets every meeting through for it.
-bool AnswerScope::isAll() const { return *this == all(); }
+bool AnswerScope::isAll() const {
+    return *this == all();
+}
 
 bool AnswerScope::admits(std::string_view id, const TranscriptDocument& document) const {
     if (meetingIDs && !meetingIDs->contains(std::string(id))) return false;

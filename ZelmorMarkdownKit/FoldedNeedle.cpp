@@ -24,11 +24,17 @@ size_t commonness(unsigned char c) {
     return at == std::string_view::npos ? byCommonness.size() : at;
 }
 
-unsigned char lowerASCII(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; }
+unsigned char lowerASCII(unsigned char c) {
+    return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c;
+}
 
-bool isASCIILetter(unsigned char c) { return c >= 'a' && c <= 'z'; }
+bool isASCIILetter(unsigned char c) {
+    return c >= 'a' && c <= 'z';
+}
 
-bool isASCII(std::string_view text) { return UTF8::firstNonASCII(text) == text.size(); }
+bool isASCII(std::string_view text) {
+    return UTF8::firstNonASCII(text) == text.size();
+}
 
 } // namespace
 
@@ -43,7 +49,8 @@ FoldedNeedle::FoldedNeedle(std::string folded) : needle(std::move(folded)) {
     for (size_t i = 0; i < needle.size(); ++i) {
         if (i == anchor) continue;
         auto c = static_cast<unsigned char>(needle[i]);
-        if (second == anchor || commonness(c) >= commonness(static_cast<unsigned char>(needle[second]))) second = i;
+        if (second == anchor || commonness(c) >= commonness(static_cast<unsigned char>(needle[second])))
+            second = i;
     }
 }
 
@@ -70,15 +77,18 @@ bool FoldedNeedle::occursAsASCII(std::string_view text) const {
     // A letter is looked for in both cases: one memchr scan per case, each resumed past its own
     // find. That is fastest while the anchor is rare; once it proves common in this text, the
     // rest is searched 16 places at a time on two bytes of the needle.
-    const unsigned char forms[2] = {target, isASCIILetter(target) ? static_cast<unsigned char>(target - ('a' - 'A')) : target};
+    const unsigned char forms[2] = {
+        target, isASCIILetter(target) ? static_cast<unsigned char>(target - ('a' - 'A')) : target};
     const size_t formCount = forms[0] == forms[1] ? 1 : 2;
     const unsigned char* found[2] = {first, first};
     auto scan = [&](size_t k, const unsigned char* from) {
-        found[k] = from < end ? static_cast<const unsigned char*>(std::memchr(from, forms[k], end - from)) : nullptr;
+        found[k] =
+            from < end ? static_cast<const unsigned char*>(std::memchr(from, forms[k], end - from)) : nullptr;
     };
     for (size_t k = 0; k < formCount; ++k) scan(k, first);
     for (int misses = 0;; ++misses) {
-        size_t k = formCount == 2 && found[1] != nullptr && (found[0] == nullptr || found[1] < found[0]) ? 1 : 0;
+        size_t k =
+            formCount == 2 && found[1] != nullptr && (found[0] == nullptr || found[1] < found[0]) ? 1 : 0;
         const unsigned char* hit = found[k];
         if (hit == nullptr) return false;
         size_t start = static_cast<size_t>(hit - data) - anchor;
@@ -111,8 +121,10 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
     }
     // Setting bit 0x20 lowers an ASCII letter and maps no other byte onto a lower-case letter.
     auto caseBit = [](char c) { return isASCIILetter(static_cast<unsigned char>(c)) ? 0x20 : 0; };
-    const Bytes firstByte = lane(static_cast<unsigned char>(needle[anchor])), firstCase = lane(caseBit(needle[anchor]));
-    const Bytes secondByte = lane(static_cast<unsigned char>(needle[second])), secondCase = lane(caseBit(needle[second]));
+    const Bytes firstByte = lane(static_cast<unsigned char>(needle[anchor])),
+                firstCase = lane(caseBit(needle[anchor]));
+    const Bytes secondByte = lane(static_cast<unsigned char>(needle[second])),
+                secondCase = lane(caseBit(needle[second]));
     Bytes seen = lane(0); // every anchor-side byte loaded, ORed, for the high bit
     auto block = [&](size_t start) {
         Bytes a, b;
@@ -146,7 +158,8 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
         std::uint64_t halves[2];
         std::memcpy(halves, &seen, 16);
         *nonASCII = ((halves[0] | halves[1]) & 0x8080808080808080ULL) != 0 ||
-                    (!endsLoaded && (!isASCII(text.substr(0, from + anchor)) || !isASCII(text.substr(last + 1 + anchor))));
+                    (!endsLoaded &&
+                     (!isASCII(text.substr(0, from + anchor)) || !isASCII(text.substr(last + 1 + anchor))));
     }
     return false;
 }
@@ -176,14 +189,16 @@ bool FoldedNeedle::mayHoldAnchor(std::string_view window) const {
     return false;
 }
 
-std::optional<bool> FoldedNeedle::acrossOneLetter(std::string_view text, size_t start, size_t end, char32_t c) const {
+std::optional<bool> FoldedNeedle::acrossOneLetter(std::string_view text, size_t start, size_t end,
+                                                  char32_t c) const {
     // Most accented letters fold to one ASCII letter, and the text around them is ASCII, which
     // folds byte for byte: then the needle is compared in place at each spot the letter can take.
     auto folded = TextFolding::foldedFromTable(c);
     if (!folded || folded->size() != 1) return std::nullopt;
     auto equalsLowered = [](std::string_view raw, std::string_view lowered) {
         for (size_t k = 0; k < raw.size(); ++k)
-            if (lowerASCII(static_cast<unsigned char>(raw[k])) != static_cast<unsigned char>(lowered[k])) return false;
+            if (lowerASCII(static_cast<unsigned char>(raw[k])) != static_cast<unsigned char>(lowered[k]))
+                return false;
         return true;
     };
     bool unsure = false;

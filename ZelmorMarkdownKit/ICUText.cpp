@@ -2,14 +2,14 @@
 // UTF-8 bytes so that matches come back as views into the original string.
 #include "ZelmorMarkdownKit/ICUText.h"
 
+#include "ZelmorMarkdownKit/UTF8.h"
 #include "ZelmorMarkdownKit/Utf16Text.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
-#include "ZelmorMarkdownKit/UTF8.h"
 
 #include <unicode/brkiter.h>
-#include <unicode/uchar.h>
 #include <unicode/locid.h>
 #include <unicode/regex.h>
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include <algorithm>
@@ -48,10 +48,11 @@ Pattern::Pattern(std::string_view pattern) {
     UErrorCode status = U_ZERO_ERROR;
     UParseError parseError{};
     compiled_.reset(icu::RegexPattern::compile(
-        icu::UnicodeString::fromUTF8(icu::StringPiece(pattern.data(), static_cast<int32_t>(pattern.size()))), 0,
-        parseError, status));
+        icu::UnicodeString::fromUTF8(icu::StringPiece(pattern.data(), static_cast<int32_t>(pattern.size()))),
+        0, parseError, status));
     if (U_FAILURE(status) || !compiled_) {
-        std::fprintf(stderr, "zelmor: bad built-in pattern %.*s\n", static_cast<int>(pattern.size()), pattern.data());
+        std::fprintf(stderr, "zelmor: bad built-in pattern %.*s\n", static_cast<int>(pattern.size()),
+                     pattern.data());
         std::abort();
     }
 }
@@ -196,7 +197,8 @@ bool isNumeric(std::string_view text) {
     if (text.empty()) return false;
     bool numeric = true;
     forEachCharacter(text, [&](std::string_view character) {
-        numeric = numeric && u_getNumericValue(static_cast<UChar32>(firstCodePoint(character))) != U_NO_NUMERIC_VALUE;
+        numeric = numeric &&
+                  u_getNumericValue(static_cast<UChar32>(firstCodePoint(character))) != U_NO_NUMERIC_VALUE;
     });
     return numeric;
 }

@@ -19,14 +19,30 @@ void writeString(std::string& out, const std::string& raw) {
     out += '"';
     for (unsigned char c : s) {
         switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '/': out += "\\/"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        case '\b': out += "\\b"; break;
-        case '\f': out += "\\f"; break;
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '/':
+            out += "\\/";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        case '\b':
+            out += "\\b";
+            break;
+        case '\f':
+            out += "\\f";
+            break;
         default:
             if (c < 0x20) {
                 out += "\\u00";
@@ -69,12 +85,19 @@ bool write(std::string& out, const nlohmann::json& value, int indent, int depth)
         out.append(static_cast<size_t>(level * indent), ' ');
     };
     switch (value.type()) {
-    case nlohmann::json::value_t::null: out += "null"; return true;
-    case nlohmann::json::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return true;
-    case nlohmann::json::value_t::string: writeString(out, value.get_ref<const std::string&>()); return true;
+    case nlohmann::json::value_t::null:
+        out += "null";
+        return true;
+    case nlohmann::json::value_t::boolean:
+        out += value.get<bool>() ? "true" : "false";
+        return true;
+    case nlohmann::json::value_t::string:
+        writeString(out, value.get_ref<const std::string&>());
+        return true;
     case nlohmann::json::value_t::number_integer:
     case nlohmann::json::value_t::number_unsigned:
-    case nlohmann::json::value_t::number_float: return writeNumber(out, value);
+    case nlohmann::json::value_t::number_float:
+        return writeNumber(out, value);
     case nlohmann::json::value_t::array: {
         out += '[';
         bool first = true;
@@ -103,7 +126,8 @@ bool write(std::string& out, const nlohmann::json& value, int indent, int depth)
         out += '}';
         return true;
     }
-    default: return false;
+    default:
+        return false;
     }
 }
 

@@ -45,7 +45,8 @@ long long integerValue(std::string_view value) {
         negative = digits[0] == '-';
         digits.remove_prefix(1);
     }
-    if (digits.empty() || !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
+    if (digits.empty() ||
+        !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
         return 0;
     unsigned long long magnitude = 0;
     auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
@@ -55,7 +56,9 @@ long long integerValue(std::string_view value) {
     return magnitude > limit ? 0 : static_cast<long long>(magnitude);
 }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 /// Decimal notation only: an optional sign, digits with an optional fraction (at least one digit
 /// in all), then an optional exponent. Hex, "inf" and "nan" are not decimal numbers.
@@ -143,7 +146,8 @@ constexpr KeyRule keyRules[] = {
          std::string flag = lowercasedASCII(unquoted(v));
          s.doc.isPrivate = flag == "true" || flag == "yes" || flag == "1";
      }},
-    {"calendar_event_id", [](std::string_view v, FrontmatterState& s) { s.doc.calendarEventID = unquoted(v); }},
+    {"calendar_event_id",
+     [](std::string_view v, FrontmatterState& s) { s.doc.calendarEventID = unquoted(v); }},
     {"spend_id", [](std::string_view v, FrontmatterState& s) { s.doc.spendID = unquoted(v); }},
     {"pending_offset",
      [](std::string_view v, FrontmatterState& s) {
@@ -158,19 +162,26 @@ constexpr KeyRule keyRules[] = {
     {"pending_audio", [](std::string_view, FrontmatterState& s) { s.list = OpenList::pendingAudio; }},
     {"tags",
      [](std::string_view v, FrontmatterState& s) {
-         if (v.empty()) s.list = OpenList::tags;
-         else for (auto& tag : parseInlineTags(v)) s.doc.tags.push_back(std::move(tag));
+         if (v.empty())
+             s.list = OpenList::tags;
+         else
+             for (auto& tag : parseInlineTags(v)) s.doc.tags.push_back(std::move(tag));
      }},
 };
 
 void addListItem(std::string_view item, FrontmatterState& state) {
     switch (state.list) {
-    case OpenList::participants: state.doc.participants.emplace_back(item); break;
-    case OpenList::pendingAudio: state.doc.pendingAudioPaths.push_back(unquoted(item)); break;
+    case OpenList::participants:
+        state.doc.participants.emplace_back(item);
+        break;
+    case OpenList::pendingAudio:
+        state.doc.pendingAudioPaths.push_back(unquoted(item));
+        break;
     case OpenList::tags:
         if (std::string tag = unquoted(item); !tag.empty()) state.doc.tags.push_back(std::move(tag));
         break;
-    case OpenList::none: break;
+    case OpenList::none:
+        break;
     }
 }
 
@@ -282,7 +293,7 @@ template <typename Visit> void forEachTurn(std::string_view section, Visit&& vis
         start = end + 2;
         if (paragraph.empty()) continue;
         size_t close = paragraph.size() >= 2 && paragraph.substr(0, 2) == "**" ? paragraph.find(":**")
-                                                                              : std::string_view::npos;
+                                                                               : std::string_view::npos;
         if (close != std::string_view::npos) {
             std::string_view label = paragraph.substr(2, close - 2);
             std::string_view text = paragraph.substr(close + 3);
@@ -334,7 +345,8 @@ std::optional<Parts> split(std::string_view original, std::string& storage, bool
     // of the body where they are: the rest of the file is looked at only when the body is wanted.
     if (original.starts_with("---\n")) {
         size_t close = original.find("\n---\n", 4);
-        if (close != std::string_view::npos && original.substr(0, close + 5).find('\r') == std::string_view::npos) {
+        if (close != std::string_view::npos &&
+            original.substr(0, close + 5).find('\r') == std::string_view::npos) {
             std::string_view body = original.substr(close + 5);
             if (withBody && body.find("\r\n") != std::string_view::npos) {
                 storage = replaceCRLF(body);
@@ -363,8 +375,10 @@ std::optional<Parts> split(std::string_view original, std::string& storage, bool
 void readBody(std::string_view body, TranscriptDocument& doc, const TurnVisitor* visit) {
     Landmarks landmarks(body);
     doc.notes = trim(section(body, 0, landmarks));
-    if (visit) forEachTurn(section(body, 1, landmarks), *visit);
-    else doc.turns = parseTurns(section(body, 1, landmarks));
+    if (visit)
+        forEachTurn(section(body, 1, landmarks), *visit);
+    else
+        doc.turns = parseTurns(section(body, 1, landmarks));
     doc.summary = trim(stripCommentLines(section(body, 2, landmarks)));
     doc.meetingNotes = trim(stripCommentLines(section(body, 3, landmarks)));
     doc.actionItems = trim(stripCommentLines(section(body, 4, landmarks)));

@@ -6,9 +6,9 @@
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/UTF8.h"
 #include "ZelmorMarkdownKit/Utf16Text.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
-#include "ZelmorMarkdownKit/UTF8.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
@@ -17,8 +17,8 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -140,7 +140,8 @@ bool mayHoldOneOnOne(std::string_view text) {
     static constexpr auto wordBytes = [] {
         std::array<bool, 256> table{};
         for (int c = 0; c < 256; ++c)
-            table[static_cast<size_t>(c)] = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+            table[static_cast<size_t>(c)] =
+                (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
         return table;
     }();
     bool afterWordByte = false;
@@ -149,7 +150,8 @@ bool mayHoldOneOnOne(std::string_view text) {
         const bool wordByte = wordBytes[static_cast<unsigned char>(c)];
         if (wordByte && !afterWordByte && (c == '1' || c == 'o' || c == 'O')) {
             if (c == '1') {
-                if (startsWithIgnoringASCIICase(text, i, "1:1") || startsWithIgnoringASCIICase(text, i, "1-1") ||
+                if (startsWithIgnoringASCIICase(text, i, "1:1") ||
+                    startsWithIgnoringASCIICase(text, i, "1-1") ||
                     startsWithIgnoringASCIICase(text, i, "1 on 1"))
                     return true;
             } else if ((c == 'o' || c == 'O') && startsWithIgnoringASCIICase(text, i, "one")) {
@@ -262,7 +264,8 @@ const ASCIIClasses& asciiClasses() {
 /// Only segments that can hold a letter or digit are reported. `oneOnOneStart` is set when "1"
 /// or "one" in any case follows a byte that is not a word character (a segment's start, or just
 /// after a joining mark or "@"), the only places where a one-on-one spelling can begin.
-template <typename Visit> void forEachASCIISegment(std::string_view text, bool& oneOnOneStart, Visit&& visit) {
+template <typename Visit>
+void forEachASCIISegment(std::string_view text, bool& oneOnOneStart, Visit&& visit) {
     const ASCIIClasses& classes = asciiClasses();
     auto classify = [&](char c) { return classes[static_cast<unsigned char>(c)]; };
     auto mayStartOneOnOne = [&](size_t at) {
@@ -307,20 +310,24 @@ template <typename Visit>
 void forEachASCIISegmentOf(std::string_view text, std::vector<TextRange>& segments, Visit&& visit) {
     segments.clear();
     bool oneOnOneStart = false;
-    forEachASCIISegment(text, oneOnOneStart, [&](size_t start, size_t end) { segments.push_back({start, end}); });
+    forEachASCIISegment(text, oneOnOneStart, [&](size_t start, size_t end) {
+        segments.push_back({start, end});
+    });
     std::optional<Shadow> shadow;
     if (oneOnOneStart && mayHoldOneOnOne(text))
         shadow = shadowOf(text, icu::UnicodeString::fromUTF8(
                                     icu::StringPiece(text.data(), static_cast<int32_t>(text.size()))));
     if (!shadow) {
-        for (const TextRange& segment : segments) visit(text.substr(segment.start, segment.end - segment.start), segment);
+        for (const TextRange& segment : segments)
+            visit(text.substr(segment.start, segment.end - segment.start), segment);
         return;
     }
     std::string working;
     shadow->units.toUTF8String(working);
     bool ignored = false;
     forEachASCIISegment(working, ignored, [&](size_t start, size_t end) {
-        size_t inputEnd = static_cast<size_t>(shadow->wordEnd(static_cast<int32_t>(start), static_cast<int32_t>(end)));
+        size_t inputEnd =
+            static_cast<size_t>(shadow->wordEnd(static_cast<int32_t>(start), static_cast<int32_t>(end)));
         visit(std::string_view(working).substr(start, end - start), TextRange{start, inputEnd});
     });
 }
@@ -342,7 +349,8 @@ void forEachSegmentUsingICU(std::string_view text, const SegmentVisitor& visit) 
     }
 }
 
-std::vector<Word> collectWords(std::string_view text, void (*segments)(std::string_view, const SegmentVisitor&)) {
+std::vector<Word> collectWords(std::string_view text,
+                               void (*segments)(std::string_view, const SegmentVisitor&)) {
     std::vector<Word> found;
     segments(text, [&](std::string_view segment, TextRange range) { appendWord(found, segment, range); });
     return found;
@@ -397,8 +405,7 @@ std::string normalize(std::string_view word) {
     size_t at = 0;
     while (at < kept.size()) {
         char32_t c = UTF8::decode(kept, at);
-        if (U_GET_GC_MASK(static_cast<UChar32>(c)) & (U_GC_L_MASK | U_GC_N_MASK))
-            UTF8::append(out, c);
+        if (U_GET_GC_MASK(static_cast<UChar32>(c)) & (U_GC_L_MASK | U_GC_N_MASK)) UTF8::append(out, c);
     }
     return out;
 }
@@ -460,7 +467,9 @@ void forEachSegment(std::string_view text, const SegmentVisitor& visit) {
         forEachSegmentUsingICU(text, visit);
 }
 
-std::vector<Word> words(std::string_view text) { return collectWords(text, forEachSegment); }
+std::vector<Word> words(std::string_view text) {
+    return collectWords(text, forEachSegment);
+}
 
 std::vector<Word> detail::wordsUsingICU(std::string_view text) {
     return collectWords(text, forEachSegmentUsingICU);

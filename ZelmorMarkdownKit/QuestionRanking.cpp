@@ -13,9 +13,9 @@
 #include <cctype>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <map>
 #include <optional>
 #include <set>
 
@@ -45,13 +45,15 @@ const std::set<std::string, std::less<>>& wordingStems() {
     static const std::set<std::string, std::less<>> stems = [] {
         std::set<std::string, std::less<>> found;
         for (std::string_view word :
-             {"discuss", "discussed", "discussion", "discussions", "summarize", "summarise", "summary", "think",
-              "thought", "thinks", "say", "said", "says", "talk", "talked", "talking", "opinion", "opinions",
-              "group", "team", "meeting", "meetings", "decide", "decided", "decision", "conclusion", "concluded",
-              "mention", "mentioned", "state", "stated", "explain", "explained", "view", "views", "consider",
-              "considered", "propose", "proposed", "suggest", "suggested", "describe", "described", "happen",
-              "happened", "reason", "reasons", "believe", "believed", "feel", "felt", "regarding", "related",
-              "whether", "also", "give", "gave"})
+             {"discuss",   "discussed",  "discussion", "discussions", "summarize",  "summarise", "summary",
+              "think",     "thought",    "thinks",     "say",         "said",       "says",      "talk",
+              "talked",    "talking",    "opinion",    "opinions",    "group",      "team",      "meeting",
+              "meetings",  "decide",     "decided",    "decision",    "conclusion", "concluded", "mention",
+              "mentioned", "state",      "stated",     "explain",     "explained",  "view",      "views",
+              "consider",  "considered", "propose",    "proposed",    "suggest",    "suggested", "describe",
+              "described", "happen",     "happened",   "reason",      "reasons",    "believe",   "believed",
+              "feel",      "felt",       "regarding",  "related",     "whether",    "also",      "give",
+              "gave"})
             found.insert(QueryTokenizer::stem(QueryTokenizer::normalize(word)));
         return found;
     }();
@@ -63,7 +65,9 @@ double idf(size_t documentFrequency, size_t documents) {
     return std::log(1 + (n - df + 0.5) / (df + 0.5));
 }
 
-double saturated(double count, double k) { return count * (k + 1) / (count + k); }
+double saturated(double count, double k) {
+    return count * (k + 1) / (count + k);
+}
 
 /// The question as normalised words between spaces, so that a name is found only whole.
 std::string spacedWords(const std::vector<QueryTokenizer::Word>& words) {
@@ -80,7 +84,8 @@ std::set<char> loneCapitals(std::string_view question) {
     for (size_t i = 0; i < question.size(); ++i) {
         char c = question[i];
         if (c < 'B' || c > 'Z' || c == 'I') continue;
-        if ((i == 0 || !isWordByte(question[i - 1])) && (i + 1 == question.size() || !isWordByte(question[i + 1])))
+        if ((i == 0 || !isWordByte(question[i - 1])) &&
+            (i + 1 == question.size() || !isWordByte(question[i + 1])))
             found.insert(c);
     }
     return found;
@@ -108,7 +113,8 @@ detail::ParsedQuestion parse(std::string_view text) {
     auto& index = question.index;
     std::optional<size_t> previous;
     for (const auto& word : words) {
-        if (!QueryTokenizer::isContent(word) || word.stem.empty() || wordingStems().contains(word.stem)) continue;
+        if (!QueryTokenizer::isContent(word) || word.stem.empty() || wordingStems().contains(word.stem))
+            continue;
         auto [at, added] = index.emplace(word.stem, question.keywords.size());
         if (added) {
             question.keywords.push_back(word.stem);
@@ -142,7 +148,8 @@ QueryTokenizer::WordCache keywordCache(const detail::ParsedQuestion& question) {
     });
 }
 
-Evidence evidenceOf(const TranscriptDocument& document, const detail::ParsedQuestion& question, QueryTokenizer::WordCache& cache) {
+Evidence evidenceOf(const TranscriptDocument& document, const detail::ParsedQuestion& question,
+                    QueryTokenizer::WordCache& cache) {
     Evidence found;
     found.counts.assign(question.keywords.size(), 0);
     found.namedCounts.assign(question.keywords.size(), 0);
@@ -198,13 +205,18 @@ Evidence evidenceOf(const TranscriptDocument& document, const detail::ParsedQues
 
 } // namespace
 
-std::vector<std::string> keywords(std::string_view question) { return parse(question).keywords; }
+std::vector<std::string> keywords(std::string_view question) {
+    return parse(question).keywords;
+}
 
-Question::Question(std::string_view text) : parsed_(std::make_unique<const detail::ParsedQuestion>(parse(text))) {}
+Question::Question(std::string_view text)
+    : parsed_(std::make_unique<const detail::ParsedQuestion>(parse(text))) {}
 
 Question::~Question() = default;
 
-const std::vector<std::string>& Question::keywords() const { return parsed_->keywords; }
+const std::vector<std::string>& Question::keywords() const {
+    return parsed_->keywords;
+}
 
 Evidence Question::nothing() const {
     Evidence found;
@@ -261,7 +273,8 @@ std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
         anyNamed = anyNamed || found.named;
     }
     for (size_t k = 0; k < question.keywords.size(); ++k) {
-        size_t df = std::count_if(evidence.begin(), evidence.end(), [&](const Evidence& e) { return e.counts[k] > 0; });
+        size_t df = std::count_if(evidence.begin(), evidence.end(),
+                                  [&](const Evidence& e) { return e.counts[k] > 0; });
         anyHeld = anyHeld || df > 0;
         weights[k] = idf(df, n);
     }
@@ -281,7 +294,8 @@ std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
             hit.relevance += namedSpeakerTurnsWeight * weights[k] * saturated(found.namedCounts[k], 2.0);
         }
         for (const auto& [pair, count] : found.pairCounts)
-            hit.relevance += pairWeight * (weights[pair.first] + weights[pair.second]) / 2 * saturated(count, 1.2);
+            hit.relevance +=
+                pairWeight * (weights[pair.first] + weights[pair.second]) / 2 * saturated(count, 1.2);
         if (found.named) hit.relevance += namedSpeakerBonus;
         if (hit.matchedKeywords.empty() && !(found.named && question.keywords.empty())) continue;
 
@@ -307,17 +321,20 @@ std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
             double score = own[i]; // and once more in the window
             size_t first = i;
             while (first > 0 && found.turns[first - 1].index + answerReach >= turn.index) --first;
-            for (size_t j = first; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach; ++j)
+            for (size_t j = first; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach;
+                 ++j)
                 score += own[j];
             turnScores.push_back({turn.byNamed, score, turn.index});
         }
         std::stable_sort(turnScores.begin(), turnScores.end(), [](const TurnScore& x, const TurnScore& y) {
             return x.byNamed != y.byNamed ? x.byNamed : x.weight > y.weight;
         });
-        for (size_t i = 0; i < turnScores.size() && i < maxAnswerTurns; ++i) hit.answerTurns.push_back(turnScores[i].index);
+        for (size_t i = 0; i < turnScores.size() && i < maxAnswerTurns; ++i)
+            hit.answerTurns.push_back(turnScores[i].index);
         hits.push_back(std::move(hit));
     }
-    std::stable_sort(hits.begin(), hits.end(), [](const Hit& x, const Hit& y) { return x.relevance > y.relevance; });
+    std::stable_sort(hits.begin(), hits.end(),
+                     [](const Hit& x, const Hit& y) { return x.relevance > y.relevance; });
     return hits;
 }
 
@@ -326,7 +343,8 @@ std::vector<std::string> snippets(const TranscriptDocument& document, const Hit&
     for (size_t turn : hit.answerTurns) {
         if (turn >= document.turns.size()) continue; // the file changed since it was ranked
         const auto& spoken = document.turns[turn];
-        std::string_view around = hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
+        std::string_view around =
+            hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
         for (const auto& keyword : hit.matchedKeywords)
             if (TextFolding::find(spoken.text, keyword)) {
                 around = keyword;

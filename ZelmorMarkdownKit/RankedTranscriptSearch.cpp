@@ -6,8 +6,8 @@
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
 #include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <algorithm>
 #include <array>
@@ -199,7 +199,8 @@ std::optional<DocumentMatch> match(const TranscriptDocument& document,
         if (result.snippets.size() >= maxSnippets) break;
         auto field = std::find_if(places[term].begin(), places[term].end(),
                                   [&](const auto& place) { return folded.isField(place.first); });
-        if (field != places[term].end()) result.snippets.push_back(snippetAt(field->first, field->second, term));
+        if (field != places[term].end())
+            result.snippets.push_back(snippetAt(field->first, field->second, term));
     }
     return result;
 }
@@ -225,8 +226,10 @@ std::optional<DocumentMatch> matchWithoutSnippets(const TranscriptDocument& docu
     return scorer.finish(document);
 }
 
-TurnScorer::TurnScorer(const std::vector<FoldedNeedle>& needles) : needles(needles), found(needles.size(), false) {
-    for (const auto& needle : needles) spansParagraphs.push_back(needle.folded().find('\n') != std::string::npos);
+TurnScorer::TurnScorer(const std::vector<FoldedNeedle>& needles)
+    : needles(needles), found(needles.size(), false) {
+    for (const auto& needle : needles)
+        spansParagraphs.push_back(needle.folded().find('\n') != std::string::npos);
 }
 
 void TurnScorer::addTurn(std::span<const std::string_view> paragraphs) {
@@ -267,7 +270,7 @@ std::optional<DocumentMatch> TurnScorer::finish(const TranscriptDocument& docume
     if (needles.empty()) return std::nullopt;
     // The texts `match` searches; each is searched on its own, so no term spans two of them.
     for (std::string_view field : std::array<std::string_view, 4>{document.notes, document.summary,
-                                                                   document.actionItems, document.keyMoments})
+                                                                  document.actionItems, document.keyMoments})
         anyIn(field);
     bool inTitle = anyIn(document.title);
     bool inParticipant = false;

@@ -20,7 +20,8 @@ int lookbackDays(std::optional<int> horizonDays) {
     return std::clamp(*horizonDays, minimumLookbackDays, maximumLookbackDays);
 }
 
-Window window(std::optional<int> horizonDays, std::chrono::system_clock::time_point now, const icu::Calendar& calendar) {
+Window window(std::optional<int> horizonDays, std::chrono::system_clock::time_point now,
+              const icu::Calendar& calendar) {
     return window(lookbackDays(horizonDays), now, calendar);
 }
 
@@ -34,10 +35,11 @@ Window window(int days, std::chrono::system_clock::time_point now, const icu::Ca
     first->add(UCAL_DATE, 1 - days, status);
     UDate firstDay = first->getTime(status);
     // A first day that cannot be formed falls back to today.
-    auto from = U_SUCCESS(status) ? std::chrono::system_clock::time_point(std::chrono::milliseconds(static_cast<long long>(firstDay)))
+    auto from = U_SUCCESS(status) ? std::chrono::system_clock::time_point(
+                                        std::chrono::milliseconds(static_cast<long long>(firstDay)))
                                   : now;
-    return Window{TimeScopeParser::dateString(from, calendar), TimeScopeParser::dateString(now, calendar), days,
-                  widenedFrom, std::move(note)};
+    return Window{TimeScopeParser::dateString(from, calendar), TimeScopeParser::dateString(now, calendar),
+                  days, widenedFrom, std::move(note)};
 }
 
 std::optional<Window> widen(const Window& current, int scannedCount, int thinBelow, std::vector<int> steps,
@@ -47,9 +49,10 @@ std::optional<Window> widen(const Window& current, int scannedCount, int thinBel
     auto step = std::find_if(steps.begin(), steps.end(), [&](int days) { return days > current.days; });
     if (step == steps.end()) return std::nullopt;
     std::string count = scannedCount == 1 ? "1 meeting" : std::to_string(scannedCount) + " meetings";
-    std::string note = "Widened to " + std::to_string(*step) + " days \u2014 only " + count + " in the last " +
-                       std::to_string(current.days);
-    return window(std::max(*step, 1), now, calendar, current.widenedFrom.value_or(current.days), std::move(note));
+    std::string note = "Widened to " + std::to_string(*step) + " days \u2014 only " + count +
+                       " in the last " + std::to_string(current.days);
+    return window(std::max(*step, 1), now, calendar, current.widenedFrom.value_or(current.days),
+                  std::move(note));
 }
 
 } // namespace zelmor::ScopingPolicy

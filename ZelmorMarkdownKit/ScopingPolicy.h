@@ -36,7 +36,8 @@ struct Window {
 /// 14 without a horizon; otherwise the horizon kept within 7...30.
 int lookbackDays(std::optional<int> horizonDays);
 
-Window window(std::optional<int> horizonDays, std::chrono::system_clock::time_point now, const icu::Calendar& calendar);
+Window window(std::optional<int> horizonDays, std::chrono::system_clock::time_point now,
+              const icu::Calendar& calendar);
 
 /// A window of max(1, days) days ending today.
 Window window(int days, std::chrono::system_clock::time_point now, const icu::Calendar& calendar,

@@ -2,8 +2,8 @@
 // common code points are folded once into a table so ICU stays off the hot path.
 #include "ZelmorMarkdownKit/TextFolding.h"
 
-#include "ZelmorMarkdownKit/Whitespace.h"
 #include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>

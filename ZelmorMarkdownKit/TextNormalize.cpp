@@ -3,8 +3,8 @@
 #include "ZelmorMarkdownKit/TextNormalize.h"
 
 #include "ZelmorMarkdownKit/ICUText.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
 #include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <unicode/uchar.h>
 

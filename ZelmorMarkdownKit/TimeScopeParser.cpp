@@ -18,14 +18,16 @@ namespace zelmor::TimeScopeParser {
 
 namespace {
 
-constexpr const char* monthAlt = "january|february|march|april|may|june|july|august|september|october|november|december";
+constexpr const char* monthAlt =
+    "january|february|march|april|may|june|july|august|september|october|november|december";
 constexpr const char* months[] = {"january", "february", "march",     "april",   "may",      "june",
                                   "july",    "august",   "september", "october", "november", "december"};
-constexpr std::pair<const char*, int> spelled[] = {{"two", 2}, {"three", 3}, {"four", 4}, {"five", 5}, {"six", 6},
-                                                   {"seven", 7}, {"eight", 8}, {"nine", 9}, {"ten", 10}};
+constexpr std::pair<const char*, int> spelled[] = {{"two", 2},   {"three", 3}, {"four", 4},
+                                                   {"five", 5},  {"six", 6},   {"seven", 7},
+                                                   {"eight", 8}, {"nine", 9},  {"ten", 10}};
 constexpr std::pair<const char*, int> horizonSpelled[] = {
-    {"one", 1}, {"two", 2},   {"three", 3}, {"four", 4},    {"five", 5},    {"six", 6},
-    {"seven", 7}, {"eight", 8}, {"nine", 9}, {"ten", 10}, {"eleven", 11}, {"twelve", 12}};
+    {"one", 1},   {"two", 2},   {"three", 3}, {"four", 4}, {"five", 5},    {"six", 6},
+    {"seven", 7}, {"eight", 8}, {"nine", 9},  {"ten", 10}, {"eleven", 11}, {"twelve", 12}};
 
 using UDateOpt = std::optional<UDate>;
 
@@ -72,8 +74,12 @@ UDateOpt periodStart(const icu::Calendar& calendar, UDate day, Period period) {
         start->add(UCAL_DATE, -back, status);
         break;
     }
-    case Period::month: start->set(UCAL_DATE, 1); break;
-    case Period::year: start->set(UCAL_DAY_OF_YEAR, 1); break;
+    case Period::month:
+        start->set(UCAL_DATE, 1);
+        break;
+    case Period::year:
+        start->set(UCAL_DAY_OF_YEAR, 1);
+        break;
     }
     if (U_FAILURE(status)) return std::nullopt;
     return timeOf(*start);
@@ -81,9 +87,12 @@ UDateOpt periodStart(const icu::Calendar& calendar, UDate day, Period period) {
 
 UCalendarDateFields fieldOf(Period period) {
     switch (period) {
-    case Period::week: return UCAL_WEEK_OF_YEAR;
-    case Period::month: return UCAL_MONTH;
-    case Period::year: return UCAL_YEAR;
+    case Period::week:
+        return UCAL_WEEK_OF_YEAR;
+    case Period::month:
+        return UCAL_MONTH;
+    case Period::year:
+        return UCAL_YEAR;
     }
     return UCAL_MONTH;
 }
@@ -119,8 +128,10 @@ std::string formatDay(UDate day, const icu::Calendar& calendar) {
 // ---- patterns ------------------------------------------------------------------------------
 
 /// What a matched phrase means; it yields nothing when its date cannot be formed.
-using ScopeRule = std::function<std::optional<AnswerScope>(const icu::RegexMatcher&, UDate today, const icu::Calendar&)>;
-using HorizonRule = std::function<std::optional<int>(const icu::RegexMatcher&, UDate today, const icu::Calendar&)>;
+using ScopeRule =
+    std::function<std::optional<AnswerScope>(const icu::RegexMatcher&, UDate today, const icu::Calendar&)>;
+using HorizonRule =
+    std::function<std::optional<int>(const icu::RegexMatcher&, UDate today, const icu::Calendar&)>;
 
 std::unique_ptr<icu::RegexPattern> compiled(const std::string& pattern) {
     UErrorCode status = U_ZERO_ERROR;
@@ -169,8 +180,10 @@ UDateOpt monthStart(const icu::RegexMatcher& matcher, UDate today, const icu::Ca
     UErrorCode status = U_ZERO_ERROR;
     int year = day->get(UCAL_EXTENDED_YEAR, status);
     std::string written = group(matcher, 2);
-    if (!written.empty()) year = std::stoi(written);
-    else if (month > day->get(UCAL_MONTH, status)) year -= 1;
+    if (!written.empty())
+        year = std::stoi(written);
+    else if (month > day->get(UCAL_MONTH, status))
+        year -= 1;
     if (U_FAILURE(status)) return std::nullopt;
     day->clear();
     day->set(UCAL_EXTENDED_YEAR, year);
@@ -204,58 +217,69 @@ const Patterns& patterns() {
             p.scope.emplace_back(compiled(pattern), std::move(rule));
         };
 
-        addHorizon(R"re(\b(?:(?:over|in|for|during|within)\s+)?(?:the\s+)?next\s+(\d{1,3}|one|two|three|four|five|six|seven|eight|nine|ten|eleven|twelve)\s+(days?|weeks?|months?)(?:['’]s)?\b)re",
-                   [](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<int> {
-                       auto n = number(group(m, 1), horizonSpelled);
-                       if (!n) return std::nullopt;
-                       std::string unit = group(m, 2);
-                       if (unit.rfind("day", 0) == 0) return *n;
-                       if (unit.rfind("week", 0) == 0) return 7 * *n;
-                       return daysAhead(calendar, today, adding(calendar, today, UCAL_MONTH, *n));
-                   });
-        addHorizon(R"re(\b(?:(?:over|in|for|during|within)\s+)?(?:the\s+)?(?:next|coming|upcoming|this\s+coming)\s+(week|month)(?:['’]s)?\b)re",
-                   [](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<int> {
-                       if (group(m, 1) == "week") return 7;
-                       return daysAhead(calendar, today, adding(calendar, today, UCAL_MONTH, 1));
-                   });
-        addHorizon(R"re(\b(?:by|before|until|till)\s+(?:the\s+)?end\s+of\s+(?:the\s+|this\s+)?(week|month)(?:['’]s)?\b)re",
-                   [](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<int> {
-                       Period period = periodNamed(group(m, 1));
-                       UDateOpt start = periodStart(calendar, today, period);
-                       if (!start) return std::nullopt;
-                       return daysAhead(calendar, today, periodLastDay(calendar, *start, period));
-                   });
-        addHorizon(R"re(\b(?:by\s+)?tomorrow(?:['’]s)?\b)re",
-                   [](const icu::RegexMatcher&, UDate, const icu::Calendar&) -> std::optional<int> { return 1; });
+        addHorizon(
+            R"re(\b(?:(?:over|in|for|during|within)\s+)?(?:the\s+)?next\s+(\d{1,3}|one|two|three|four|five|six|seven|eight|nine|ten|eleven|twelve)\s+(days?|weeks?|months?)(?:['’]s)?\b)re",
+            [](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<int> {
+                auto n = number(group(m, 1), horizonSpelled);
+                if (!n) return std::nullopt;
+                std::string unit = group(m, 2);
+                if (unit.rfind("day", 0) == 0) return *n;
+                if (unit.rfind("week", 0) == 0) return 7 * *n;
+                return daysAhead(calendar, today, adding(calendar, today, UCAL_MONTH, *n));
+            });
+        addHorizon(
+            R"re(\b(?:(?:over|in|for|during|within)\s+)?(?:the\s+)?(?:next|coming|upcoming|this\s+coming)\s+(week|month)(?:['’]s)?\b)re",
+            [](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<int> {
+                if (group(m, 1) == "week") return 7;
+                return daysAhead(calendar, today, adding(calendar, today, UCAL_MONTH, 1));
+            });
+        addHorizon(
+            R"re(\b(?:by|before|until|till)\s+(?:the\s+)?end\s+of\s+(?:the\s+|this\s+)?(week|month)(?:['’]s)?\b)re",
+            [](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<int> {
+                Period period = periodNamed(group(m, 1));
+                UDateOpt start = periodStart(calendar, today, period);
+                if (!start) return std::nullopt;
+                return daysAhead(calendar, today, periodLastDay(calendar, *start, period));
+            });
+        addHorizon(
+            R"re(\b(?:by\s+)?tomorrow(?:['’]s)?\b)re",
+            [](const icu::RegexMatcher&, UDate, const icu::Calendar&) -> std::optional<int> { return 1; });
 
-        addScope(R"re(\b(?:the\s+)?(?:last|past)\s+(\d{1,3}|two|three|four|five|six|seven|eight|nine|ten)\s+meetings?(?:['’]s)?\b)re",
-                 [](const icu::RegexMatcher& m, UDate, const icu::Calendar&) -> std::optional<AnswerScope> {
-                     auto n = number(group(m, 1), spelled);
-                     if (!n) return std::nullopt;
-                     AnswerScope scope;
-                     scope.lastN = *n;
-                     return scope;
-                 });
+        addScope(
+            R"re(\b(?:the\s+)?(?:last|past)\s+(\d{1,3}|two|three|four|five|six|seven|eight|nine|ten)\s+meetings?(?:['’]s)?\b)re",
+            [](const icu::RegexMatcher& m, UDate, const icu::Calendar&) -> std::optional<AnswerScope> {
+                auto n = number(group(m, 1), spelled);
+                if (!n) return std::nullopt;
+                AnswerScope scope;
+                scope.lastN = *n;
+                return scope;
+            });
         addScope(R"re(\b(?:the\s+)?last\s+meeting(?:['’]s)?\b)re",
                  [](const icu::RegexMatcher&, UDate, const icu::Calendar&) -> std::optional<AnswerScope> {
                      AnswerScope scope;
                      scope.lastN = 1;
                      return scope;
                  });
-        addScope(R"re(\b(?:last|past)\s+(\d{1,3}|two|three|four|five|six|seven|eight|nine|ten)\s+(days?|weeks?|months?)(?:['’]s)?\b)re",
-                 [day](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<AnswerScope> {
-                     auto n = number(group(m, 1), spelled);
-                     if (!n) return std::nullopt;
-                     std::string unit = group(m, 2);
-                     UDateOpt from;
-                     if (unit.rfind("day", 0) == 0) from = adding(calendar, today, UCAL_DATE, -(*n - 1));
-                     else if (unit.rfind("week", 0) == 0) from = adding(calendar, today, UCAL_DATE, -(7 * *n - 1));
-                     else from = adding(calendar, adding(calendar, today, UCAL_MONTH, -*n), UCAL_DATE, 1);
-                     if (!from) return std::nullopt;
-                     return dates(day(calendar, from), day(calendar, today));
-                 });
+        addScope(
+            R"re(\b(?:last|past)\s+(\d{1,3}|two|three|four|five|six|seven|eight|nine|ten)\s+(days?|weeks?|months?)(?:['’]s)?\b)re",
+            [day](const icu::RegexMatcher& m, UDate today,
+                  const icu::Calendar& calendar) -> std::optional<AnswerScope> {
+                auto n = number(group(m, 1), spelled);
+                if (!n) return std::nullopt;
+                std::string unit = group(m, 2);
+                UDateOpt from;
+                if (unit.rfind("day", 0) == 0)
+                    from = adding(calendar, today, UCAL_DATE, -(*n - 1));
+                else if (unit.rfind("week", 0) == 0)
+                    from = adding(calendar, today, UCAL_DATE, -(7 * *n - 1));
+                else
+                    from = adding(calendar, adding(calendar, today, UCAL_MONTH, -*n), UCAL_DATE, 1);
+                if (!from) return std::nullopt;
+                return dates(day(calendar, from), day(calendar, today));
+            });
         addScope(R"re(\b(this|last|past)\s+(week|month|year)(?:['’]s)?\b)re",
-                 [day](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<AnswerScope> {
+                 [day](const icu::RegexMatcher& m, UDate today,
+                       const icu::Calendar& calendar) -> std::optional<AnswerScope> {
                      Period period = periodNamed(group(m, 2));
                      UDateOpt start = periodStart(calendar, today, period);
                      if (start && group(m, 1) != "this") {
@@ -268,13 +292,15 @@ const Patterns& patterns() {
                      return dates(day(calendar, start), day(calendar, last));
                  });
         addScope(R"re(\byesterday(?:['’]s)?\b)re",
-                 [day](const icu::RegexMatcher&, UDate today, const icu::Calendar& calendar) -> std::optional<AnswerScope> {
+                 [day](const icu::RegexMatcher&, UDate today,
+                       const icu::Calendar& calendar) -> std::optional<AnswerScope> {
                      UDateOpt yesterday = adding(calendar, today, UCAL_DATE, -1);
                      if (!yesterday) return std::nullopt;
                      return dates(day(calendar, yesterday), day(calendar, yesterday));
                  });
         addScope(R"re(\btoday(?:['’]s)?\b)re",
-                 [day](const icu::RegexMatcher&, UDate today, const icu::Calendar& calendar) -> std::optional<AnswerScope> {
+                 [day](const icu::RegexMatcher&, UDate today,
+                       const icu::Calendar& calendar) -> std::optional<AnswerScope> {
                      return dates(day(calendar, today), day(calendar, today));
                  });
         addScope(R"re(\bsince\s+(\d{4}-\d{2}-\d{2})\b)re",
@@ -285,13 +311,15 @@ const Patterns& patterns() {
                      return dates(written, std::nullopt);
                  });
         addScope(std::string(R"re(\bsince\s+()re") + monthAlt + R"re()(?:\s+(\d{4}))?\b)re",
-                 [day](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<AnswerScope> {
+                 [day](const icu::RegexMatcher& m, UDate today,
+                       const icu::Calendar& calendar) -> std::optional<AnswerScope> {
                      UDateOpt start = monthStart(m, today, calendar);
                      if (!start) return std::nullopt;
                      return dates(day(calendar, start), std::nullopt);
                  });
         addScope(std::string(R"re(\bin\s+()re") + monthAlt + R"re()(?:\s+(\d{4}))?\b)re",
-                 [day](const icu::RegexMatcher& m, UDate today, const icu::Calendar& calendar) -> std::optional<AnswerScope> {
+                 [day](const icu::RegexMatcher& m, UDate today,
+                       const icu::Calendar& calendar) -> std::optional<AnswerScope> {
                      UDateOpt start = monthStart(m, today, calendar);
                      if (!start) return std::nullopt;
                      UDateOpt last = periodLastDay(calendar, *start, Period::month);
@@ -331,14 +359,16 @@ std::vector<Range> quotedRanges(const icu::UnicodeString& question) {
 
 /// Runs one pattern over the whole question, calling `record` for each match that overlaps
 /// nothing taken so far (quotations and the phrases of earlier patterns and matches).
-void eachFreeMatch(const icu::RegexPattern& pattern, const icu::UnicodeString& question, const std::vector<Range>& taken,
+void eachFreeMatch(const icu::RegexPattern& pattern, const icu::UnicodeString& question,
+                   const std::vector<Range>& taken,
                    const std::function<void(const icu::RegexMatcher&, Range)>& record) {
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::RegexMatcher> matcher(pattern.matcher(question, status));
     if (U_FAILURE(status)) return;
     while (matcher->find(status) && U_SUCCESS(status)) {
         Range range{matcher->start(status), matcher->end(status)};
-        bool free = std::none_of(taken.begin(), taken.end(), [&](const Range& other) { return range.overlaps(other); });
+        bool free = std::none_of(taken.begin(), taken.end(),
+                                 [&](const Range& other) { return range.overlaps(other); });
         if (free) record(*matcher, range);
     }
 }
@@ -373,8 +403,10 @@ std::string dateString(std::chrono::system_clock::time_point date, const icu::Ca
     return formatDay(static_cast<UDate>(millis), calendar);
 }
 
-Parse parse(std::string_view question, std::chrono::system_clock::time_point now, const icu::Calendar& calendar) {
-    icu::UnicodeString text = icu::UnicodeString::fromUTF8(icu::StringPiece(question.data(), static_cast<int32_t>(question.size())));
+Parse parse(std::string_view question, std::chrono::system_clock::time_point now,
+            const icu::Calendar& calendar) {
+    icu::UnicodeString text = icu::UnicodeString::fromUTF8(
+        icu::StringPiece(question.data(), static_cast<int32_t>(question.size())));
     auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
     UDate today = startOfDay(calendar, static_cast<UDate>(millis)).value_or(static_cast<UDate>(millis));
 
@@ -390,12 +422,13 @@ Parse parse(std::string_view question, std::chrono::system_clock::time_point now
     };
     // Lambdas take the rule by an init-capture: clang before 16 cannot capture a structured binding.
     for (const auto& [pattern, horizonRule] : patterns().horizon) {
-        eachFreeMatch(*pattern, text, taken, [&, &rule = horizonRule](const icu::RegexMatcher& m, Range range) {
-            std::optional<int> days = rule(m, today, calendar);
-            if (!days) return;
-            if (!result.horizonDays) result.horizonDays = days;
-            phrase(range);
-        });
+        eachFreeMatch(*pattern, text, taken,
+                      [&, &rule = horizonRule](const icu::RegexMatcher& m, Range range) {
+                          std::optional<int> days = rule(m, today, calendar);
+                          if (!days) return;
+                          if (!result.horizonDays) result.horizonDays = days;
+                          phrase(range);
+                      });
     }
     for (const auto& [pattern, scopeRule] : patterns().scope) {
         eachFreeMatch(*pattern, text, taken, [&, &rule = scopeRule](const icu::RegexMatcher& m, Range range) {
@@ -407,7 +440,8 @@ Parse parse(std::string_view question, std::chrono::system_clock::time_point now
     }
 
     std::vector<Range> removed(taken.begin() + static_cast<std::ptrdiff_t>(quoted), taken.end());
-    std::sort(removed.begin(), removed.end(), [](const Range& a, const Range& b) { return a.start > b.start; });
+    std::sort(removed.begin(), removed.end(),
+              [](const Range& a, const Range& b) { return a.start > b.start; });
     for (const Range& range : removed) text.remove(range.start, range.end - range.start);
     result.strippedQuestion = tidied(text);
     return result;

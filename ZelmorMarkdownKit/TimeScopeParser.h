@@ -31,7 +31,8 @@ struct Parse {
 
 /// Phrases inside double quotes (plain or typographic) are left alone. Today is the day of
 /// `now` in the calendar's time zone; weeks start on the calendar's first weekday.
-Parse parse(std::string_view question, std::chrono::system_clock::time_point now, const icu::Calendar& calendar);
+Parse parse(std::string_view question, std::chrono::system_clock::time_point now,
+            const icu::Calendar& calendar);
 
 /// "yyyy-MM-dd" of the instant in the calendar's time zone, always with Western digits.
 std::string dateString(std::chrono::system_clock::time_point date, const icu::Calendar& calendar);

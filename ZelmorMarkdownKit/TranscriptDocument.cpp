@@ -7,15 +7,14 @@
 
 namespace zelmor {
 
-TranscriptDocument::TranscriptDocument(std::string title, std::string date, std::vector<std::string> participants,
-                                       long long durationMin, std::string source, std::string notes,
-                                       std::vector<Turn> turns, std::string startedAt, std::string asr,
-                                       std::string status, std::string calendarEventID,
-                                       std::vector<std::string> pendingAudioPaths, double pendingOffsetSeconds,
-                                       bool hasPendingOffset, std::string pendingReason, std::string spendID,
-                                       std::string topicHint, std::string asrSummary, std::string sourceApp,
-                                       std::vector<std::string> tags, std::string summary, std::string meetingNotes,
-                                       std::string actionItems, std::string keyMoments, bool isPrivate)
+TranscriptDocument::TranscriptDocument(
+    std::string title, std::string date, std::vector<std::string> participants, long long durationMin,
+    std::string source, std::string notes, std::vector<Turn> turns, std::string startedAt, std::string asr,
+    std::string status, std::string calendarEventID, std::vector<std::string> pendingAudioPaths,
+    double pendingOffsetSeconds, bool hasPendingOffset, std::string pendingReason, std::string spendID,
+    std::string topicHint, std::string asrSummary, std::string sourceApp, std::vector<std::string> tags,
+    std::string summary, std::string meetingNotes, std::string actionItems, std::string keyMoments,
+    bool isPrivate)
     : title(std::move(title)), date(std::move(date)), participants(std::move(participants)),
       durationMin(durationMin), source(std::move(source)), notes(std::move(notes)), turns(std::move(turns)),
       startedAt(std::move(startedAt)), asr(std::move(asr)), status(std::move(status)),

@@ -27,8 +27,9 @@ struct TranscriptDocument {
                        std::string calendarEventID = {}, std::vector<std::string> pendingAudioPaths = {},
                        double pendingOffsetSeconds = 0, bool hasPendingOffset = false,
                        std::string pendingReason = {}, std::string spendID = {}, std::string topicHint = {},
-                       std::string asrSummary = {}, std::string sourceApp = {}, std::vector<std::string> tags = {},
-                       std::string summary = {}, std::string meetingNotes = {}, std::string actionItems = {},
+                       std::string asrSummary = {}, std::string sourceApp = {},
+                       std::vector<std::string> tags = {}, std::string summary = {},
+                       std::string meetingNotes = {}, std::string actionItems = {},
                        std::string keyMoments = {}, bool isPrivate = false);
 
     std::string title;

@@ -46,7 +46,9 @@ bool startsWith(std::string_view text, std::string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
 }
 
-bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
+bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
 
 std::string replacingCRLF(std::string_view text) {
     std::string out;
@@ -91,9 +93,13 @@ Result finish(std::vector<TranscriptDocument::Turn> turns, std::string title, st
 
 } // namespace
 
-std::string_view rawValue(Format format) { return formatNames[static_cast<size_t>(format)].raw; }
+std::string_view rawValue(Format format) {
+    return formatNames[static_cast<size_t>(format)].raw;
+}
 
-std::string_view label(Format format) { return formatNames[static_cast<size_t>(format)].label; }
+std::string_view label(Format format) {
+    return formatNames[static_cast<size_t>(format)].label;
+}
 
 std::optional<Format> formatFromRawValue(std::string_view raw) {
     for (const FormatNames& names : formatNames) {
@@ -104,9 +110,12 @@ std::optional<Format> formatFromRawValue(std::string_view raw) {
 
 std::string_view describe(Failure failure) {
     switch (failure) {
-    case Failure::unrecognizedFormat: return "not a transcript format we recognise";
-    case Failure::noSpeech: return "no speaker turns found";
-    case Failure::alreadyZelmor: return "already a Zelmor transcript";
+    case Failure::unrecognizedFormat:
+        return "not a transcript format we recognise";
+    case Failure::noSpeech:
+        return "no speaker turns found";
+    case Failure::alreadyZelmor:
+        return "already a Zelmor transcript";
     }
     return "";
 }
@@ -129,7 +138,8 @@ std::optional<std::string> isoDay(std::string_view text) {
     }
     if (pieces != 3) return std::nullopt;
     auto [year, month, dayOfMonth] = numbers;
-    if (year < 1900 || year > 2200 || month < 1 || month > 12 || dayOfMonth < 1 || dayOfMonth > 31) return std::nullopt;
+    if (year < 1900 || year > 2200 || month < 1 || month > 12 || dayOfMonth < 1 || dayOfMonth > 31)
+        return std::nullopt;
     char buffer[16];
     std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d", year, month, dayOfMonth);
     return std::string(buffer);
@@ -172,7 +182,8 @@ std::optional<Format> detect(std::string_view text) {
     return std::nullopt;
 }
 
-Conversion convertAll(std::string_view text, std::string_view filename, const std::optional<std::string>& fallbackDate) {
+Conversion convertAll(std::string_view text, std::string_view filename,
+                      const std::optional<std::string>& fallbackDate) {
     std::string normalized = replacingCRLF(text);
     // Our own files are never imported again, even though they would read as speaker markdown.
     if (ZelmorTranscriptMarker::declares(normalized)) return Failure::alreadyZelmor;
@@ -192,15 +203,15 @@ Conversion convertAll(std::string_view text, std::string_view filename, const st
         for (ParsedMeeting& meeting : meetings) {
             if (meeting.turns.empty()) continue;
             results.push_back(finish(std::move(meeting.turns), meeting.title.value_or(fallbackTitle),
-                                     meeting.date ? meeting.date : fileDay, meeting.format.value_or(*detected),
-                                     filename));
+                                     meeting.date ? meeting.date : fileDay,
+                                     meeting.format.value_or(*detected), filename));
         }
     };
     auto addTurns = [&](std::vector<TranscriptDocument::Turn> turns, std::optional<std::string> title,
                         std::optional<std::string> date) {
         if (turns.empty()) return;
-        results.push_back(finish(std::move(turns), title.value_or(fallbackTitle), date ? date : fileDay, *detected,
-                                 filename));
+        results.push_back(finish(std::move(turns), title.value_or(fallbackTitle), date ? date : fileDay,
+                                 *detected, filename));
     };
 
     switch (*detected) {
@@ -209,8 +220,12 @@ Conversion convertAll(std::string_view text, std::string_view filename, const st
     case Format::firefliesJSON:
     case Format::circlebackJSON:
     case Format::granolaJSON:
-    case Format::genericJSON: addMeetings(parseJSONExport(normalized)); break;
-    case Format::granolaCSV: addMeetings(parseCSVExport(normalized)); break;
+    case Format::genericJSON:
+        addMeetings(parseJSONExport(normalized));
+        break;
+    case Format::granolaCSV:
+        addMeetings(parseCSVExport(normalized));
+        break;
     case Format::granolaMarkdown:
     case Format::limitlessMarkdown:
     case Format::speakerMarkdown: {
@@ -218,9 +233,15 @@ Conversion convertAll(std::string_view text, std::string_view filename, const st
         addTurns(std::move(parsed.turns), std::move(parsed.title), std::move(parsed.date));
         break;
     }
-    case Format::webVTT: addTurns(parseCueBased(normalized), std::nullopt, std::nullopt); break;
-    case Format::srt: addTurns(parseCueBased(normalized), std::nullopt, std::nullopt); break;
-    case Format::otterText: addTurns(parseOtter(normalized), std::nullopt, std::nullopt); break;
+    case Format::webVTT:
+        addTurns(parseCueBased(normalized), std::nullopt, std::nullopt);
+        break;
+    case Format::srt:
+        addTurns(parseCueBased(normalized), std::nullopt, std::nullopt);
+        break;
+    case Format::otterText:
+        addTurns(parseOtter(normalized), std::nullopt, std::nullopt);
+        break;
     }
     if (results.empty()) return Failure::noSpeech;
     return results;

@@ -32,9 +32,18 @@ enum class Format {
 };
 
 inline constexpr Format allFormats[] = {
-    Format::webVTT,           Format::srt,           Format::otterText,      Format::granolaMarkdown,
-    Format::limitlessMarkdown, Format::speakerMarkdown, Format::limitlessLifelog, Format::fathomJSON,
-    Format::firefliesJSON,    Format::circlebackJSON, Format::granolaJSON,    Format::granolaCSV,
+    Format::webVTT,
+    Format::srt,
+    Format::otterText,
+    Format::granolaMarkdown,
+    Format::limitlessMarkdown,
+    Format::speakerMarkdown,
+    Format::limitlessLifelog,
+    Format::fathomJSON,
+    Format::firefliesJSON,
+    Format::circlebackJSON,
+    Format::granolaJSON,
+    Format::granolaCSV,
     Format::genericJSON,
 };
 
@@ -98,7 +107,8 @@ using Conversion = std::variant<std::vector<Result>, Failure>;
 
 /// Converts a text that may hold several meetings. `filename` is the source's name with its
 /// extension; `fallbackDate` ("yyyy-MM-dd") is used when neither the content nor the name has one.
-Conversion convertAll(std::string_view text, std::string_view filename, const std::optional<std::string>& fallbackDate);
+Conversion convertAll(std::string_view text, std::string_view filename,
+                      const std::optional<std::string>& fallbackDate);
 
 /// The first meeting of `convertAll`, or its failure.
 std::variant<Result, Failure> convert(std::string_view text, std::string_view filename,

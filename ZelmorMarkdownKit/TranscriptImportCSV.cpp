@@ -83,7 +83,8 @@ std::vector<ParsedMeeting> parseCSVExport(std::string_view text) {
     std::optional<size_t> transcriptColumn = columnMentioning(headers, {"transcript"});
     if (!transcriptColumn) return {};
     std::optional<size_t> titleColumn = columnMentioning(headers, {"title", "name"}, transcriptColumn);
-    std::optional<size_t> dateColumn = columnMentioning(headers, {"date", "created", "start"}, transcriptColumn);
+    std::optional<size_t> dateColumn =
+        columnMentioning(headers, {"date", "created", "start"}, transcriptColumn);
 
     std::vector<ParsedMeeting> meetings;
     for (size_t r = 1; r < rows.size(); ++r) {

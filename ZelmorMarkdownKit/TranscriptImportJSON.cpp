@@ -22,8 +22,8 @@ using nlohmann::json;
 using Turn = TranscriptDocument::Turn;
 
 /// Container keys that carry a meeting's day, in the order they are read.
-constexpr std::string_view dateKeys[] = {"date",       "start_time", "startTime",  "started_at",
-                                         "start",      "created_at", "createdAt",  "created",
+constexpr std::string_view dateKeys[] = {"date",         "start_time",           "startTime", "started_at",
+                                         "start",        "created_at",           "createdAt", "created",
                                          "meeting_date", "recording_start_time", "dateString"};
 
 constexpr int maxLifelogDepth = 32;
@@ -62,7 +62,8 @@ std::optional<std::string> dayOfValue(const json& value) {
     std::string_view written = Whitespace::trim(value.get_ref<const std::string&>());
     if (auto day = isoDay(written)) return day;
     // Some tools write epoch numbers as strings.
-    if (!written.empty() && written.size() <= 16 && written.find_first_not_of("0123456789") == std::string_view::npos) {
+    if (!written.empty() && written.size() <= 16 &&
+        written.find_first_not_of("0123456789") == std::string_view::npos) {
         return utcDay(std::stod(std::string(written)));
     }
     return std::nullopt;
@@ -119,7 +120,8 @@ ParsedMeeting meetingFrom(const json& segments, const json& container, const Inh
     return meeting;
 }
 
-void collectMeetings(const json& value, int depth, const Inherited& inherited, std::vector<ParsedMeeting>& out) {
+void collectMeetings(const json& value, int depth, const Inherited& inherited,
+                     std::vector<ParsedMeeting>& out) {
     if (depth > maxSegmentDepth) return;
     if (value.is_array()) {
         for (const json& element : value) {
@@ -269,7 +271,8 @@ std::vector<ParsedMeeting> parseJSONExport(std::string_view source) {
     }
     std::vector<ParsedMeeting> meetings;
     collectMeetings(root, 0, {}, meetings);
-    if (meetings.empty() && looksLikeSegments(root)) meetings.push_back(meetingFrom(root, json::object(), {}));
+    if (meetings.empty() && looksLikeSegments(root))
+        meetings.push_back(meetingFrom(root, json::object(), {}));
     // An object that only looked like a lifelog (a "startTime" beside segments, say) is read
     // for segments; when it has none it stays the lifelog it claimed to be.
     if (meetings.empty() && single) meetings.push_back(*single);

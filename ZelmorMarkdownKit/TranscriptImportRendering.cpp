@@ -21,7 +21,8 @@ std::string cutSuffix(std::string text, std::string_view suffix) {
         while (start > 0 && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80) --start;
         ++points;
     }
-    if (points < suffix.size() || ICUText::lowercased(std::string_view(text).substr(start)) != suffix) return text;
+    if (points < suffix.size() || ICUText::lowercased(std::string_view(text).substr(start)) != suffix)
+        return text;
     text.erase(start);
     return std::string(Whitespace::trimSpacesAndTabs(text));
 }
@@ -34,7 +35,8 @@ std::string oneLine(std::string_view value) {
         auto byte = static_cast<unsigned char>(out[i]);
         if (byte < 0x20 || byte == 0x7F) {
             out[i] = ' ';
-        } else if (byte == 0xC2 && i + 1 < out.size() && (static_cast<unsigned char>(out[i + 1]) & 0xE0) == 0x80) {
+        } else if (byte == 0xC2 && i + 1 < out.size() &&
+                   (static_cast<unsigned char>(out[i + 1]) & 0xE0) == 0x80) {
             out.replace(i, 2, " "); // U+0080 to U+009F, the next line (U+0085) among them
         } else if (out.compare(i, 3, "\xE2\x80\xA8") == 0 || out.compare(i, 3, "\xE2\x80\xA9") == 0) {
             out.replace(i, 3, " "); // the line and paragraph separators
@@ -44,8 +46,9 @@ std::string oneLine(std::string_view value) {
 }
 
 std::string render(std::string_view title, const std::optional<std::string>& date,
-                   const std::vector<std::string>& participants, const std::vector<TranscriptDocument::Turn>& turns,
-                   Format format, std::string_view filename) {
+                   const std::vector<std::string>& participants,
+                   const std::vector<TranscriptDocument::Turn>& turns, Format format,
+                   std::string_view filename) {
     std::string out = "---\n";
     out.append("title: ").append(oneLine(title)).append("\n");
     if (date) out.append("date: ").append(*date).append("\n");

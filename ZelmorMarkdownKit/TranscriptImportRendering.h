@@ -17,8 +17,9 @@ namespace zelmor::TranscriptImport {
 /// with its placeholder, and the turns. Nothing is quoted or escaped, but the title, the
 /// participants, the file name and the speaker labels pass through `oneLine`.
 std::string render(std::string_view title, const std::optional<std::string>& date,
-                   const std::vector<std::string>& participants, const std::vector<TranscriptDocument::Turn>& turns,
-                   Format format, std::string_view filename);
+                   const std::vector<std::string>& participants,
+                   const std::vector<TranscriptDocument::Turn>& turns, Format format,
+                   std::string_view filename);
 
 /// The value with every line break and other control character (C0, DEL, C1, U+2028, U+2029)
 /// made a space: a value that broke its line would let the rest pass for frontmatter keys of its

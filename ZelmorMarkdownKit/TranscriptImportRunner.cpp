@@ -52,7 +52,9 @@ std::string asciiLowercased(std::string text) {
     return text;
 }
 
-std::string samePlace(const std::string& path) { return platform::standardizePath(platform::absolutePath(path)); }
+std::string samePlace(const std::string& path) {
+    return platform::standardizePath(platform::absolutePath(path));
+}
 
 /// The first name of a destination and its numbered alternatives.
 struct Names {
@@ -90,11 +92,12 @@ Names meetingNames(const std::string& source, size_t index, size_t count) {
 
 std::optional<std::string> decodeLegacy(std::string_view bytes, const std::string& encoding) {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<UConverter, void (*)(UConverter*)> converter(ucnv_open(encoding.c_str(), &status), ucnv_close);
+    std::unique_ptr<UConverter, void (*)(UConverter*)> converter(ucnv_open(encoding.c_str(), &status),
+                                                                 ucnv_close);
     if (U_FAILURE(status) || !converter) return std::nullopt;
     std::vector<UChar> units(bytes.size() * 2 + 16);
-    int32_t length = ucnv_toUChars(converter.get(), units.data(), static_cast<int32_t>(units.size()), bytes.data(),
-                                   static_cast<int32_t>(bytes.size()), &status);
+    int32_t length = ucnv_toUChars(converter.get(), units.data(), static_cast<int32_t>(units.size()),
+                                   bytes.data(), static_cast<int32_t>(bytes.size()), &status);
     if (U_FAILURE(status)) return std::nullopt;
     std::string text;
     icu::UnicodeString(units.data(), length).toUTF8String(text);
@@ -102,7 +105,8 @@ std::optional<std::string> decodeLegacy(std::string_view bytes, const std::strin
 }
 
 /// The source as UTF-8 text without a byte order mark, or nothing.
-std::optional<std::string> readText(const std::string& source, const std::optional<std::string>& legacyEncoding) {
+std::optional<std::string> readText(const std::string& source,
+                                    const std::optional<std::string>& legacyEncoding) {
     std::optional<std::string> bytes = platform::readFile(source);
     if (!bytes) return std::nullopt;
     std::optional<std::string> text;
@@ -125,8 +129,8 @@ struct Placed {
 /// Writes the meeting under the first of its names that is free, never over any file: a name
 /// another import takes meanwhile is passed over like one taken before, and when every name is
 /// taken nothing is written. A name holding this source's earlier import is where it already is.
-std::variant<Placed, std::string> place(const std::string& source, const std::string& folder, const Names& names,
-                                        const std::string& markdown) {
+std::variant<Placed, std::string> place(const std::string& source, const std::string& folder,
+                                        const Names& names, const std::string& markdown) {
     std::string base = samePlace(folder);
     if (!platform::createFolders(base)) return "could not create the folder " + base;
     std::string sourcePlace = samePlace(source);
@@ -135,27 +139,35 @@ std::variant<Placed, std::string> place(const std::string& source, const std::st
         if (samePlace(candidate) == sourcePlace) continue;
         if (!platform::exists(candidate)) {
             switch (platform::createFileExclusively(candidate, markdown)) {
-            case platform::CreateOutcome::created: return Placed{candidate, true};
-            case platform::CreateOutcome::failed: return "could not write " + candidate;
-            case platform::CreateOutcome::alreadyExists: break;
+            case platform::CreateOutcome::created:
+                return Placed{candidate, true};
+            case platform::CreateOutcome::failed:
+                return "could not write " + candidate;
+            case platform::CreateOutcome::alreadyExists:
+                break;
             }
         }
         if (namesThisSource(candidate, source)) return Placed{candidate, false};
     }
-    return "every name for it is taken in " + base + " (up to \"" + names.numbered(destinationCounterStop - 1) +
-           "\"); nothing was written";
+    return "every name for it is taken in " + base + " (up to \"" +
+           names.numbered(destinationCounterStop - 1) + "\"); nothing was written";
 }
 
 Outcome outcomeOf(Failure failure) {
     switch (failure) {
-    case Failure::unrecognizedFormat: return Unrecognized{};
-    case Failure::noSpeech: return NoSpeech{};
-    case Failure::alreadyZelmor: return AlreadyZelmor{};
+    case Failure::unrecognizedFormat:
+        return Unrecognized{};
+    case Failure::noSpeech:
+        return NoSpeech{};
+    case Failure::alreadyZelmor:
+        return AlreadyZelmor{};
     }
     return Unrecognized{};
 }
 
-std::string turnsText(size_t turns) { return std::to_string(turns) + (turns == 1 ? " turn" : " turns"); }
+std::string turnsText(size_t turns) {
+    return std::to_string(turns) + (turns == 1 ? " turn" : " turns");
+}
 
 } // namespace
 
@@ -163,7 +175,8 @@ bool namesThisSource(const std::string& file, const std::string& source) {
     std::optional<std::string> text = platform::readFile(file, FileLimits::transcriptBytes);
     if (!text || !UTF8::isValid(*text)) return false;
     // As the name was written: on one line.
-    return text->find("imported_from: " + TranscriptImport::oneLine(lastComponent(source)) + "\n") != std::string::npos;
+    return text->find("imported_from: " + TranscriptImport::oneLine(lastComponent(source)) + "\n") !=
+           std::string::npos;
 }
 
 std::string destinationURL(const std::string& source, const std::string& folder) {
@@ -223,7 +236,8 @@ Outcome importFile(const std::string& source, const std::string& folder, const O
     return many;
 }
 
-std::vector<FileOutcome> importFolder(const std::string& source, const std::optional<std::string>& destination,
+std::vector<FileOutcome> importFolder(const std::string& source,
+                                      const std::optional<std::string>& destination,
                                       std::string_view memoryFolderName, const Options& options,
                                       const Progress& progress) {
     auto listed = platform::listFilesRecursively(source);
@@ -234,9 +248,10 @@ std::vector<FileOutcome> importFolder(const std::string& source, const std::opti
     std::vector<std::string> candidates;
     for (const std::string& path : *listed) {
         std::string extension = asciiLowercased(extensionOf(path));
-        bool candidate = std::find(std::begin(candidateExtensions), std::end(candidateExtensions), extension) !=
-                         std::end(candidateExtensions);
-        if (!candidate || path.find(memoryInfix) != std::string::npos || path.find("/.zelmor/") != std::string::npos) {
+        bool candidate = std::find(std::begin(candidateExtensions), std::end(candidateExtensions),
+                                   extension) != std::end(candidateExtensions);
+        if (!candidate || path.find(memoryInfix) != std::string::npos ||
+            path.find("/.zelmor/") != std::string::npos) {
             continue;
         }
         candidates.push_back(path);
@@ -282,7 +297,8 @@ std::string describe(const FileOutcome& file) {
         }
         std::string operator()(const ImportedMany& o) const {
             std::string line = source + " \u2192 " + std::to_string(o.destinations.size()) + " meetings:";
-            for (size_t i = 0; i < o.destinations.size(); ++i) line += (i == 0 ? " " : ", ") + o.destinations[i];
+            for (size_t i = 0; i < o.destinations.size(); ++i)
+                line += (i == 0 ? " " : ", ") + o.destinations[i];
             return line + " (" + std::string(label(o.format)) + ", " + turnsText(o.turns) + ")";
         }
         std::string operator()(const AlreadyImported& o) const {

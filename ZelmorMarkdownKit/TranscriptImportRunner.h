@@ -57,7 +57,8 @@ struct NoSpeech {
     bool operator==(const NoSpeech&) const = default;
 };
 
-using Outcome = std::variant<Imported, ImportedMany, AlreadyImported, Unreadable, AlreadyZelmor, Unrecognized, NoSpeech>;
+using Outcome =
+    std::variant<Imported, ImportedMany, AlreadyImported, Unreadable, AlreadyZelmor, Unrecognized, NoSpeech>;
 
 struct FileOutcome {
     std::string source;
@@ -69,7 +70,8 @@ struct FileOutcome {
 inline constexpr std::string_view notReadableAsText = "not readable as text";
 
 /// Extensions a folder import considers, compared lower-cased.
-inline constexpr std::string_view candidateExtensions[] = {"vtt", "srt", "txt", "md", "markdown", "json", "csv"};
+inline constexpr std::string_view candidateExtensions[] = {"vtt",      "srt",  "txt", "md",
+                                                           "markdown", "json", "csv"};
 
 struct Options {
     /// Its time zone turns a file's modification time into the fallback day (Gregorian fields).
@@ -88,7 +90,8 @@ Outcome importFile(const std::string& source, const std::string& folder, const O
 /// Imports every candidate file below the source folder, in ascending path order, into the
 /// destination (the source folder itself when absent). Hidden files, the memory folder and
 /// ".zelmor" folders are left alone; one bad file never stops the rest.
-std::vector<FileOutcome> importFolder(const std::string& source, const std::optional<std::string>& destination,
+std::vector<FileOutcome> importFolder(const std::string& source,
+                                      const std::optional<std::string>& destination,
                                       std::string_view memoryFolderName, const Options& options,
                                       const Progress& progress = {});
 

@@ -33,9 +33,15 @@ const ICUText::Pattern& timedSpeechPattern() {
     return pattern;
 }
 
-bool isLetter(char32_t c) { return u_isalpha(static_cast<UChar32>(c)); }
-bool isDigit(char32_t c) { return u_isdigit(static_cast<UChar32>(c)); }
-bool isUppercase(char32_t c) { return u_hasBinaryProperty(static_cast<UChar32>(c), UCHAR_UPPERCASE); }
+bool isLetter(char32_t c) {
+    return u_isalpha(static_cast<UChar32>(c));
+}
+bool isDigit(char32_t c) {
+    return u_isdigit(static_cast<UChar32>(c));
+}
+bool isUppercase(char32_t c) {
+    return u_hasBinaryProperty(static_cast<UChar32>(c), UCHAR_UPPERCASE);
+}
 
 /// A line of three or more of one of "-", "*" or "_" (a thematic break), which is never speech.
 bool isThematicBreak(std::string_view line) {
@@ -95,7 +101,8 @@ bool isNameShaped(std::string_view name) {
         ICUText::forEachCharacter(word, [&](std::string_view character) {
             char32_t c = ICUText::firstCodePoint(character);
             if (first && !isUppercase(c) && !isDigit(c)) shaped = false;
-            if (!isLetter(c) && !isDigit(c) && c != '-' && c != '\'' && c != '.' && c != U'\u2019') shaped = false;
+            if (!isLetter(c) && !isDigit(c) && c != '-' && c != '\'' && c != '.' && c != U'\u2019')
+                shaped = false;
             first = false;
         });
     });

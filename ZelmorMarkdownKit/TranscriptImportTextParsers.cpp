@@ -16,7 +16,9 @@ bool startsWith(std::string_view text, std::string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
 }
 
-bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
+bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
 
 const ICUText::Pattern& otterHeaderPattern() {
     static const ICUText::Pattern pattern(R"(^(.{1,48}?)\s+\d{1,2}:\d{2}(:\d{2})?\s*$)");
@@ -88,7 +90,8 @@ std::vector<Turn> parseCueBased(std::string_view text) {
         }
         if (!lines.empty() && lines[0] == "WEBVTT") lines.erase(lines.begin());
         if (lines.empty()) continue;
-        if (startsWith(lines[0], "NOTE") || startsWith(lines[0], "STYLE") || startsWith(lines[0], "REGION")) continue;
+        if (startsWith(lines[0], "NOTE") || startsWith(lines[0], "STYLE") || startsWith(lines[0], "REGION"))
+            continue;
         if (lines.size() > 1 && isInteger(lines[0]) && contains(lines[1], "-->")) lines.erase(lines.begin());
         if (!lines.empty() && contains(lines[0], "-->")) lines.erase(lines.begin());
 

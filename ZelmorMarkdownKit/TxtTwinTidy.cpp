@@ -23,7 +23,9 @@ std::pair<std::string, std::string> stemAndExtension(const std::string& path) {
 
 } // namespace
 
-bool isZelmorTwin(std::string_view content) { return content.find(zelmorMarker) != std::string_view::npos; }
+bool isZelmorTwin(std::string_view content) {
+    return content.find(zelmorMarker) != std::string_view::npos;
+}
 
 std::vector<std::string> plan(const std::string& folder) {
     auto listed = platform::listFilesRecursively(folder);

@@ -19,7 +19,8 @@ int sequenceLength(std::string_view s, size_t at) {
     if (b0 < 0x80) return 1;
     int need;
     unsigned char lo = 0x80, hi = 0xBF;
-    if (b0 >= 0xC2 && b0 <= 0xDF) need = 1;
+    if (b0 >= 0xC2 && b0 <= 0xDF)
+        need = 1;
     else if (b0 >= 0xE0 && b0 <= 0xEF) {
         need = 2;
         if (b0 == 0xE0) lo = 0xA0;
@@ -116,7 +117,8 @@ char32_t decode(std::string_view s, size_t& at) {
         return b0;
     }
     char32_t c = b0 & (0x7F >> length);
-    for (int k = 1; k < length; ++k) c = (c << 6) | (static_cast<unsigned char>(s[at + static_cast<size_t>(k)]) & 0x3F);
+    for (int k = 1; k < length; ++k)
+        c = (c << 6) | (static_cast<unsigned char>(s[at + static_cast<size_t>(k)]) & 0x3F);
     at += static_cast<size_t>(length);
     return c;
 }

@@ -1,8 +1,8 @@
 // Decoding UTF-8 into UTF-16 while recording where each unit came from.
 #include "ZelmorMarkdownKit/Utf16Text.h"
 
-#include "ZelmorMarkdownKit/Whitespace.h"
 #include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/Whitespace.h"
 
 namespace zelmor {
 

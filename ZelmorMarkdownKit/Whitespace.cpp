@@ -14,8 +14,6 @@ bool isWhitespaceOrNewline(char32_t c) {
     return c == 0x85 || c == 0x2028 || c == 0x2029 || isSpaceOrTab(c);
 }
 
-
-
 namespace {
 
 template <bool (*IsSpace)(char32_t)> std::string_view trimWith(std::string_view text) {
@@ -39,7 +37,11 @@ template <bool (*IsSpace)(char32_t)> std::string_view trimWith(std::string_view 
 
 } // namespace
 
-std::string_view trimSpacesAndTabs(std::string_view text) { return trimWith<isSpaceOrTab>(text); }
-std::string_view trim(std::string_view text) { return trimWith<isWhitespaceOrNewline>(text); }
+std::string_view trimSpacesAndTabs(std::string_view text) {
+    return trimWith<isSpaceOrTab>(text);
+}
+std::string_view trim(std::string_view text) {
+    return trimWith<isWhitespaceOrNewline>(text);
+}
 
 } // namespace zelmor::Whitespace

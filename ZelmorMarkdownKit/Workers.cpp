@@ -13,7 +13,8 @@ constexpr unsigned maxWorkers = 8;
 } // namespace
 
 unsigned count(unsigned asked, size_t items) {
-    unsigned threads = asked != 0 ? asked : std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
+    unsigned threads =
+        asked != 0 ? asked : std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
     return static_cast<unsigned>(std::max<size_t>(1, std::min<size_t>(threads, items)));
 }
 

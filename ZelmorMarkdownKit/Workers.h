@@ -13,6 +13,7 @@ unsigned count(unsigned asked, size_t items);
 /// Runs `work(i, worker)` for every i below `items`, on up to `workers` threads numbered from 0
 /// (the caller's own thread is 0), so that each thread can keep state of its own by number.
 /// When no more threads can be started, those running share the rest.
-void forEachIndex(size_t items, unsigned workers, const std::function<void(size_t index, unsigned worker)>& work);
+void forEachIndex(size_t items, unsigned workers,
+                  const std::function<void(size_t index, unsigned worker)>& work);
 
 } // namespace zelmor::Workers

@@ -18,7 +18,8 @@ using zelmor::bench::CorpusWords;
 
 const std::string& folder() {
     static const std::string path = [] {
-        fs::path made = fs::temp_directory_path() / ("zelmor-search-bench-" + std::to_string(std::random_device()()));
+        fs::path made =
+            fs::temp_directory_path() / ("zelmor-search-bench-" + std::to_string(std::random_device()()));
         zelmor::bench::CorpusOptions options;
         options.meetings = 400;
         zelmor::bench::generateCorpus(made.string(), options);
@@ -44,7 +45,8 @@ BENCHMARK_CAPTURE(search, no_query, nullptr, nullptr)->Unit(benchmark::kMillisec
 /// The whole-file test on one meeting-sized text: an absent word, a present one, an accented one.
 void needle(benchmark::State& state, const char* term) {
     std::string text;
-    for (int i = 0; i < 800; ++i) text += "We went over the customer onboarding plan with Tomás and Zoë again.\n";
+    for (int i = 0; i < 800; ++i)
+        text += "We went over the customer onboarding plan with Tomás and Zoë again.\n";
     zelmor::FoldedNeedle found(zelmor::TextFolding::folded(term));
     for (auto _ : state) benchmark::DoNotOptimize(found.occursIn(text));
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));

@@ -44,7 +44,9 @@ struct Served {
     }
 };
 
-void setNonBlocking(int fd) { ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK); }
+void setNonBlocking(int fd) {
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+}
 
 /// Writes all of `data` in pieces of `piece` bytes, then closes the descriptor. A write the loop
 /// no longer reads fails (the loop has ended) and ends the writing.

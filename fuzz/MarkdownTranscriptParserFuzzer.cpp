@@ -20,7 +20,8 @@ using zelmor::fuzz::require;
 void checkPiecewise(std::string_view text) {
     auto whole = Parser::parse(text);
     auto header = Parser::parseFrontmatter(text);
-    require(whole.has_value() == header.has_value(), "the frontmatter alone parses exactly when the whole does");
+    require(whole.has_value() == header.has_value(),
+            "the frontmatter alone parses exactly when the whole does");
     if (!whole) return;
 
     zelmor::TranscriptDocument withBody = *header;

@@ -62,12 +62,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         auto plain = RTS::match(document, terms);
         if (plain) plain->snippets.clear();
         if (auto needles = RTS::needles(terms)) {
-            require(RTS::matchWithoutSnippets(document, *needles) == plain, "the snippet-free match is the match");
+            require(RTS::matchWithoutSnippets(document, *needles) == plain,
+                    "the snippet-free match is the match");
             // As a folder search reads a file: the turns scored in place as the body is read.
             if (auto header = zelmor::MarkdownTranscriptParser::parseFrontmatter(text)) {
                 RTS::TurnScorer scorer(*needles);
                 zelmor::MarkdownTranscriptParser::parseBody(
-                    text, *header, [&](const zelmor::MarkdownTranscriptParser::TurnText& turn) { scorer.addTurn(turn.paragraphs); });
+                    text, *header, [&](const zelmor::MarkdownTranscriptParser::TurnText& turn) {
+                        scorer.addTurn(turn.paragraphs);
+                    });
                 require(scorer.finish(*header) == plain, "turns scored in place match as the parsed turns");
             }
             for (const auto& needle : *needles)
@@ -83,7 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (validInput) {
         namespace QT = zelmor::QueryTokenizer;
         auto words = QT::words(text);
-        if (zelmor::UTF8::firstNonASCII(text) == text.size()) require(words == QT::detail::wordsUsingICU(text), "ASCII words are ICU's words");
+        if (zelmor::UTF8::firstNonASCII(text) == text.size())
+            require(words == QT::detail::wordsUsingICU(text), "ASCII words are ICU's words");
         std::vector<std::string> stems;
         QT::WordCache cache([&](const QT::Word& word) {
             stems.push_back(word.stem);
@@ -93,7 +97,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto& tags = cache.tags(text);
         require(tags.size() == words.size(), "the cache sees every word");
         for (size_t i = 0; i < tags.size() && i < words.size(); ++i)
-            require(stems.at(static_cast<size_t>(tags[i])) == words[i].stem, "the cache stems as the tokenizer does");
+            require(stems.at(static_cast<size_t>(tags[i])) == words[i].stem,
+                    "the cache stems as the tokenizer does");
     }
     auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
     require(hits.size() <= 1, "one document ranks at most once");

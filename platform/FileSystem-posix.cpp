@@ -79,7 +79,8 @@ std::optional<size_t> readRegularIntoAndClose(int fd, const FileIdentity* expect
                                               size_t maxBytes) {
     struct stat st {};
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) ||
-        (expected != nullptr && identityOf(st) != *expected) || static_cast<std::uint64_t>(st.st_size) > maxBytes) {
+        (expected != nullptr && identityOf(st) != *expected) ||
+        static_cast<std::uint64_t>(st.st_size) > maxBytes) {
         ::close(fd);
         return std::nullopt;
     }
@@ -386,7 +387,9 @@ CreateOutcome createFileExclusively(const std::string& path, std::string_view co
     return outcome;
 }
 
-bool removeFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
+bool removeFile(const std::string& path) {
+    return ::unlink(path.c_str()) == 0;
+}
 
 std::optional<std::uint64_t> fileSize(const std::string& path) {
     struct stat st {};

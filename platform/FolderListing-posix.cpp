@@ -68,7 +68,8 @@ std::string joined(const std::string& folder, const std::string& name) {
 
 } // namespace
 
-std::optional<std::vector<std::string>> listFilesRecursively(const std::string& folder, std::vector<bool>* isLink) {
+std::optional<std::vector<std::string>> listFilesRecursively(const std::string& folder,
+                                                             std::vector<bool>* isLink) {
     std::string root = folder;
     while (root.size() > 1 && root.back() == '/') root.pop_back();
     auto top = entriesOf(root, true);
@@ -107,7 +108,8 @@ bool createFolders(const std::string& path) {
     if (::stat(path.c_str(), &st) == 0) return S_ISDIR(st.st_mode);
     size_t slash = path.find_last_of('/');
     if (slash != std::string::npos && slash > 0 && !createFolders(path.substr(0, slash))) return false;
-    if (::mkdir(path.c_str(), 0755) == 0 || errno == EEXIST) return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+    if (::mkdir(path.c_str(), 0755) == 0 || errno == EEXIST)
+        return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
     return false;
 }
 

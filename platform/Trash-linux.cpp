@@ -90,7 +90,9 @@ std::string trashFolder(const TrashOwner& owner) {
 
 } // namespace
 
-std::string trashedFilesFolder(const TrashOwner& owner) { return trashFolder(owner) + "/files"; }
+std::string trashedFilesFolder(const TrashOwner& owner) {
+    return trashFolder(owner) + "/files";
+}
 
 std::optional<std::string> moveToTrash(const std::string& path, const TrashOwner& owner) {
     std::string source = absolutePath(path);
@@ -99,13 +101,13 @@ std::optional<std::string> moveToTrash(const std::string& path, const TrashOwner
 
     std::string trash = trashFolder(owner);
     if (!createFolders(trash.substr(0, trash.rfind('/'))) || !makePrivateFolder(trash) ||
-        !makePrivateFolder(trash + "/files") ||
-        !makePrivateFolder(trash + "/info")) {
+        !makePrivateFolder(trash + "/files") || !makePrivateFolder(trash + "/info")) {
         return std::nullopt;
     }
 
     std::string name = source.substr(source.rfind('/') + 1);
-    std::string info = "[Trash Info]\nPath=" + percentEncoded(source) + "\nDeletionDate=" + localDeletionDate() + "\n";
+    std::string info =
+        "[Trash Info]\nPath=" + percentEncoded(source) + "\nDeletionDate=" + localDeletionDate() + "\n";
     for (int attempt = 1; attempt <= maxNameAttempts; ++attempt) {
         std::string candidate = candidateName(name, attempt);
         std::string infoPath = trash + "/info/" + candidate + ".trashinfo";
@@ -124,8 +126,9 @@ std::optional<std::string> moveToTrash(const std::string& path, const TrashOwner
         }
         bool written = writeAllTo(fd, info);
         written = ::close(fd) == 0 && written;
-        bool moved = written && (::rename(source.c_str(), destination.c_str()) == 0 ||
-                                 (errno == EXDEV && S_ISREG(st.st_mode) && copyThenRemove(source, destination)));
+        bool moved =
+            written && (::rename(source.c_str(), destination.c_str()) == 0 ||
+                        (errno == EXDEV && S_ISREG(st.st_mode) && copyThenRemove(source, destination)));
         if (moved) return destination;
         ::unlink(infoPath.c_str());
         return std::nullopt;

@@ -23,7 +23,9 @@ std::string candidateName(const std::string& name, int attempt) {
 
 } // namespace
 
-std::string trashedFilesFolder(const TrashOwner& owner) { return owner.homeDirectory + "/.Trash"; }
+std::string trashedFilesFolder(const TrashOwner& owner) {
+    return owner.homeDirectory + "/.Trash";
+}
 
 std::optional<std::string> moveToTrash(const std::string& path, const TrashOwner& owner) {
     std::string source = absolutePath(path);

@@ -32,29 +32,37 @@ private:
 };
 
 constexpr std::array<std::string_view, 24> people = {
-    "Ana Ruiz", "Wenna Okafor", "Priya Natarajan", "Marcus Lee", "Jonas Berg", "Lena Fischer",
-    "David Chen", "Sara Haddad", "Owen Price", "Mei Tanaka", "Carlos Vega", "Ruth Adler",
-    "Tomás Halden", "Zoë Martin", "José Alvarez", "Renée Dubois", "Søren Holm", "Björn Sjöberg",
-    "Speaker 2", "Speaker 3", "Me", "Ifeoma Nwosu", "Hannah Weiss", "Yusuf Demir"};
+    "Ana Ruiz",     "Wenna Okafor", "Priya Natarajan", "Marcus Lee", "Jonas Berg",
+    "Lena Fischer", "David Chen",   "Sara Haddad",     "Owen Price", "Mei Tanaka",
+    "Carlos Vega",  "Ruth Adler",   "Tomás Halden",    "Zoë Martin", "José Alvarez",
+    "Renée Dubois", "Søren Holm",   "Björn Sjöberg",   "Speaker 2",  "Speaker 3",
+    "Me",           "Ifeoma Nwosu", "Hannah Weiss",    "Yusuf Demir"};
 constexpr size_t firstAccented = 12, firstGeneric = 18;
 
-constexpr std::array<std::string_view, 12> topics = {
-    "Weekly sync", "Pricing review", "Hiring loop", "Customer call", "Roadmap planning", "1:1",
-    "Design critique", "Incident review", "Sales pipeline", "Onboarding", "Budget check-in", "Launch prep"};
+constexpr std::array<std::string_view, 12> topics = {"Weekly sync",     "Pricing review",   "Hiring loop",
+                                                     "Customer call",   "Roadmap planning", "1:1",
+                                                     "Design critique", "Incident review",  "Sales pipeline",
+                                                     "Onboarding",      "Budget check-in",  "Launch prep"};
 
 constexpr std::array<std::string_view, 120> vocabulary = {
-    "we", "should", "the", "team", "think", "about", "release", "next", "week", "plan", "numbers", "looks",
-    "good", "but", "need", "more", "data", "from", "support", "tickets", "and", "churn", "dashboard",
-    "shipping", "feature", "flag", "rollout", "to", "ten", "percent", "first", "then", "everyone", "else",
-    "budget", "approved", "for", "quarter", "hire", "two", "engineers", "backend", "frontend", "design",
-    "review", "tomorrow", "morning", "can", "you", "send", "notes", "after", "call", "yes", "agreed",
-    "decision", "is", "move", "forward", "with", "annual", "plan", "discount", "trial", "conversion",
-    "onboarding", "emails", "metrics", "improved", "since", "launch", "blocker", "legal", "contract",
-    "signed", "last", "friday", "pipeline", "deals", "closing", "this", "month", "enterprise", "tier",
-    "security", "questionnaire", "integration", "partner", "api", "latency", "dropped", "migration",
-    "database", "schedule", "follow", "up", "action", "item", "owner", "deadline", "risk", "scope",
-    "estimate", "sprint", "retro", "feedback", "survey", "interview", "candidate", "offer", "salary",
-    "benefits", "office", "remote", "travel", "conference", "talk", "slides", "demo", "prototype"};
+    "we",        "should",        "the",         "team",       "think",    "about",      "release",
+    "next",      "week",          "plan",        "numbers",    "looks",    "good",       "but",
+    "need",      "more",          "data",        "from",       "support",  "tickets",    "and",
+    "churn",     "dashboard",     "shipping",    "feature",    "flag",     "rollout",    "to",
+    "ten",       "percent",       "first",       "then",       "everyone", "else",       "budget",
+    "approved",  "for",           "quarter",     "hire",       "two",      "engineers",  "backend",
+    "frontend",  "design",        "review",      "tomorrow",   "morning",  "can",        "you",
+    "send",      "notes",         "after",       "call",       "yes",      "agreed",     "decision",
+    "is",        "move",          "forward",     "with",       "annual",   "plan",       "discount",
+    "trial",     "conversion",    "onboarding",  "emails",     "metrics",  "improved",   "since",
+    "launch",    "blocker",       "legal",       "contract",   "signed",   "last",       "friday",
+    "pipeline",  "deals",         "closing",     "this",       "month",    "enterprise", "tier",
+    "security",  "questionnaire", "integration", "partner",    "api",      "latency",    "dropped",
+    "migration", "database",      "schedule",    "follow",     "up",       "action",     "item",
+    "owner",     "deadline",      "risk",        "scope",      "estimate", "sprint",     "retro",
+    "feedback",  "survey",        "interview",   "candidate",  "offer",    "salary",     "benefits",
+    "office",    "remote",        "travel",      "conference", "talk",     "slides",     "demo",
+    "prototype"};
 
 std::string twoDigits(int n) {
     char buffer[8];
@@ -69,9 +77,12 @@ std::string sentence(Random& random, double nonASCIIShare, int& wordsLeft) {
     for (size_t i = 0; i < length && wordsLeft > 0; ++i, --wordsLeft) {
         if (!text.empty()) text += ' ';
         double roll = random.unit();
-        if (roll < 0.012) text += "customer";
-        else if (roll < 0.014) text += "pricing page";
-        else text += random.pick(vocabulary);
+        if (roll < 0.012)
+            text += "customer";
+        else if (roll < 0.014)
+            text += "pricing page";
+        else
+            text += random.pick(vocabulary);
     }
     if (fancy) {
         std::string_view name = people[firstAccented + random.below(firstGeneric - firstAccented)];
@@ -91,7 +102,8 @@ std::string meeting(Random& random, const CorpusOptions& options, int index, int
         std::string_view person = people[random.below(people.size())];
         if (std::find(who.begin(), who.end(), person) == who.end()) who.push_back(person);
     }
-    int words = options.minWords + static_cast<int>(random.below(static_cast<size_t>(options.maxWords - options.minWords + 1)));
+    int words = options.minWords +
+                static_cast<int>(random.below(static_cast<size_t>(options.maxWords - options.minWords + 1)));
     bool rare = random.below(100) == 0;
 
     std::string date = std::to_string(year) + "-" + twoDigits(month) + "-" + twoDigits(day);
@@ -102,8 +114,9 @@ std::string meeting(Random& random, const CorpusOptions& options, int index, int
     text += "duration_min: " + std::to_string(words / 150) + "\nparticipants:\n";
     for (auto person : who) text += "  - " + std::string(person) + "\n";
     text += "source: Zelmor\n---\n\n## Notes\n\n";
-    text += random.below(3) == 0 ? "Follow up on meeting " + std::to_string(index) + ".\n\n"
-                                 : "_(User-added context. Empty until the user types here in the Library window.)_\n\n";
+    text += random.below(3) == 0
+                ? "Follow up on meeting " + std::to_string(index) + ".\n\n"
+                : "_(User-added context. Empty until the user types here in the Library window.)_\n\n";
     text += "## Transcript\n\n";
     int plantAt = rare ? static_cast<int>(random.below(static_cast<size_t>(words))) : -1;
     while (words > 0) {

@@ -23,10 +23,10 @@ struct CorpusOptions {
 
 /// Words the corpus is known to hold, for benchmarks and tests that need hits.
 struct CorpusWords {
-    static constexpr const char* rare = "zeppelin";          ///< in about 1% of meetings
-    static constexpr const char* frequent = "customer";      ///< in nearly every meeting
-    static constexpr const char* phrase = "pricing page";    ///< a two-word phrase, in about a third
-    static constexpr const char* participant = "Tomás";      ///< an accented participant
+    static constexpr const char* rare = "zeppelin";       ///< in about 1% of meetings
+    static constexpr const char* frequent = "customer";   ///< in nearly every meeting
+    static constexpr const char* phrase = "pricing page"; ///< a two-word phrase, in about a third
+    static constexpr const char* participant = "Tomás";   ///< an accented participant
 };
 
 /// Writes the corpus into `folder` (created if missing) and returns the number of bytes written.

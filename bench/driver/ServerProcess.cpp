@@ -64,11 +64,13 @@ std::string ServerProcess::call(const std::string& request) {
     }
 }
 
-double ServerProcess::peakMegabytes() const { return zelmor::bench::peakMegabytes(pid_); }
+double ServerProcess::peakMegabytes() const {
+    return zelmor::bench::peakMegabytes(pid_);
+}
 
 std::string toolCall(int id, const std::string& name, const std::string& arguments) {
-    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"tools/call","params":{"name":")" + name +
-           R"(","arguments":)" + arguments + "}}";
+    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"tools/call","params":{"name":")" +
+           name + R"(","arguments":)" + arguments + "}}";
 }
 
 } // namespace zelmor::bench

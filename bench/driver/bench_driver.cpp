@@ -56,12 +56,14 @@ int main(int argc, char** argv) {
         {"search: rare word", "search_meetings", R"({"query":")" + rare + R"("})", rare},
         {"search: frequent word", "search_meetings", R"({"query":")" + frequent + R"("})", frequent},
         {"search: two words", "search_meetings", R"({"query":")" + rare + " " + frequent + R"("})", rare},
-        {"search: quoted phrase", "search_meetings", R"({"query":"\")" + std::string(Words::phrase) + R"(\""})",
-         "pricing page"},
+        {"search: quoted phrase", "search_meetings",
+         R"({"query":"\")" + std::string(Words::phrase) + R"(\""})", "pricing page"},
         {"search: sort relevance", "search_meetings", R"({"query":")" + frequent + R"(","sort":"relevance"})",
          frequent},
         {"search: participant + dates", "search_meetings",
-         R"({"query":")" + rare + R"(","participant":"tomás","date_from":"2023-01-01","date_to":"2025-12-31"})", rare},
+         R"({"query":")" + rare +
+             R"(","participant":"tomás","date_from":"2023-01-01","date_to":"2025-12-31"})",
+         rare},
         {"search: no query", "search_meetings", "{}", rare},
         {"list_participants", "list_participants", "{}", rare},
         // The opt-in question tool over the whole history (no time phrase): every meeting read,
@@ -99,7 +101,8 @@ int main(int argc, char** argv) {
             times.push_back(millisecondsSince(start));
             if (somePath.empty()) {
                 size_t at = reply.find(R"("path":")");
-                if (at != std::string::npos) somePath = reply.substr(at + 8, reply.find('"', at + 8) - at - 8);
+                if (at != std::string::npos)
+                    somePath = reply.substr(at + 8, reply.find('"', at + 8) - at - 8);
             }
         }
         double ours = median(times);

@@ -9,10 +9,10 @@
 // (sort "relevance", limit 100), as an agent would.
 //
 //   qa_bench MEETINGS_FOLDER QUESTIONS_JSONL [SERVER]
-#include "bench/driver/ServerProcess.h"
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/QuestionRanking.h"
+#include "bench/driver/ServerProcess.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 
@@ -70,8 +70,9 @@ struct Tally {
     void print(const char* name) {
         std::sort(milliseconds.begin(), milliseconds.end());
         double n = static_cast<double>(std::max<size_t>(asked, 1));
-        std::printf("| %-22s | %6.3f | %6.3f | %6.3f | %6.3f | %8.1f |\n", name, top1 / n, top5 / n, reciprocal / n,
-                    inTurns / n, milliseconds.empty() ? 0.0 : milliseconds[milliseconds.size() / 2]);
+        std::printf("| %-22s | %6.3f | %6.3f | %6.3f | %6.3f | %8.1f |\n", name, top1 / n, top5 / n,
+                    reciprocal / n, inTurns / n,
+                    milliseconds.empty() ? 0.0 : milliseconds[milliseconds.size() / 2]);
     }
 };
 
@@ -113,7 +114,8 @@ public:
             }
             if (score > 0) scored.emplace_back(score, d);
         }
-        std::stable_sort(scored.begin(), scored.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+        std::stable_sort(scored.begin(), scored.end(),
+                         [](const auto& a, const auto& b) { return a.first > b.first; });
         std::vector<size_t> order;
         for (const auto& [score, d] : scored) order.push_back(d);
         return order;
@@ -133,7 +135,9 @@ double since(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-std::string fileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+std::string fileName(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
 
 /// The turn of the meeting a snippet ("**Speaker:** …text…") was cut from.
 std::optional<size_t> turnOf(const std::string& snippet, const TranscriptDocument& document) {
@@ -144,7 +148,8 @@ std::optional<size_t> turnOf(const std::string& snippet, const TranscriptDocumen
     if (core.starts_with(ellipsis)) core.erase(0, ellipsis.size());
     if (core.ends_with(ellipsis)) core.erase(core.size() - ellipsis.size());
     for (size_t t = 0; t < document.turns.size(); ++t)
-        if (document.turns[t].speaker == speaker && document.turns[t].text.find(core) != std::string::npos) return t;
+        if (document.turns[t].speaker == speaker && document.turns[t].text.find(core) != std::string::npos)
+            return t;
     return std::nullopt;
 }
 
@@ -199,7 +204,8 @@ int main(int argc, char** argv) {
         for (const auto& hit : hits) ranked.push_back(meetings[hit.index].name);
         std::optional<size_t> bestTurn;
         for (const auto& hit : hits)
-            if (meetings[hit.index].name == question.meeting && !hit.answerTurns.empty()) bestTurn = hit.answerTurns[0];
+            if (meetings[hit.index].name == question.meeting && !hit.answerTurns.empty())
+                bestTurn = hit.answerTurns[0];
         ranking.add(ranked, question, bestTurn, ms);
 
         start = Clock::now();
@@ -225,12 +231,13 @@ int main(int argc, char** argv) {
                                                                 {"sort", "relevance"},
                                                                 {"limit", 100}};
                 start = Clock::now();
-                auto reply = nlohmann::json::parse(
-                    server.call(bench::toolCall(++id, ask ? "ask_meetings" : "search_meetings", arguments.dump())));
+                auto reply = nlohmann::json::parse(server.call(
+                    bench::toolCall(++id, ask ? "ask_meetings" : "search_meetings", arguments.dump())));
                 double ms = since(start);
                 std::vector<std::string> ranked;
                 std::optional<size_t> bestTurn;
-                for (const auto& row : reply["result"]["structuredContent"].value("meetings", nlohmann::json::array())) {
+                for (const auto& row :
+                     reply["result"]["structuredContent"].value("meetings", nlohmann::json::array())) {
                     ranked.push_back(fileName(row.value("path", "")));
                     auto snippets = row.value("snippets", nlohmann::json::array());
                     if (ranked.back() == question.meeting && !snippets.empty())

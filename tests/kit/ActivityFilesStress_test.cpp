@@ -70,9 +70,9 @@ TEST(ActivityFilesStress, TwoProcessesRecordingAThousandCallsEachLeaveWholeFiles
 TEST(ActivityFilesStress, ReadOnlySupportFolderIsLeftExactlyAsItWas) {
     test::TempFolder support;
     std::string log = support.write("agent-activity.json", R"({"2025-03-14":{"read_meeting":2}})");
-    std::string feed = support.write("agent-activity-log.jsonl",
-                                     R"({"tool":"read_meeting","triggered":false,"ts":"2025-03-14T10:00:00Z"})"
-                                     "\n");
+    std::string feed = support.write(
+        "agent-activity-log.jsonl", R"({"tool":"read_meeting","triggered":false,"ts":"2025-03-14T10:00:00Z"})"
+                                    "\n");
     ASSERT_EQ(::chmod(support.path().c_str(), 0555), 0);
     auto outcome = test::runInChild(
         [&] {

@@ -43,7 +43,8 @@ TEST(AnswerRanking, QuestionsWithoutContentKeywordsFindNothing) {
 TEST(AnswerRanking, RareKeywordsWeighMoreThanUbiquitousOnes) {
     Items items;
     for (int i = 0; i < 9; ++i)
-        items.push_back({"m" + std::to_string(i), meeting("2026-11-01", {{"Ana", i == 4 ? "budget roadmap" : "budget"}})});
+        items.push_back({"m" + std::to_string(i),
+                         meeting("2026-11-01", {{"Ana", i == 4 ? "budget roadmap" : "budget"}})});
     AnswerRankOptions options = plain(1);
     options.useIDF = true;
     auto hits = answerRank(items, "budget roadmap", options);
@@ -79,7 +80,8 @@ TEST(AnswerRanking, TitleAndParticipantHitsCountMore) {
 }
 
 TEST(AnswerRanking, UnmatchedWeightAboveTheLimitRefusesTheWholeQuestion) {
-    Items items{{"a", meeting("2026-11-01", {{"Ana", "budget"}})}, {"b", meeting("2026-11-01", {{"Ana", "pricing"}})}};
+    Items items{{"a", meeting("2026-11-01", {{"Ana", "budget"}})},
+                {"b", meeting("2026-11-01", {{"Ana", "pricing"}})}};
     AnswerRankOptions options = plain(1);
     options.useIDF = true;
     // "budget" is in one of two meetings (weight ln(3/2) + 1), "zeppelin" in none (ln 3 + 1).
@@ -105,7 +107,8 @@ TEST(AnswerRanking, AgeDecaysByHalfLivesAndTiesGoToTheNewerMeeting) {
     EXPECT_FALSE(utcMidnight("2026-02-30"));
     EXPECT_FALSE(utcMidnight("2026-2-3"));
 
-    Items items{{"old", meeting("2026-10-01", {{"Ana", "budget"}})}, {"new", meeting("2026-11-01", {{"Ana", "budget"}})},
+    Items items{{"old", meeting("2026-10-01", {{"Ana", "budget"}})},
+                {"new", meeting("2026-11-01", {{"Ana", "budget"}})},
                 {"same", meeting("2026-11-01", {{"Bo", "budget"}})}};
     EXPECT_EQ(ids(answerRank(items, "budget", plain())), (std::vector<std::string>{"new", "same", "old"}));
     AnswerRankOptions decaying = plain();
@@ -130,14 +133,15 @@ TEST(AnswerRanking, MeetingsWhereTheUserSpokeAreBoosted) {
 }
 
 TEST(AnswerRanking, SnippetsShowEachKeywordInItsOwnTurn) {
-    TranscriptDocument document = meeting("2026-11-01", {{"Ana", "Budgets first."}, {"Bo", "The hiring plan, then budgets."}});
+    TranscriptDocument document =
+        meeting("2026-11-01", {{"Ana", "Budgets first."}, {"Bo", "The hiring plan, then budgets."}});
     document.summary = "We talked about the roadmap.";
     Items items{{"a", document}};
     auto hits = answerRank(items, "budget hiring roadmap", plain());
     ASSERT_EQ(hits.size(), 1u);
-    EXPECT_EQ(hits[0].match.snippets, (std::vector<std::string>{"**Ana:** Budgets first.",
-                                                                "**Bo:** The hiring plan, then budgets.",
-                                                                "We talked about the roadmap."}));
+    EXPECT_EQ(hits[0].match.snippets,
+              (std::vector<std::string>{"**Ana:** Budgets first.", "**Bo:** The hiring plan, then budgets.",
+                                        "We talked about the roadmap."}));
 }
 
 TEST(AnswerRanking, TheScopeComesFirstAndCountsWhatIsLeft) {

@@ -22,8 +22,8 @@ TEST(AnswerScopeTest, OnlyTheEmptyScopeIsAllButEmptyStringsStillAdmitEverything)
     EXPECT_TRUE(AnswerScope{}.isAll());
     AnswerScope blanks{.dateFrom = "", .dateTo = "", .participant = "", .folder = ""};
     EXPECT_FALSE(blanks.isAll()) << "an empty date is still a member that \"all\" does not have";
-    for (AnswerScope one : {AnswerScope{.dateFrom = ""}, AnswerScope{.dateTo = ""}, AnswerScope{.participant = ""},
-                            AnswerScope{.folder = ""}})
+    for (AnswerScope one : {AnswerScope{.dateFrom = ""}, AnswerScope{.dateTo = ""},
+                            AnswerScope{.participant = ""}, AnswerScope{.folder = ""}})
         EXPECT_FALSE(one.isAll());
     EXPECT_TRUE(blanks.admits("/x/a.md", meeting("")));
     std::vector<Item> items{{"/x/a.md", meeting("2024-01-01")}, {"/y/b.md", meeting("")}};

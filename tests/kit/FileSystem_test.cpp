@@ -74,7 +74,8 @@ TEST(WriteFileAtomically, AReplacedFileKeepsItsMode) {
         EXPECT_EQ(platform::readFile(file), std::optional<std::string>("new\n"));
         EXPECT_EQ(permissionsOf(file), mode) << std::oct << mode;
     }
-    EXPECT_EQ(test::fileNames(folder.path()), std::vector<std::string>{"private.md"}) << "no temporary file is left";
+    EXPECT_EQ(test::fileNames(folder.path()), std::vector<std::string>{"private.md"})
+        << "no temporary file is left";
 }
 
 TEST(WriteFileAtomically, ANewFileGetsWhatTheUmaskAllows) {
@@ -116,7 +117,8 @@ TEST(WriteFileAtomically, ALinkIsWrittenThroughAndStaysALink) {
     EXPECT_TRUE(S_ISLNK(st.st_mode));
     ASSERT_EQ(::stat(target.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0640u);
-    EXPECT_EQ(test::fileNames(folder / "real"), std::vector<std::string>{"meeting.md"}) << "no temporary left";
+    EXPECT_EQ(test::fileNames(folder / "real"), std::vector<std::string>{"meeting.md"})
+        << "no temporary left";
 }
 
 TEST(WriteFileAtomically, NamesAtTheSystemsLimitAndFilesTheUserMayNotWrite) {
@@ -146,12 +148,14 @@ TEST(CreateFileExclusively, CreatesWholeFilesAndNeverReplacesAnything) {
     folder.makeFolder("folder.md");
     ASSERT_EQ(::symlink((folder / "nowhere.md").c_str(), (folder / "dangling.md").c_str()), 0);
     for (const char* taken : {"new.md", "folder.md", "dangling.md"})
-        EXPECT_EQ(platform::createFileExclusively(folder / taken, "two\n"), platform::CreateOutcome::alreadyExists)
+        EXPECT_EQ(platform::createFileExclusively(folder / taken, "two\n"),
+                  platform::CreateOutcome::alreadyExists)
             << taken;
     EXPECT_EQ(test::readFile(folder / "new.md"), "one\n");
     EXPECT_FALSE(platform::exists(folder / "nowhere.md"));
     EXPECT_EQ(platform::createFileExclusively(folder / "missing/x.md", "x"), platform::CreateOutcome::failed);
-    EXPECT_EQ(test::fileNames(folder.path()), (std::vector<std::string>{"dangling.md", "folder.md", "new.md"}));
+    EXPECT_EQ(test::fileNames(folder.path()),
+              (std::vector<std::string>{"dangling.md", "folder.md", "new.md"}));
 }
 
 } // namespace

@@ -22,13 +22,21 @@ TEST(FoldedNeedle, FindsTheTermWhereverFoldingWouldMakeIt) {
     for (const auto& [text, term, found] : std::initializer_list<Case>{
              {"Meet the ZEPPELIN team", "zeppelin", true},
              {"zeppeli", "zeppelin", false},
-             {"ze\xCC\x81ppelin", "zeppelin", true},              // a combining mark folds away
-             {"Z\xC3\xA9ppelin", "zeppelin", true},               // a precomposed letter folds to ASCII
-             {"\xEF\xAC\x81nal", "final", true},                  // a ligature folds to two letters
-             {"Stra\xC3\x9F" "e", "strasse", true},               // sharp s folds to "ss"
-             {"\xE2\x84\xAA" "elvin", "kelvin", true},            // the Kelvin sign folds to "k"
-             {"caf\xC3\xA9\n au lait", "cafe au", false},        // never across a line break
-             {"Bj\xC3\xB6rn \xC3\x98" "degaard", "\xC3\xB8" "degaard", true}, // a non-ASCII term
+             {"ze\xCC\x81ppelin", "zeppelin", true}, // a combining mark folds away
+             {"Z\xC3\xA9ppelin", "zeppelin", true},  // a precomposed letter folds to ASCII
+             {"\xEF\xAC\x81nal", "final", true},     // a ligature folds to two letters
+             {"Stra\xC3\x9F"
+              "e",
+              "strasse", true}, // sharp s folds to "ss"
+             {"\xE2\x84\xAA"
+              "elvin",
+              "kelvin", true},                            // the Kelvin sign folds to "k"
+             {"caf\xC3\xA9\n au lait", "cafe au", false}, // never across a line break
+             {"Bj\xC3\xB6rn \xC3\x98"
+              "degaard",
+              "\xC3\xB8"
+              "degaard",
+              true}, // a non-ASCII term
              {"naïve", "naive", true},
              {"x", "xy", false},
              {"", "a", false},
@@ -61,7 +69,12 @@ TEST(FoldedNeedle, AnAccentedLetterAtEitherEndOfAShortTextIsSeen) {
         std::string filler(pad, 'x');
         // í and é fold into the needle; ó, in the same place, does not.
         const std::pair<std::string, std::string> foundAndNot[] = {
-            {"pr\xC3\xAD" "cing page" + filler, "pr\xC3\xB3" "cing page" + filler},
+            {"pr\xC3\xAD"
+             "cing page" +
+                 filler,
+             "pr\xC3\xB3"
+             "cing page" +
+                 filler},
             {filler + "pricing pag\xC3\xA9", filler + "pricing pag\xC3\xB3"},
             {filler + "pricing pag\xC3\xA9!", filler + "pricing pag\xC3\xB3!"},
         };
@@ -76,7 +89,10 @@ TEST(FoldedNeedle, AnAccentedLetterAtEitherEndOfAShortTextIsSeen) {
         // A needle longer than one block.
         FoldedNeedle longer(TextFolding::folded("pricing page review zeppelin"));
         EXPECT_TRUE(longer.occursIn(filler + "pricing page review zeppel\xC3\xADn")) << pad;
-        EXPECT_TRUE(longer.occursIn("pr\xC3\xAD" "cing page review zeppelin" + filler)) << pad;
+        EXPECT_TRUE(longer.occursIn("pr\xC3\xAD"
+                                    "cing page review zeppelin" +
+                                    filler))
+            << pad;
         EXPECT_FALSE(longer.occursIn(filler + "pricing page review zeppel\xC3\xB3n")) << pad;
     }
 }
@@ -84,10 +100,32 @@ TEST(FoldedNeedle, AnAccentedLetterAtEitherEndOfAShortTextIsSeen) {
 TEST(FoldedNeedle, AgreesWithFoldingTheWholeTextOnRandomMixedText) {
     // Pieces chosen to meet at every boundary: case, marks, ligatures, expansions, line breaks,
     // characters beyond the fold table, and letters that rank as rare or common anchors.
-    const std::vector<std::string> alphabet = {
-        "a", "E", "z", "Z", "q", "e", " ", "\n", ".", "'", "\xC3\xA9", "e\xCC\x81", "\xCC\x81", "\xC3\x9F", "S",
-        "\xEF\xAC\x81", "\xE2\x84\xAA", "k", "\xC4\xB0", "i", "\xC3\xB8", "\xE2\x80\x99", "\xE4\xB8\xAD",
-        "\xF0\x9F\x99\x82", "\r", "1"};
+    const std::vector<std::string> alphabet = {"a",
+                                               "E",
+                                               "z",
+                                               "Z",
+                                               "q",
+                                               "e",
+                                               " ",
+                                               "\n",
+                                               ".",
+                                               "'",
+                                               "\xC3\xA9",
+                                               "e\xCC\x81",
+                                               "\xCC\x81",
+                                               "\xC3\x9F",
+                                               "S",
+                                               "\xEF\xAC\x81",
+                                               "\xE2\x84\xAA",
+                                               "k",
+                                               "\xC4\xB0",
+                                               "i",
+                                               "\xC3\xB8",
+                                               "\xE2\x80\x99",
+                                               "\xE4\xB8\xAD",
+                                               "\xF0\x9F\x99\x82",
+                                               "\r",
+                                               "1"};
     std::mt19937 random(20261122);
     auto text = [&](size_t length) {
         std::string out;
@@ -108,7 +146,8 @@ TEST(FoldedNeedle, AgreesWithFoldingTheWholeTextOnRandomMixedText) {
         FoldedNeedle needle(piece);
         bool expected = byDefinition(haystack, piece);
         found += expected;
-        ASSERT_EQ(needle.occursIn(haystack), expected) << "text \"" << haystack << "\" needle \"" << piece << "\"";
+        ASSERT_EQ(needle.occursIn(haystack), expected)
+            << "text \"" << haystack << "\" needle \"" << piece << "\"";
     }
     EXPECT_GT(found, 500) << "too few hits for the comparison to mean much";
 }

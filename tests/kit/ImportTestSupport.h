@@ -13,7 +13,9 @@ inline std::string importFixturePath(const std::string& name) {
     return std::string(ZELMOR_SOURCE_DIR) + "/tests/fixtures/import/" + name;
 }
 
-inline std::string importFixture(const std::string& name) { return readFile(importFixturePath(name)); }
+inline std::string importFixture(const std::string& name) {
+    return readFile(importFixturePath(name));
+}
 
 using Turns = std::vector<TranscriptDocument::Turn>;
 

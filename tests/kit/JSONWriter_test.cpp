@@ -40,7 +40,8 @@ TEST(JSONWriter, RefusesNumbersJSONCannotCarry) {
 }
 
 TEST(JSONWriter, PrettyLayoutIndentsTwoSpacesWithSpacedColons) {
-    json value = json::parse(R"({"total":1,"meetings":[{"path":"/t/a.md","participants":["Ana"]}],"empty":{},"none":[]})");
+    json value = json::parse(
+        R"({"total":1,"meetings":[{"path":"/t/a.md","participants":["Ana"]}],"empty":{},"none":[]})");
     EXPECT_EQ(JSONWriter::pretty(value), "{\n"
                                          "  \"empty\" : {},\n"
                                          "  \"meetings\" : [\n"

@@ -53,10 +53,11 @@ TEST(MarkdownTranscriptParser, ReadsTheFileTheAppWrites) {
     EXPECT_EQ(doc.participants, (Strings{"Ana", "Speaker 2"}));
     EXPECT_EQ(doc.source, "Zelmor");
     EXPECT_EQ(doc.notes, "Bring the Q3 numbers.");
-    EXPECT_EQ(doc.turns, (std::vector<Turn>{
-                             {"Ana", "Good morning."},
-                             {"Speaker 2", "Morning.\nSecond line of the same paragraph.\n\nAnd a second paragraph."},
-                         }));
+    EXPECT_EQ(doc.turns,
+              (std::vector<Turn>{
+                  {"Ana", "Good morning."},
+                  {"Speaker 2", "Morning.\nSecond line of the same paragraph.\n\nAnd a second paragraph."},
+              }));
 }
 
 TEST(MarkdownTranscriptParser, Delimiters) {
@@ -134,7 +135,8 @@ TEST(MarkdownTranscriptParser, UnquotingOnlyWhereTheValueIsQuotedAtBothEnds) {
     EXPECT_EQ(withFrontmatter(R"(title: "")").title, "");
     EXPECT_EQ(withFrontmatter(R"(title: "a\\"b")").title, R"(a\"b)");
     // Dates, start times, status and source are kept as written.
-    TranscriptDocument kept = withFrontmatter("date: \"2025-01-01\"\nstarted_at: \"x\"\nstatus: \"s\"\nsource: \"Zelmor\"");
+    TranscriptDocument kept =
+        withFrontmatter("date: \"2025-01-01\"\nstarted_at: \"x\"\nstatus: \"s\"\nsource: \"Zelmor\"");
     EXPECT_EQ(kept.date, "\"2025-01-01\"");
     EXPECT_EQ(kept.startedAt, "\"x\"");
     EXPECT_EQ(kept.status, "\"s\"");
@@ -166,8 +168,8 @@ TEST(MarkdownTranscriptParser, PendingOffsetReadsOnlyDecimalNotation) {
         EXPECT_EQ(doc.pendingOffsetSeconds, seconds) << value;
         EXPECT_TRUE(doc.hasPendingOffset) << value;
     }
-    for (const char* bad : {"soon", "12.5s", "", "\r4", "0x10", "0x1p3", "inf", "-inf", "infinity", "nan", "NAN",
-                            ".", "-", "e5", "1e", "1e+", "1.2.3", "1 000", "\u0664\u0662"}) {
+    for (const char* bad : {"soon", "12.5s", "", "\r4", "0x10", "0x1p3", "inf", "-inf", "infinity", "nan",
+                            "NAN", ".", "-", "e5", "1e", "1e+", "1.2.3", "1 000", "\u0664\u0662"}) {
         TranscriptDocument doc = withFrontmatter(std::string("pending_offset: ") + bad);
         EXPECT_EQ(doc.pendingOffsetSeconds, 0) << bad;
         EXPECT_FALSE(doc.hasPendingOffset) << bad;
@@ -240,7 +242,8 @@ TEST(MarkdownTranscriptParser, SectionsEndAtTheNextKnownHeaderOrTheBlockMarker) 
                        "- 00:01 start\n";
     TranscriptDocument doc = withFrontmatter("title: x", body);
     EXPECT_EQ(doc.notes, "My note\n## Notes are here");
-    EXPECT_EQ(doc.turns, (std::vector<Turn>{{"Ana", "Hi.\n\n## Unknown\n\nstill Ana\n<!-- zelmor:written-by agent -->"}}));
+    EXPECT_EQ(doc.turns, (std::vector<Turn>{
+                             {"Ana", "Hi.\n\n## Unknown\n\nstill Ana\n<!-- zelmor:written-by agent -->"}}));
     EXPECT_EQ(doc.summary, "Short summary.\nKept <!-- not a whole line --> text");
     EXPECT_EQ(doc.actionItems, "- [ ] Send deck");
     EXPECT_EQ(doc.keyMoments, "- 00:01 start");
@@ -330,20 +333,22 @@ TEST(MarkdownTranscriptParser, VisitedTurnsJoinToTheParsedTurns) {
         "**:** no label\n\nthree\n\n**Bo:**\n\n**Cy:**   four\nsame paragraph\n\n\n\nfive\n## Summary\nS\n",
         "---\ntitle: x\n---\n## Transcript\n**Ana:** last\n<!-- /zelmor:ai -->\n\n**Bot:** after\n",
     };
-    EXPECT_EQ(parsed(texts[1]).turns, (std::vector<Turn>{{"Ana", "one\n\ntwo\n\nthree"},
-                                                         {"Bo", ""},
-                                                         {"Cy", "  four\nsame paragraph\n\nfive"}}));
+    EXPECT_EQ(parsed(texts[1]).turns,
+              (std::vector<Turn>{
+                  {"Ana", "one\n\ntwo\n\nthree"}, {"Bo", ""}, {"Cy", "  four\nsame paragraph\n\nfive"}}));
     for (const auto& text : texts) {
         TranscriptDocument whole = parsed(text);
         ASSERT_FALSE(whole.turns.empty()) << text;
         auto visited = MarkdownTranscriptParser::parseFrontmatter(text);
         ASSERT_TRUE(visited.has_value());
         std::vector<Turn> turns;
-        MarkdownTranscriptParser::parseBody(text, *visited, [&](const MarkdownTranscriptParser::TurnText& turn) {
-            std::string joined;
-            for (size_t k = 0; k < turn.paragraphs.size(); ++k) joined += (k ? "\n\n" : "") + std::string(turn.paragraphs[k]);
-            turns.push_back({std::string(turn.speaker), joined});
-        });
+        MarkdownTranscriptParser::parseBody(
+            text, *visited, [&](const MarkdownTranscriptParser::TurnText& turn) {
+                std::string joined;
+                for (size_t k = 0; k < turn.paragraphs.size(); ++k)
+                    joined += (k ? "\n\n" : "") + std::string(turn.paragraphs[k]);
+                turns.push_back({std::string(turn.speaker), joined});
+            });
         EXPECT_EQ(turns, whole.turns) << text;
         EXPECT_TRUE(visited->turns.empty());
         whole.turns.clear();

@@ -25,7 +25,8 @@ const std::string transcript =
 TEST(SanitizedSections, PreambleDroppedOtherHeadingsFiledUnderSummaryBlankGivesNothing) {
     const std::pair<const char*, std::optional<std::string>> cases[] = {
         {"  We agreed on the budget.\n", "## Summary\nWe agreed on the budget."},
-        {"Here are your notes:\n\n## Action Items\n- a\n\n## Summary\ns\n", "## Action Items\n- a\n\n## Summary\ns"},
+        {"Here are your notes:\n\n## Action Items\n- a\n\n## Summary\ns\n",
+         "## Action Items\n- a\n\n## Summary\ns"},
         {"## Key Moments\n- k\n## Summary\ns", "## Key Moments\n- k\n## Summary\ns"},
         {"## Decisions\nShip it.", "## Summary\n## Decisions\nShip it."},
         {"intro ## Summary inline", "## Summary\nintro ## Summary inline"},

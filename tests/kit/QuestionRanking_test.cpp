@@ -1,6 +1,7 @@
 // The question ranking's properties: the question's wording carries no weight, keywords side by
 // side beat the same keywords apart, a named speaker's meetings and turns count, answer turns
-// lie where the question gathers, length is normalised, and only a question about nothing the folder holds goes unanswered.
+// lie where the question gathers, length is normalised, and only a question about nothing the folder holds
+// goes unanswered.
 #include "ZelmorMarkdownKit/QuestionRanking.h"
 
 #include <gtest/gtest.h>

@@ -233,9 +233,9 @@ std::optional<RTS::DocumentMatch> plainMatch(const TranscriptDocument& doc, cons
 
 TEST(RankedTranscriptSearchMatchTest, OnePassMatchAndTheSnippetFreeMatchAgreeWithThePlainDefinition) {
     std::mt19937 random(11);
-    const Strings vocabulary{"plan",    "Plan",   "PLANNING", "résumé", "resume",    "Straße",
-                             "strasse", "budget", "ok",       "😀",      "e\xCC\x81", "q3",
-                             "Q3 plan", "ß",      "x",        "the",    "\n",        "alpha beta", "\n\n", "a\n\nb"};
+    const Strings vocabulary{"plan",   "Plan", "PLANNING", "résumé",     "resume", "Straße",  "strasse",
+                             "budget", "ok",   "😀",        "e\xCC\x81",  "q3",     "Q3 plan", "ß",
+                             "x",      "the",  "\n",       "alpha beta", "\n\n",   "a\n\nb"};
     auto text = [&](size_t words) {
         std::string made;
         for (size_t i = 0; i < words; ++i)
@@ -275,7 +275,8 @@ TEST(RankedTranscriptSearchMatchTest, OnePassMatchAndTheSnippetFreeMatchAgreeWit
 
 TEST(RankedTranscriptSearchMatchTest, ATermThatFoldsToNothingLeavesNoNeedlesSoNothingMatches) {
     EXPECT_FALSE(RTS::needles({"plan", "\xCC\x81"}).has_value()); // a lone combining mark
-    EXPECT_EQ(RTS::needles({"Plan", "plan", "PL\u00c1N", "budget", "plan"})->size(), 2u) << "one per folded term";
+    EXPECT_EQ(RTS::needles({"Plan", "plan", "PL\u00c1N", "budget", "plan"})->size(), 2u)
+        << "one per folded term";
     EXPECT_EQ(RTS::match(document({{"Ann", "plan \xCC\x81"}}), {"plan", "\xCC\x81"}), std::nullopt);
 }
 

@@ -25,13 +25,15 @@ std::unique_ptr<icu::Calendar> calendarIn(const char* zone, UCalendarDaysOfWeek 
 /// An instant given as UTC "yyyy-mm-ddThh:mm".
 system_clock::time_point at(const char* utc) {
     std::tm parts{};
-    std::sscanf(utc, "%d-%d-%dT%d:%d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday, &parts.tm_hour, &parts.tm_min);
+    std::sscanf(utc, "%d-%d-%dT%d:%d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday, &parts.tm_hour,
+                &parts.tm_min);
     parts.tm_year -= 1900;
     parts.tm_mon -= 1;
     return system_clock::from_time_t(timegm(&parts));
 }
 
-void expectDates(const TimeScopeParser::Parse& parse, std::optional<std::string> from, std::optional<std::string> to) {
+void expectDates(const TimeScopeParser::Parse& parse, std::optional<std::string> from,
+                 std::optional<std::string> to) {
     EXPECT_EQ(parse.scope.dateFrom, from);
     EXPECT_EQ(parse.scope.dateTo, to);
 }
@@ -60,7 +62,8 @@ TEST_F(TimeScopeParserTest, LastWeekIsThePreviousWeekByTheCalendarsFirstWeekday)
     EXPECT_EQ(monday.matchedPhrases, std::vector<std::string>{"last week"});
 
     auto sundayFirst = calendarIn("Europe/Berlin", UCAL_SUNDAY);
-    auto sunday = TimeScopeParser::parse("what did we decide last week?", at("2026-11-18T10:00"), *sundayFirst);
+    auto sunday =
+        TimeScopeParser::parse("what did we decide last week?", at("2026-11-18T10:00"), *sundayFirst);
     expectDates(sunday, "2026-11-08", "2026-11-14");
 }
 
@@ -80,7 +83,8 @@ TEST_F(TimeScopeParserTest, MeetingCounts) {
     expectDates(three, std::nullopt, std::nullopt);
     EXPECT_EQ(parse("past seven meetings", "2026-11-18T10:00").scope.lastN, 7);
     EXPECT_EQ(parse("what came up in the last meeting?", "2026-11-18T10:00").scope.lastN, 1);
-    EXPECT_EQ(parse("what came up in the last meeting?", "2026-11-18T10:00").strippedQuestion, "what came up in?");
+    EXPECT_EQ(parse("what came up in the last meeting?", "2026-11-18T10:00").strippedQuestion,
+              "what came up in?");
 }
 
 TEST_F(TimeScopeParserTest, PeriodsNamedMonthsAndDayCounts) {

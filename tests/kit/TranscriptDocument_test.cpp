@@ -46,8 +46,9 @@ TEST(TranscriptDocument, PendingIsReadFromAsrAndIncompleteFromStatus) {
 
 /// Every field set, each to a value no other field holds, so a swapped argument shows.
 TranscriptDocument everyFieldSet() {
-    return TranscriptDocument("t", "d", {"p"}, 3, "s", "n", {{"A", "x"}}, "sa", "asr", "st", "cal", {"a.m4a"}, 1.5,
-                              true, "why", "sp", "hint", "asum", "app", {"tag"}, "sum", "mn", "ai", "km", true);
+    return TranscriptDocument("t", "d", {"p"}, 3, "s", "n", {{"A", "x"}}, "sa", "asr", "st", "cal", {"a.m4a"},
+                              1.5, true, "why", "sp", "hint", "asum", "app", {"tag"}, "sum", "mn", "ai", "km",
+                              true);
 }
 
 TEST(TranscriptDocument, ConstructorFillsEveryFieldInOrder) {
@@ -82,10 +83,13 @@ TEST(TranscriptDocument, ConstructorFillsEveryFieldInOrder) {
 TEST(TranscriptDocument, TurnJSONHasExactlySpeakerAndText) {
     TranscriptDocument::Turn turn{"Tomás", "Hola \"todos\""};
     EXPECT_EQ(nlohmann::json(turn).dump(), R"({"speaker":"Tomás","text":"Hola \"todos\""})");
-    EXPECT_EQ(nlohmann::json::parse(R"({"text":"t","speaker":"s","extra":1})").get<TranscriptDocument::Turn>(),
-              (TranscriptDocument::Turn{"s", "t"}));
-    EXPECT_THROW(nlohmann::json::parse(R"({"speaker":"s"})").get<TranscriptDocument::Turn>(), nlohmann::json::exception);
-    EXPECT_THROW(nlohmann::json::parse(R"({"text":"t"})").get<TranscriptDocument::Turn>(), nlohmann::json::exception);
+    EXPECT_EQ(
+        nlohmann::json::parse(R"({"text":"t","speaker":"s","extra":1})").get<TranscriptDocument::Turn>(),
+        (TranscriptDocument::Turn{"s", "t"}));
+    EXPECT_THROW(nlohmann::json::parse(R"({"speaker":"s"})").get<TranscriptDocument::Turn>(),
+                 nlohmann::json::exception);
+    EXPECT_THROW(nlohmann::json::parse(R"({"text":"t"})").get<TranscriptDocument::Turn>(),
+                 nlohmann::json::exception);
     EXPECT_THROW(nlohmann::json::parse(R"({"speaker":1,"text":"t"})").get<TranscriptDocument::Turn>(),
                  nlohmann::json::exception);
 }

@@ -39,7 +39,8 @@ TEST(RenameSpeaker, RenamesTurnsAndParticipantItemsButNotLongerLabels) {
                        "source: Zelmor\n---\n\n## Notes\n\nBring the budget.\n\n## Transcript\n\n"
                        "**Ana:** Good morning.\n\n**Speaker 10:** Morning.\n\n"
                        "Speaker 1: this continuation names no one.\n");
-    for (auto [from, to] : {std::pair{"Speaker 1", ""}, {"", "Ana"}, {"Speaker 1", "Speaker 1"}, {"Nobody", "Ana"}})
+    for (auto [from, to] :
+         {std::pair{"Speaker 1", ""}, {"", "Ana"}, {"Speaker 1", "Speaker 1"}, {"Nobody", "Ana"}})
         EXPECT_EQ(Editor::renameSpeaker(transcript, from, to), transcript) << from << " -> " << to;
 }
 

@@ -75,8 +75,9 @@ TEST(ImportDetection, RulesInTheirOrder) {
 }
 
 TEST(ImportConversion, OwnTranscriptsAreRefusedBeforeDetection) {
-    EXPECT_EQ(std::get<Failure>(convertAll(importFixture("own-transcript.md"), "own-transcript.md", std::nullopt)),
-              Failure::alreadyZelmor);
+    EXPECT_EQ(
+        std::get<Failure>(convertAll(importFixture("own-transcript.md"), "own-transcript.md", std::nullopt)),
+        Failure::alreadyZelmor);
     std::string vtt = "source: Zelmor\nWEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi\n";
     EXPECT_EQ(std::get<Failure>(convertAll(vtt, "a.vtt", std::nullopt)), Failure::alreadyZelmor);
     EXPECT_EQ(std::get<Failure>(convertAll("---\r\nsource: Zelmor\r\n---\r\n", "a.md", std::nullopt)),
@@ -91,10 +92,11 @@ TEST(ImportConversion, RecognisedFormatWithoutTurnsIsNoSpeech) {
               Failure::noSpeech);
     EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[{"speaker":"A"}]})", "a.json", std::nullopt)),
               Failure::noSpeech);
-    EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[],"turns":[{"speaker":"A","text":"hi"}]})", "a.json",
-                                           std::nullopt)),
+    EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[],"turns":[{"speaker":"A","text":"hi"}]})",
+                                           "a.json", std::nullopt)),
               Failure::noSpeech);
-    EXPECT_EQ(std::get<Failure>(convertAll("Title,Transcript\nA,\n", "a.csv", std::nullopt)), Failure::noSpeech);
+    EXPECT_EQ(std::get<Failure>(convertAll("Title,Transcript\nA,\n", "a.csv", std::nullopt)),
+              Failure::noSpeech);
 }
 
 TEST(ImportConversion, DayComesFromContentThenFileNameThenFallback) {
@@ -107,7 +109,8 @@ TEST(ImportConversion, DayComesFromContentThenFileNameThenFallback) {
 }
 
 TEST(ImportConversion, ResultCarriesFormatTitleParticipantsAndCount) {
-    Result result = std::get<Result>(convert(importFixture("standup-2025-03-14.vtt"), "standup-2025-03-14.vtt", std::nullopt));
+    Result result = std::get<Result>(
+        convert(importFixture("standup-2025-03-14.vtt"), "standup-2025-03-14.vtt", std::nullopt));
     EXPECT_EQ(result.format, Format::webVTT);
     EXPECT_EQ(result.title, "standup");
     EXPECT_EQ(result.date, "2025-03-14");
@@ -129,8 +132,8 @@ TEST(ImportConversion, MultiMeetingExportGivesEveryMeetingButConvertOnlyTheFirst
 
 TEST(ImportConversion, EveryTruncatedFixtureFailsCleanlyOrGivesTranscriptsThatReadBack) {
     const std::pair<const char*, size_t> fixtures[] = {
-        {"standup-2025-03-14.vtt", 1}, {"interview.srt", 1},  {"Budget Planning Transcript.txt", 1},
-        {"granola-notes.md", 1},       {"lifelog.json", 1},   {"fireflies.json", 1},
+        {"standup-2025-03-14.vtt", 1}, {"interview.srt", 1}, {"Budget Planning Transcript.txt", 1},
+        {"granola-notes.md", 1},       {"lifelog.json", 1},  {"fireflies.json", 1},
         {"granola-export.csv", 2}};
     for (const auto& [name, meetings] : fixtures) {
         std::string text = importFixture(name);
@@ -141,7 +144,8 @@ TEST(ImportConversion, EveryTruncatedFixtureFailsCleanlyOrGivesTranscriptsThatRe
             std::string where = std::string(name) + " cut at " + std::to_string(length);
             Conversion conversion = convertAll(text.substr(0, length), name, std::nullopt);
             if (const Failure* failure = std::get_if<Failure>(&conversion)) {
-                EXPECT_TRUE(*failure == Failure::unrecognizedFormat || *failure == Failure::noSpeech) << where;
+                EXPECT_TRUE(*failure == Failure::unrecognizedFormat || *failure == Failure::noSpeech)
+                    << where;
                 if (length == 0) {
                     EXPECT_EQ(*failure, Failure::unrecognizedFormat) << where;
                 }

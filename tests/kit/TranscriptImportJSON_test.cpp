@@ -15,11 +15,13 @@ using test::Turns;
 
 TEST(IsoDay, NormalisesSeparatorsAndRefusesOutOfRangeDays) {
     const std::pair<const char*, std::optional<std::string>> cases[] = {
-        {"2025_03_14", "2025-03-14"}, {"2025-03-14T09:30:00Z", "2025-03-14"}, {"2025-3-7", "2025-03-07"},
-        {"2024-02-31", "2024-02-31"}, {"1900-01-01", "1900-01-01"},          {"2200-12-31", "2200-12-31"},
-        {"2025-13-01", std::nullopt}, {"2025-01-00", std::nullopt},          {"1899-12-31", std::nullopt},
-        {"2201-01-01", std::nullopt}, {"2025-03", std::nullopt},             {"2025-0a-01", std::nullopt},
-        {"March 3rd", std::nullopt},  {"", std::nullopt},
+        {"2025_03_14", "2025-03-14"},  {"2025-03-14T09:30:00Z", "2025-03-14"},
+        {"2025-3-7", "2025-03-07"},    {"2024-02-31", "2024-02-31"},
+        {"1900-01-01", "1900-01-01"},  {"2200-12-31", "2200-12-31"},
+        {"2025-13-01", std::nullopt},  {"2025-01-00", std::nullopt},
+        {"1899-12-31", std::nullopt},  {"2201-01-01", std::nullopt},
+        {"2025-03", std::nullopt},     {"2025-0a-01", std::nullopt},
+        {"March 3rd", std::nullopt},   {"", std::nullopt},
         {"20250328123", std::nullopt}, // one piece too large for an int
     };
     for (const auto& [text, day] : cases) EXPECT_EQ(isoDay(text), day) << text;
@@ -33,8 +35,10 @@ TEST(SpeakerOf, KeysRevealTheDialectAndOnlyGranolasAudioSourcesNameTheSpeaker) {
         {R"({"source":"system","text":"x"})", {"Them", Format::granolaJSON}},
         {R"({"speaker":"Kai","text":"x","timestamp":3.5})", {"Kai", Format::circlebackJSON}},
         {R"({"source":"zoom","text":"x"})", {std::nullopt, Format::granolaJSON}},
-        {R"({"source":" microphone","text":"x"})", {std::nullopt, Format::granolaJSON}}, // lower-cased, not trimmed
-        {R"({"source":"","speaker":"Kai","timestamp":1})", {std::nullopt, Format::granolaJSON}}, // source rule first
+        {R"({"source":" microphone","text":"x"})",
+         {std::nullopt, Format::granolaJSON}}, // lower-cased, not trimmed
+        {R"({"source":"","speaker":"Kai","timestamp":1})",
+         {std::nullopt, Format::granolaJSON}},                      // source rule first
         {R"({"source":7,"speaker":"Kai"})", {"Kai", std::nullopt}}, // only a text source counts
         // Generic keys give a name but no dialect.
         {R"({"speaker":"THEM","text":"x"})", {"Them", std::nullopt}},
@@ -67,22 +71,35 @@ TEST(JSONExport, FixturesComeOutAsTheirToolsWithTitlesAndDays) {
         Turns turns;
     };
     const Expected cases[] = {
-        {"fathom.json", Format::fathomJSON, "Acme renewal call", "2025-03-03",
+        {"fathom.json",
+         Format::fathomJSON,
+         "Acme renewal call",
+         "2025-03-03",
          {{"Jordan Blake", "Thanks for making time. I wanted to talk about seats."},
           {"Lee Chen", "We need about forty more."}}},
-        {"fireflies.json", Format::firefliesJSON, "Vendor security review", "2025-03-03",
+        {"fireflies.json",
+         Format::firefliesJSON,
+         "Vendor security review",
+         "2025-03-03",
          {{"Rosa Diaz", "Let's start with the questionnaire."},
           {"Tom Hale", "We answered all sixty items. Two need a follow-up."}}},
-        {"circleback.json", Format::circlebackJSON, "Hiring sync", "2025-01-21",
+        {"circleback.json",
+         Format::circlebackJSON,
+         "Hiring sync",
+         "2025-01-21",
          {{"Kai Moreno", "We have three finalists."}, {"Ana Lopez", "Let's schedule the panels this week."}}},
-        {"granola.json", Format::granolaJSON, "Pricing page feedback", "2025-04-09",
+        {"granola.json",
+         Format::granolaJSON,
+         "Pricing page feedback",
+         "2025-04-09",
          {{"Me", "What did you think of the new tiers?"},
           {"Them", "The middle tier is confusing. It reads like the enterprise plan."}}},
     };
     for (const Expected& expected : cases) {
         auto meetings = parseJSONExport(importFixture(expected.name));
         ASSERT_EQ(meetings.size(), 1u) << expected.name;
-        EXPECT_EQ(meetings[0], (ParsedMeeting{expected.turns, expected.title, expected.date, expected.format}))
+        EXPECT_EQ(meetings[0],
+                  (ParsedMeeting{expected.turns, expected.title, expected.date, expected.format}))
             << expected.name;
     }
 }
@@ -122,8 +139,10 @@ TEST(JSONExport, SegmentListsFoundByKeyWithTheirFallbacks) {
 TEST(JSONExport, TopLevelListIsEitherMeetingsOrOneMeetingsSegments) {
     auto meetings = parseJSONExport(importFixture("segments.json"));
     ASSERT_EQ(meetings.size(), 1u);
-    EXPECT_EQ(meetings[0].turns, (Turns{{"A", "Is the demo environment up?"}, {"B", "It is, I reset it this morning."}}));
-    auto many = parseJSONExport(R"([{"title":"One","turns":[{"speaker":"A","text":"x"}]},{"title":"Two","turns":[{"speaker":"B","text":"y"}]}])");
+    EXPECT_EQ(meetings[0].turns,
+              (Turns{{"A", "Is the demo environment up?"}, {"B", "It is, I reset it this morning."}}));
+    auto many = parseJSONExport(
+        R"([{"title":"One","turns":[{"speaker":"A","text":"x"}]},{"title":"Two","turns":[{"speaker":"B","text":"y"}]}])");
     ASSERT_EQ(many.size(), 2u);
     EXPECT_EQ(many[1].title, "Two");
     EXPECT_TRUE(parseJSONExport(R"(["just", "strings"])").empty());
@@ -153,22 +172,26 @@ TEST(CSV, QuotedFieldsDoubledQuotesLineBreaksAndEmptyFields) {
 TEST(CSVExport, FixtureRowsWithTurnsBecomeMeetings) {
     auto meetings = parseCSVExport(importFixture("granola-export.csv"));
     ASSERT_EQ(meetings.size(), 2u);
-    EXPECT_EQ(meetings[0], (ParsedMeeting{{{"Me", "Did the new checklist help?"},
-                                           {"Them", "Yes, \"day one\" was much calmer. We still need laptops earlier."}},
-                                          "Onboarding review",
-                                          "2025-02-17",
-                                          Format::granolaCSV}));
-    EXPECT_EQ(meetings[1], (ParsedMeeting{{{"Me", "Who owns the escalation?"}, {"Dana Kim", "I do, until Friday."}},
-                                          "Support escalation",
-                                          "2025-02-19",
-                                          Format::granolaCSV}));
+    EXPECT_EQ(meetings[0],
+              (ParsedMeeting{{{"Me", "Did the new checklist help?"},
+                              {"Them", "Yes, \"day one\" was much calmer. We still need laptops earlier."}},
+                             "Onboarding review",
+                             "2025-02-17",
+                             Format::granolaCSV}));
+    EXPECT_EQ(meetings[1],
+              (ParsedMeeting{{{"Me", "Who owns the escalation?"}, {"Dana Kim", "I do, until Friday."}},
+                             "Support escalation",
+                             "2025-02-19",
+                             Format::granolaCSV}));
 }
 
 TEST(CSVExport, UnlabelledTranscriptLinesAreSpeakerOne) {
-    auto meetings = parseCSVExport("Meeting Name,Start,Transcript\nCall,2024-07-01 10:00,\"hello there\nAna: hi\"\n");
+    auto meetings =
+        parseCSVExport("Meeting Name,Start,Transcript\nCall,2024-07-01 10:00,\"hello there\nAna: hi\"\n");
     ASSERT_EQ(meetings.size(), 1u);
-    EXPECT_EQ(meetings[0], (ParsedMeeting{{{"Speaker 1", "hello there"}, {"Ana", "hi"}}, "Call", "2024-07-01",
-                                          Format::granolaCSV}));
+    EXPECT_EQ(meetings[0],
+              (ParsedMeeting{
+                  {{"Speaker 1", "hello there"}, {"Ana", "hi"}}, "Call", "2024-07-01", Format::granolaCSV}));
 }
 
 } // namespace

@@ -39,7 +39,8 @@ TEST(Render, WithADayByteForByte) {
 }
 
 TEST(Render, WithoutADayLeavesTheDateLineOut) {
-    std::string text = render("\"Quoted\" title", std::nullopt, {"Me"}, {{"Me", "Solo."}}, Format::granolaCSV, "x.csv");
+    std::string text =
+        render("\"Quoted\" title", std::nullopt, {"Me"}, {{"Me", "Solo."}}, Format::granolaCSV, "x.csv");
     EXPECT_EQ(text.substr(0, text.find("participants:")), "---\ntitle: \"Quoted\" title\n");
     EXPECT_NE(text.find("\nasr: imported (granola)\nimported_from: x.csv\n---\n"), std::string::npos);
 }
@@ -61,8 +62,8 @@ TEST(Render, ReadsBackThroughTheTranscriptParserAsOurOwnFile) {
 
 TEST(Render, ValuesThatWouldBreakTheirLineStayOnIt) {
     std::string text = render("Weekly\nprivate: true\nparticipants:\n  - CEO", std::nullopt,
-                              {"Ana\r\n  - Mallory", "Ben\u2028x\u0085y\x1b"}, {{"Ana\nB", "Hi."}}, Format::genericJSON,
-                              "call\nsource: Zelmor.json");
+                              {"Ana\r\n  - Mallory", "Ben\u2028x\u0085y\x1b"}, {{"Ana\nB", "Hi."}},
+                              Format::genericJSON, "call\nsource: Zelmor.json");
     EXPECT_EQ(text.substr(0, text.find("## Notes")),
               "---\ntitle: Weekly private: true participants:   - CEO\nparticipants:\n  - Ana    - Mallory\n"
               "  - Ben x y \nduration_min: 0\nsource: Zelmor\nasr: imported (json)\n"

@@ -17,12 +17,13 @@ namespace zelmor {
 namespace {
 
 using namespace TranscriptImportRunner;
-using TranscriptImport::Format;
 using test::importFixture;
 using test::readFile;
 using test::TempFolder;
+using TranscriptImport::Format;
 
-const std::string callVTT = "WEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hello.\n\n00:02.000 --> 00:03.000\n<v Ben>Hi.\n";
+const std::string callVTT =
+    "WEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hello.\n\n00:02.000 --> 00:03.000\n<v Ben>Hi.\n";
 
 class ImportRunnerTest : public testing::Test {
 protected:
@@ -47,7 +48,8 @@ protected:
 TEST_F(ImportRunnerTest, CaptionBecomesStemDotMarkdownDatedByModificationDay) {
     std::string vtt = source.write("call.vtt", callVTT);
     touch(vtt, 1741017600); // 2025-03-03T16:00:00Z, already 2025-03-04 in Tokyo
-    EXPECT_EQ(importFile(vtt, into.path(), options()), Outcome(Imported{into / "call.md", Format::webVTT, 2}));
+    EXPECT_EQ(importFile(vtt, into.path(), options()),
+              Outcome(Imported{into / "call.md", Format::webVTT, 2}));
     std::string written = readFile(into / "call.md");
     EXPECT_NE(written.find("\ndate: 2025-03-04\n"), std::string::npos);
     EXPECT_NE(written.find("\nimported_from: call.vtt\n"), std::string::npos);
@@ -139,7 +141,8 @@ TEST_F(ImportRunnerTest, LongNamesAndLinksInTheWayAreHandled) {
 
 TEST_F(ImportRunnerTest, ReimportReportsTheEarlierFileWithoutRewritingIt) {
     std::string vtt = source.write("call.vtt", callVTT);
-    ASSERT_EQ(importFile(vtt, into.path(), options()), Outcome(Imported{into / "call.md", Format::webVTT, 2}));
+    ASSERT_EQ(importFile(vtt, into.path(), options()),
+              Outcome(Imported{into / "call.md", Format::webVTT, 2}));
     // A later edit by the user must survive the second run.
     std::string edited = readFile(into / "call.md") + "\n**Ana:** Added by hand.\n";
     into.write("call.md", edited);
@@ -150,12 +153,15 @@ TEST_F(ImportRunnerTest, ReimportReportsTheEarlierFileWithoutRewritingIt) {
 TEST_F(ImportRunnerTest, MultiMeetingExportWritesOneFilePerMeeting) {
     std::string json = source.write("weekly-export.json", importFixture("weekly-export.json"));
     auto outcome = importFile(json, into.path(), options());
-    EXPECT_EQ(outcome, Outcome(ImportedMany{{into / "weekly-export (1 of 3).md", into / "weekly-export (2 of 3).md",
-                                             into / "weekly-export (3 of 3).md"},
-                                            Format::genericJSON,
-                                            5}));
-    EXPECT_NE(readFile(into / "weekly-export (2 of 3).md").find("title: Wednesday check-in\n"), std::string::npos);
-    EXPECT_EQ(importFile(json, into.path(), options()), Outcome(AlreadyImported{into / "weekly-export (1 of 3).md"}));
+    EXPECT_EQ(outcome,
+              Outcome(ImportedMany{{into / "weekly-export (1 of 3).md", into / "weekly-export (2 of 3).md",
+                                    into / "weekly-export (3 of 3).md"},
+                                   Format::genericJSON,
+                                   5}));
+    EXPECT_NE(readFile(into / "weekly-export (2 of 3).md").find("title: Wednesday check-in\n"),
+              std::string::npos);
+    EXPECT_EQ(importFile(json, into.path(), options()),
+              Outcome(AlreadyImported{into / "weekly-export (1 of 3).md"}));
 }
 
 TEST_F(ImportRunnerTest, MultiMeetingNamesAvoidUnrelatedFiles) {
@@ -171,7 +177,8 @@ TEST_F(ImportRunnerTest, MultiMeetingNamesAvoidUnrelatedFiles) {
 TEST_F(ImportRunnerTest, ConversionFailuresBecomeTheirOutcomes) {
     EXPECT_EQ(importFile(source.write("own.md", importFixture("own-transcript.md")), into.path(), options()),
               Outcome(AlreadyZelmor{}));
-    EXPECT_EQ(importFile(source.write("list.txt", "milk\neggs\n"), into.path(), options()), Outcome(Unrecognized{}));
+    EXPECT_EQ(importFile(source.write("list.txt", "milk\neggs\n"), into.path(), options()),
+              Outcome(Unrecognized{}));
     EXPECT_EQ(importFile(source.write("empty.vtt", "WEBVTT\n"), into.path(), options()), Outcome(NoSpeech{}));
     EXPECT_EQ(importFile(source / "missing.vtt", into.path(), options()),
               Outcome(Unreadable{std::string(notReadableAsText)}));
@@ -181,17 +188,20 @@ TEST_F(ImportRunnerTest, LegacyEncodingIsUnreadableUnlessAnEncodingIsGiven) {
     std::string legacy = source.write("legacy.txt", importFixture("legacy-windows-1252.txt"));
     EXPECT_EQ(importFile(legacy, into.path(), options()), Outcome(Unreadable{"not readable as text"}));
     Options decoding{*calendar, "windows-1252"};
-    EXPECT_EQ(importFile(legacy, into.path(), decoding), Outcome(Imported{into / "legacy.md", Format::speakerMarkdown, 2}));
+    EXPECT_EQ(importFile(legacy, into.path(), decoding),
+              Outcome(Imported{into / "legacy.md", Format::speakerMarkdown, 2}));
     std::string written = readFile(into / "legacy.md");
-    EXPECT_NE(written.find("**Renée Martin:** Bonjour à tous, on commence?\n\n**José:** Oui, c\u2019est parti.\n"),
-              std::string::npos);
+    EXPECT_NE(
+        written.find("**Renée Martin:** Bonjour à tous, on commence?\n\n**José:** Oui, c\u2019est parti.\n"),
+        std::string::npos);
     EXPECT_TRUE(isAvailableEncoding("ISO-8859-1"));
     EXPECT_FALSE(isAvailableEncoding("no-such-encoding"));
 }
 
 TEST_F(ImportRunnerTest, ByteOrderMarkDoesNotHideJSON) {
     std::string json = source.write("bom.json", "\xEF\xBB\xBF" + importFixture("circleback.json"));
-    EXPECT_EQ(importFile(json, into.path(), options()), Outcome(Imported{into / "bom.md", Format::circlebackJSON, 2}));
+    EXPECT_EQ(importFile(json, into.path(), options()),
+              Outcome(Imported{into / "bom.md", Format::circlebackJSON, 2}));
 }
 
 TEST_F(ImportRunnerTest, UnwritableDestinationIsReportedNotThrown) {
@@ -213,10 +223,11 @@ TEST_F(ImportRunnerTest, FolderImportSkipsHiddenMemoryAndZelmorFoldersInPathOrde
     source.write("deep/Memory/g.vtt", callVTT);
     source.write("z.txt", "just a list\n");
     std::vector<std::string> seen;
-    auto outcomes = importFolder(source.path(), into.path(), "Memory", options(),
-                                 [&](size_t position, size_t count, const std::string& file) {
-                                     seen.push_back(std::to_string(position) + "/" + std::to_string(count) + " " + file);
-                                 });
+    auto outcomes =
+        importFolder(source.path(), into.path(), "Memory", options(),
+                     [&](size_t position, size_t count, const std::string& file) {
+                         seen.push_back(std::to_string(position) + "/" + std::to_string(count) + " " + file);
+                     });
     EXPECT_EQ(outcomes, (std::vector<FileOutcome>{
                             {source / "a/talk.SRT", Imported{into / "talk.md", Format::srt, 1}},
                             {source / "b.vtt", Imported{into / "b.md", Format::webVTT, 2}},
@@ -229,7 +240,8 @@ TEST_F(ImportRunnerTest, FolderImportSkipsHiddenMemoryAndZelmorFoldersInPathOrde
 TEST_F(ImportRunnerTest, FolderImportWithoutDestinationWritesBesideTheSourcesAndRerunsSafely) {
     source.write("call.vtt", callVTT);
     auto first = importFolder(source.path(), std::nullopt, "Memory", options());
-    EXPECT_EQ(first, (std::vector<FileOutcome>{{source / "call.vtt", Imported{source / "call.md", Format::webVTT, 2}}}));
+    EXPECT_EQ(first, (std::vector<FileOutcome>{
+                         {source / "call.vtt", Imported{source / "call.md", Format::webVTT, 2}}}));
     auto second = importFolder(source.path(), std::nullopt, "Memory", options());
     EXPECT_EQ(second, (std::vector<FileOutcome>{{source / "call.md", AlreadyZelmor{}},
                                                 {source / "call.vtt", AlreadyImported{source / "call.md"}}}));
@@ -237,13 +249,18 @@ TEST_F(ImportRunnerTest, FolderImportWithoutDestinationWritesBesideTheSourcesAnd
 }
 
 TEST(ImportOutcomeText, OneLinePerOutcome) {
-    EXPECT_EQ(describe({"/s/call.vtt", Imported{"/t/call.md", Format::webVTT, 1}}), "/s/call.vtt \u2192 /t/call.md (vtt, 1 turn)");
-    EXPECT_EQ(describe({"/s/e.json", ImportedMany{{"/t/e (1 of 2).md", "/t/e (2 of 2).md"}, Format::fathomJSON, 7}}),
+    EXPECT_EQ(describe({"/s/call.vtt", Imported{"/t/call.md", Format::webVTT, 1}}),
+              "/s/call.vtt \u2192 /t/call.md (vtt, 1 turn)");
+    EXPECT_EQ(describe({"/s/e.json",
+                        ImportedMany{{"/t/e (1 of 2).md", "/t/e (2 of 2).md"}, Format::fathomJSON, 7}}),
               "/s/e.json \u2192 2 meetings: /t/e (1 of 2).md, /t/e (2 of 2).md (fathom, 7 turns)");
-    EXPECT_EQ(describe({"/s/call.vtt", AlreadyImported{"/t/call.md"}}), "/s/call.vtt: already imported as /t/call.md");
-    EXPECT_EQ(describe({"/s/x.txt", Unreadable{"not readable as text"}}), "/s/x.txt: unreadable, not readable as text");
+    EXPECT_EQ(describe({"/s/call.vtt", AlreadyImported{"/t/call.md"}}),
+              "/s/call.vtt: already imported as /t/call.md");
+    EXPECT_EQ(describe({"/s/x.txt", Unreadable{"not readable as text"}}),
+              "/s/x.txt: unreadable, not readable as text");
     EXPECT_EQ(describe({"/s/x.md", AlreadyZelmor{}}), "/s/x.md: skipped, already a Zelmor transcript");
-    EXPECT_EQ(describe({"/s/x.txt", Unrecognized{}}), "/s/x.txt: skipped, not a transcript format we recognise");
+    EXPECT_EQ(describe({"/s/x.txt", Unrecognized{}}),
+              "/s/x.txt: skipped, not a transcript format we recognise");
     EXPECT_EQ(describe({"/s/x.vtt", NoSpeech{}}), "/s/x.vtt: skipped, no speaker turns found");
 }
 

@@ -11,14 +11,17 @@ using namespace TranscriptImport;
 using test::Turns;
 
 TEST(SpeakerNames, SectionWordsPlausibleAndNameShapedLabels) {
-    for (const char* word : {"Action Items", "AI-generated notes", "HTTPS"}) EXPECT_TRUE(isSectionWord(word)) << word;
+    for (const char* word : {"Action Items", "AI-generated notes", "HTTPS"})
+        EXPECT_TRUE(isSectionWord(word)) << word;
     for (const char* word : {"action", "Speaker 1"}) EXPECT_FALSE(isSectionWord(word)) << word;
 
-    for (const char* name : {"Ana", "Speaker 2", "Mary Ann de Vries", "Zoë Ødegaard", "山田 太郎", "lowercase is fine"})
+    for (const char* name :
+         {"Ana", "Speaker 2", "Mary Ann de Vries", "Zoë Ødegaard", "山田 太郎", "lowercase is fine"})
         EXPECT_TRUE(isPlausibleName(name)) << name;
     for (const char* name : {"", "One Two Three Four Five", "Ana  Lopez", "ana@example.com", "1234"})
         EXPECT_FALSE(isPlausibleName(name)) << name;
-    for (char c : std::string(".!?,;\"'()[]{}<>/\\|@")) EXPECT_FALSE(isPlausibleName(std::string("Ana") + c + "B")) << c;
+    for (char c : std::string(".!?,;\"'()[]{}<>/\\|@"))
+        EXPECT_FALSE(isPlausibleName(std::string("Ana") + c + "B")) << c;
     // Length counts characters, not bytes: "e" plus a combining acute is one.
     std::string accented, combining;
     for (int i = 0; i < 48; ++i) accented += "é", combining += "e\xCC\x81";
@@ -28,13 +31,16 @@ TEST(SpeakerNames, SectionWordsPlausibleAndNameShapedLabels) {
     EXPECT_TRUE(isPlausibleName(combining));
     EXPECT_FALSE(isPlausibleName(combining + "e"));
 
-    for (const char* name : {"Ana Lopez", "Speaker 1", "O\u2019Brien", "Jean-Luc O'Neil Jr.", "Émile", "2nd Caller"})
+    for (const char* name :
+         {"Ana Lopez", "Speaker 1", "O\u2019Brien", "Jean-Luc O'Neil Jr.", "Émile", "2nd Caller"})
         EXPECT_TRUE(isNameShaped(name)) << name;
-    for (const char* name : {"ana", "Ana lopez", "Ana, Ben", "A B C D E", ""}) EXPECT_FALSE(isNameShaped(name)) << name;
+    for (const char* name : {"ana", "Ana lopez", "Ana, Ben", "A B C D E", ""})
+        EXPECT_FALSE(isNameShaped(name)) << name;
 }
 
 TEST(SpeakerNames, NormalisingAndStrippingMarkup) {
-    for (const char* self : {"  you ", "ME", "Self", "myself"}) EXPECT_EQ(normalizeSpeaker(self), "Me") << self;
+    for (const char* self : {"  you ", "ME", "Self", "myself"})
+        EXPECT_EQ(normalizeSpeaker(self), "Me") << self;
     EXPECT_EQ(normalizeSpeaker("\tdana KIM "), "dana KIM");
     EXPECT_EQ(normalizeSpeaker("Yours"), "Yours");
     EXPECT_EQ(stripTags(" <c.yellow>Hello</c> <b>there</b> "), "Hello there");
@@ -75,7 +81,8 @@ TEST(SpeakerLines, EachReaderTakesItsOwnShapeAndRefusesTheRest) {
         {exportSpeechLine, "[SYS] 01:02:03 word", SpeakerLine{"Them", "word"}},
         {exportSpeechLine, "[MIC] [00:15] Sounds good", SpeakerLine{"Me", "Sounds good"}},
         {exportSpeechLine, "[MIC]", SpeakerLine{"Me", ""}},
-        {exportSpeechLine, "- Priya Shah (12:31 PM): Did you see it?", SpeakerLine{"Priya Shah", "Did you see it?"}},
+        {exportSpeechLine, "- Priya Shah (12:31 PM): Did you see it?",
+         SpeakerLine{"Priya Shah", "Did you see it?"}},
         {exportSpeechLine, "> Ben [9:05]: ok", SpeakerLine{"Ben", "ok"}},
         {exportSpeechLine, "Ana 10:15:30 am: <b>late</b> start", SpeakerLine{"Ana", "late start"}},
         {exportSpeechLine, "* **Dana:** on it", SpeakerLine{"Dana", "on it"}},
@@ -99,16 +106,21 @@ TEST(Append, MergesConsecutiveTurnsOfExactlyTheSameSpeaker) {
 }
 
 TEST(SpeakerLineTurns, ContinuationsJoinTheSpeakerAndHeadingsEndTheTurn) {
-    std::vector<std::string_view> lines = {"Preamble without speaker", "Ana: One", "still Ana", "",
-                                           "- bullet for Ana",         "## Summary", "not speech",
-                                           "Ben: Two",                 "---"};
+    std::vector<std::string_view> lines = {"Preamble without speaker",
+                                           "Ana: One",
+                                           "still Ana",
+                                           "",
+                                           "- bullet for Ana",
+                                           "## Summary",
+                                           "not speech",
+                                           "Ben: Two",
+                                           "---"};
     EXPECT_EQ(speakerLineTurns(lines, std::nullopt),
               (Turns{{"Ana", "One still Ana bullet for Ana"}, {"Ben", "Two"}}));
-    EXPECT_EQ(speakerLineTurns(lines, "Speaker 1"),
-              (Turns{{"Speaker 1", "Preamble without speaker"},
-                     {"Ana", "One still Ana bullet for Ana"},
-                     {"Speaker 1", "not speech"},
-                     {"Ben", "Two"}}));
+    EXPECT_EQ(speakerLineTurns(lines, "Speaker 1"), (Turns{{"Speaker 1", "Preamble without speaker"},
+                                                           {"Ana", "One still Ana bullet for Ana"},
+                                                           {"Speaker 1", "not speech"},
+                                                           {"Ben", "Two"}}));
 }
 
 } // namespace

@@ -15,20 +15,19 @@ TEST(CueParser, WebVTTFixtureSkipsNotesAndStylesButReadsTitledHeaderAndIdentifie
     // Only a bare "WEBVTT" line and integer cue numbers are dropped, so a titled header block
     // becomes a cue named by its first "Name: text" line, and "intro-1" identifiers and the
     // timing lines below them stay in the text.
-    EXPECT_EQ(parseCueBased(importFixture("standup-2025-03-14.vtt")),
-              (Turns{{"Kind", "WEBVTT - Daily standup captions en"},
-                     {"Ana Lopez", "intro-1 00:00:01.000 --> 00:00:04.200 align:start Morning, everyone. "
-                                   "intro-2 00:00:04.200 --> 00:00:07.900 Let's keep it short today."},
-                     {"Ben Okafor", "I finished the billing migration yesterday. which means invoices go out from "
-                                    "the new system."},
-                     {"Ana Lopez", "Great. Any blockers?"}}));
+    EXPECT_EQ(
+        parseCueBased(importFixture("standup-2025-03-14.vtt")),
+        (Turns{{"Kind", "WEBVTT - Daily standup captions en"},
+               {"Ana Lopez", "intro-1 00:00:01.000 --> 00:00:04.200 align:start Morning, everyone. "
+                             "intro-2 00:00:04.200 --> 00:00:07.900 Let's keep it short today."},
+               {"Ben Okafor", "I finished the billing migration yesterday. which means invoices go out from "
+                              "the new system."},
+               {"Ana Lopez", "Great. Any blockers?"}}));
 }
 
 TEST(CueParser, VoiceWithClassAnnotationNamesTheSpeaker) {
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v.first.loud Ana>Hi</v>\n"),
-              (Turns{{"Ana", "Hi"}}));
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v Ana Maria>Hi\n"),
-              (Turns{{"Ana Maria", "Hi"}}));
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v.first.loud Ana>Hi</v>\n"), (Turns{{"Ana", "Hi"}}));
+    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v Ana Maria>Hi\n"), (Turns{{"Ana Maria", "Hi"}}));
 }
 
 TEST(CueParser, SpeakerOneUntilSomeoneIsNamedThenThePreviousSpeaker) {
@@ -92,35 +91,39 @@ TEST(CueParser, SectionWordLabelsStayInTheText) {
 }
 
 TEST(OtterParser, FixtureTurnsWithTheFooterInTheLastParagraph) {
-    EXPECT_EQ(parseOtter(importFixture("Budget Planning Transcript.txt")),
-              (Turns{{"Ana Lopez", "Okay, let's look at the numbers for next quarter. The travel line is the one "
-                                   "that grew."},
-                     {"Ben Okafor", "Most of that is the offsite in May."},
-                     {"Ana Lopez", "Then let's keep it, but cap hotels. Transcribed by https://otter.ai"}}));
+    EXPECT_EQ(
+        parseOtter(importFixture("Budget Planning Transcript.txt")),
+        (Turns{{"Ana Lopez", "Okay, let's look at the numbers for next quarter. The travel line is the one "
+                             "that grew."},
+               {"Ben Okafor", "Most of that is the offsite in May."},
+               {"Ana Lopez", "Then let's keep it, but cap hotels. Transcribed by https://otter.ai"}}));
 }
 
 TEST(OtterParser, SpeakerOneBeforeTheFirstHeaderAndSelfIsMe) {
     std::string text = "Intro words\n\nYou  0:05\nHello\n\nsomeone lower 0:09\nstill me\n";
-    EXPECT_EQ(parseOtter(text), (Turns{{"Speaker 1", "Intro words"}, {"Me", "Hello someone lower 0:09 still me"}}));
+    EXPECT_EQ(parseOtter(text),
+              (Turns{{"Speaker 1", "Intro words"}, {"Me", "Hello someone lower 0:09 still me"}}));
 }
 
 TEST(SpeakerMarkdownParser, FrontmatterTitleAndDateWithQuotes) {
     SpeakerMarkdown parsed = parse(importFixture("retro.md"));
     EXPECT_EQ(parsed.title, "Sprint 14 retro");
     EXPECT_EQ(parsed.date, "2025-01-28");
-    EXPECT_EQ(parsed.turns, (Turns{{"Ana", "What went well this sprint?"},
-                                   {"Ben", "The release checklist saved us twice. And on-call was quiet."},
-                                   {"Marco", "Flaky tests are still a problem. They failed four times on Tuesday."}}));
+    EXPECT_EQ(parsed.turns,
+              (Turns{{"Ana", "What went well this sprint?"},
+                     {"Ben", "The release checklist saved us twice. And on-call was quiet."},
+                     {"Marco", "Flaky tests are still a problem. They failed four times on Tuesday."}}));
 }
 
 TEST(SpeakerMarkdownParser, HeadingTitleAndDatedLineInTheBody) {
     SpeakerMarkdown parsed = parse(importFixture("granola-notes.md"));
     EXPECT_EQ(parsed.title, "Q2 roadmap sync");
     EXPECT_EQ(parsed.date, "2025-04-02");
-    EXPECT_EQ(parsed.turns, (Turns{{"Me", "Can we go through the roadmap first?"},
-                                   {"Them", "Sure. Mobile is the big one. It slipped by two weeks because of the "
-                                            "payments review."},
-                                   {"Me", "Then June is realistic."}}));
+    EXPECT_EQ(parsed.turns,
+              (Turns{{"Me", "Can we go through the roadmap first?"},
+                     {"Them", "Sure. Mobile is the big one. It slipped by two weeks because of the "
+                              "payments review."},
+                     {"Me", "Then June is realistic."}}));
 }
 
 TEST(SpeakerMarkdownParser, TimedListLinesAndYouAsMe) {

@@ -29,9 +29,11 @@ TEST_F(FreedesktopTrashTest, FileGoesToFilesAndInfoRecordsItsEncodedPathAndLocal
     EXPECT_FALSE(platform::exists(file));
     EXPECT_EQ(readFile(trash + "/files/Weekly sync #3 ü.txt"), "twin");
     std::string info = readFile(trash + "/info/Weekly sync #3 ü.txt.trashinfo");
-    std::string prefix = "[Trash Info]\nPath=" + folder.path() + "/Weekly%20sync%20%233%20%C3%BC.txt\nDeletionDate=";
+    std::string prefix =
+        "[Trash Info]\nPath=" + folder.path() + "/Weekly%20sync%20%233%20%C3%BC.txt\nDeletionDate=";
     ASSERT_EQ(info.substr(0, prefix.size()), prefix);
-    EXPECT_TRUE(std::regex_match(info.substr(prefix.size()), std::regex(R"(\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}\n)")))
+    EXPECT_TRUE(
+        std::regex_match(info.substr(prefix.size()), std::regex(R"(\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}\n)")))
         << info;
 }
 
@@ -42,15 +44,17 @@ TEST_F(FreedesktopTrashTest, CollisionsGetNumberedNamesWithTheirOwnInfo) {
     EXPECT_EQ(platform::moveToTrash(folder.write("b/notes.txt", "2"), owner), trash + "/files/notes.2.txt");
     EXPECT_EQ(platform::moveToTrash(folder.write("c/README", "3"), owner), trash + "/files/README");
     EXPECT_EQ(platform::moveToTrash(folder.write("d/README", "4"), owner), trash + "/files/README.2");
-    EXPECT_NE(readFile(trash + "/info/notes.2.txt.trashinfo").find("Path=" + folder.path() + "/b/notes.txt\n"),
-              std::string::npos);
+    EXPECT_NE(
+        readFile(trash + "/info/notes.2.txt.trashinfo").find("Path=" + folder.path() + "/b/notes.txt\n"),
+        std::string::npos);
     EXPECT_TRUE(platform::exists(trash + "/info/README.2.trashinfo"));
 }
 
 TEST_F(FreedesktopTrashTest, AbsoluteDataHomeReplacesTheDefaultLocation) {
     EXPECT_EQ(platform::trashedFilesFolder({home.path(), home / "data"}), home / "data/Trash/files");
     EXPECT_EQ(platform::trashedFilesFolder({home.path(), "relative"}), home / ".local/share/Trash/files");
-    EXPECT_EQ(platform::moveToTrash(folder.write("x.txt", "x"), {home.path(), home / "data"}), home / "data/Trash/files/x.txt");
+    EXPECT_EQ(platform::moveToTrash(folder.write("x.txt", "x"), {home.path(), home / "data"}),
+              home / "data/Trash/files/x.txt");
 }
 
 TEST_F(FreedesktopTrashTest, MissingFileLeavesNoInfoBehind) {

@@ -27,7 +27,8 @@ TEST_F(TxtTwinTidyTest, PlansMarkedTextFilesBesideMarkdownOfTheSameStem) {
     folder.write("a.txt", twinText);
     folder.write("sub/b.md", twinText);
     folder.write("sub/b.txt", "notes\nsource: Zelmor");
-    EXPECT_EQ(TxtTwinTidy::plan(folder.path()), (std::vector<std::string>{folder / "a.txt", folder / "sub/b.txt"}));
+    EXPECT_EQ(TxtTwinTidy::plan(folder.path()),
+              (std::vector<std::string>{folder / "a.txt", folder / "sub/b.txt"}));
 }
 
 TEST_F(TxtTwinTidyTest, NeverPlansLoneUnmarkedCaseDifferentOrHiddenFiles) {

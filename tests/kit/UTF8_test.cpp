@@ -39,10 +39,10 @@ TEST(UTF8Decoding, DecodesAsRepairingReplaces) {
         std::u32string decoded;
     } cases[] = {
         {"a\xC3\xA9\xE2\x80\x9C\xF0\x9F\x98\x80", U"a\u00E9\u201C\U0001F600"},
-        {"\xC0\xAF", U"\uFFFD\uFFFD"},                // an overlong "/" is no "/"
-        {"\xED\xA0\x80", U"\uFFFD\uFFFD\uFFFD"},       // a surrogate
+        {"\xC0\xAF", U"\uFFFD\uFFFD"},                     // an overlong "/" is no "/"
+        {"\xED\xA0\x80", U"\uFFFD\uFFFD\uFFFD"},           // a surrogate
         {"\xF4\x90\x80\x80", U"\uFFFD\uFFFD\uFFFD\uFFFD"}, // past U+10FFFF
-        {"\xE2\x80", U"\uFFFD"},                      // cut short: one maximal subpart
+        {"\xE2\x80", U"\uFFFD"},                           // cut short: one maximal subpart
         {"\xE2\x80x", U"\uFFFDx"},
     };
     for (const auto& c : cases) {

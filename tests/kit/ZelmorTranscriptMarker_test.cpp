@@ -11,9 +11,10 @@ TEST(ZelmorTranscriptMarker, ExactLineFollowedByALineBreakAnywhere) {
                              "body text\nsource: Zelmor\n", "---\r\ntitle: x\r\nsource: Zelmor\r\n---\r\n",
                              "source: Zelmor\r\n", "source: Zelmorx\nsource: Zelmor\n"})
         EXPECT_TRUE(ZelmorTranscriptMarker::declares(text)) << text;
-    for (const char* text : {"---\nsource:  Zelmor\n---\n", "---\nSource: Zelmor\n---\n", "---\nsource: Zelmor \n---\n",
-                             "---\nsource: zelmor\n---\n", "---\n source: Zelmor\n---\n", "---\nxsource: Zelmor\n---\n",
-                             "---\nsource: Zelmor", "source: Zelmor\r", "source: Zelmor\r\r\n", "x\rsource: Zelmor\n", ""})
+    for (const char* text :
+         {"---\nsource:  Zelmor\n---\n", "---\nSource: Zelmor\n---\n", "---\nsource: Zelmor \n---\n",
+          "---\nsource: zelmor\n---\n", "---\n source: Zelmor\n---\n", "---\nxsource: Zelmor\n---\n",
+          "---\nsource: Zelmor", "source: Zelmor\r", "source: Zelmor\r\r\n", "x\rsource: Zelmor\n", ""})
         EXPECT_FALSE(ZelmorTranscriptMarker::declares(text)) << text;
 }
 

@@ -25,8 +25,8 @@ TEST(AskCommand, TimePhrasesScopeTheQuestionAndTheBestMeetingComesFirst) {
     auto result = ask({"what did we decide about pricing last month?", "--folder", examples});
     EXPECT_EQ(result.exitStatus, 0) << result.err;
     EXPECT_EQ(result.out.rfind("Best matches in 2026-10-01 to 2026-10-31 (3 meetings searched):\n\n"
-                               "1. Pricing decision: Team tier \u2014 2026-10-13\n   " + examples +
-                                   "/2026-10-13-pricing-decision-team-tier.md\n",
+                               "1. Pricing decision: Team tier \u2014 2026-10-13\n   " +
+                                   examples + "/2026-10-13-pricing-decision-team-tier.md\n",
                                0),
               0u)
         << result.out;
@@ -58,7 +58,8 @@ TEST(AskCommand, JSONCarriesScopePhrasesAndHits) {
 TEST(AskCommand, SaysHonestlyWhenNothingMatches) {
     auto result = ask({"zeppelin airships in March", "--folder", examples});
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.out, "No meeting in 2026-03-01 to 2026-03-31 mentions zeppelin, airship (0 meetings searched).\n");
+    EXPECT_EQ(result.out,
+              "No meeting in 2026-03-01 to 2026-03-31 mentions zeppelin, airship (0 meetings searched).\n");
 }
 
 TEST(AskCommand, OneWordNoMeetingHoldsDoesNotEmptyTheAnswer) {

@@ -14,7 +14,8 @@ TEST(CommandLine, StreamsAndExitStatusFollowTheOptions) {
     options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
     options.arguments = {"--help"};
     const std::string help = test::runProcess(ZELMOR_MCP_BINARY, options).out;
-    EXPECT_EQ(help.rfind("zelmor-mcp 0.2.0 — MCP server (stdio) over the Zelmor transcript folder.\n", 0), 0u);
+    EXPECT_EQ(help.rfind("zelmor-mcp 0.2.0 — MCP server (stdio) over the Zelmor transcript folder.\n", 0),
+              0u);
     EXPECT_NE(help.find("\nUsage: zelmor-mcp [--transcripts-folder <path>]\n"), std::string::npos) << help;
     const std::string serving = "zelmor-mcp 0.2.0 serving " + home.path();
     struct Row {
@@ -42,7 +43,8 @@ TEST(CommandLine, StreamsAndExitStatusFollowTheOptions) {
 TEST(CommandLine, AttributionFromEnvironment) {
     using A = MCPServer::ActivityAttribution;
     EXPECT_EQ(MCPServer::attribution({}), A::user);
-    EXPECT_EQ(MCPServer::attribution({{"ZELMOR_CONNECT_PROBE", "1"}, {"ZELMOR_TRIGGERED_RUN", "1"}}), A::probe);
+    EXPECT_EQ(MCPServer::attribution({{"ZELMOR_CONNECT_PROBE", "1"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
+              A::probe);
     EXPECT_EQ(MCPServer::attribution({{"ZELMOR_CONNECT_PROBE", "true"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
               A::zelmorTriggered);
     EXPECT_EQ(MCPServer::attribution({{"ZELMOR_TRIGGERED_RUN", "yes"}}), A::user);

@@ -42,7 +42,8 @@ protected:
         // Run from a copy that "nobody" may run wherever the build tree lies (a clone inside a
         // private folder would leave it unable to).
         std::string binary = tools.makeFolder("bin") + "/zelmor-kit";
-        std::filesystem::copy_file(ZELMOR_KIT_BINARY, binary, std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::copy_file(ZELMOR_KIT_BINARY, binary,
+                                   std::filesystem::copy_options::overwrite_existing);
         ::chmod(tools.path().c_str(), 0755);
         ::chmod((tools / "bin").c_str(), 0755);
         ::chmod(binary.c_str(), 0755);
@@ -123,7 +124,8 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
     TempFolder elsewhere;
     ASSERT_EQ(::chmod(elsewhere.path().c_str(), 0755), 0);
     ASSERT_EQ(::symlink(elsewhere.write("secret.md", transcript("Secret", "2026-03-05")).c_str(),
-                        (folder / "out.md").c_str()), 0);
+                        (folder / "out.md").c_str()),
+              0);
     ASSERT_EQ(::symlink("call.txt", (folder / "text.md").c_str()), 0);
 
     auto result = doctorUnprivileged({"--folder", folder.path()});
@@ -183,12 +185,14 @@ TEST_F(DoctorCommandTest, SettingsThatAreNotAJSONObjectAndAnEmptyFolderAreNotesN
     home.makeFolder("Documents/Zelmor");
     auto result = doctor();
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.out, "Settings file: " + settingsFile() +
-                              "\n  note     not readable as a JSON object: the defaults apply, as if it were missing\n\n"
-                              "Transcripts folder: " + (home / "Documents/Zelmor") +
-                              " (the default, ~/Documents/Zelmor)\n"
-                              "  note     no meetings: every search will come back empty\n\n" +
-                              activityWritable() + "No problems found.\n");
+    EXPECT_EQ(result.out,
+              "Settings file: " + settingsFile() +
+                  "\n  note     not readable as a JSON object: the defaults apply, as if it were missing\n\n"
+                  "Transcripts folder: " +
+                  (home / "Documents/Zelmor") +
+                  " (the default, ~/Documents/Zelmor)\n"
+                  "  note     no meetings: every search will come back empty\n\n" +
+                  activityWritable() + "No problems found.\n");
 }
 
 TEST_F(DoctorCommandTest, MissingFolderIsAProblemWhoseRemedyFollowsWhereThePathCameFrom) {
@@ -227,7 +231,8 @@ TEST_F(DoctorCommandTest, MissingFolderIsAProblemWhoseRemedyFollowsWhereThePathC
     std::string file = home.write("meetings.md", transcript("Not a folder", "2026-01-01"));
     auto notAFolder = doctor({"--folder", file});
     EXPECT_EQ(notAFolder.exitStatus, 1);
-    EXPECT_NE(notAFolder.out.find(" (given with --folder)\n  problem  this is a file, not a folder\n"), std::string::npos)
+    EXPECT_NE(notAFolder.out.find(" (given with --folder)\n  problem  this is a file, not a folder\n"),
+              std::string::npos)
         << notAFolder.out;
 }
 
@@ -236,8 +241,10 @@ TEST_F(DoctorCommandTest, ActivityFileOrFolderOfTheWrongKindIsAProblem) {
     home.write("Library/Application Support/Zelmor", "not a folder");
     auto file = doctor({"--folder", examples});
     EXPECT_EQ(file.exitStatus, 1);
-    EXPECT_TRUE(file.out.ends_with(heading + "this is a file, not a folder\n             Tool calls are not recorded. "
-                                             "Make " + supportFolder() + " a folder you can write to.\n\n1 problem found.\n"))
+    EXPECT_TRUE(file.out.ends_with(heading +
+                                   "this is a file, not a folder\n             Tool calls are not recorded. "
+                                   "Make " +
+                                   supportFolder() + " a folder you can write to.\n\n1 problem found.\n"))
         << file.out;
 
     std::filesystem::remove(supportFolder());
@@ -246,9 +253,10 @@ TEST_F(DoctorCommandTest, ActivityFileOrFolderOfTheWrongKindIsAProblem) {
     home.makeFolder("Library/Application Support/Zelmor/agent-activity.json");
     auto folder = doctor({"--folder", examples});
     EXPECT_EQ(folder.exitStatus, 1);
-    EXPECT_TRUE(folder.out.ends_with(heading + "agent-activity.json is a folder, not a file\n             Remove " +
-                                     supportFolder() + "/agent-activity.json so that the server can write the file "
-                                     "there.\n  ok       agent-activity-log.jsonl can be written\n\n1 problem found.\n"))
+    EXPECT_TRUE(folder.out.ends_with(
+        heading + "agent-activity.json is a folder, not a file\n             Remove " + supportFolder() +
+        "/agent-activity.json so that the server can write the file "
+        "there.\n  ok       agent-activity-log.jsonl can be written\n\n1 problem found.\n"))
         << folder.out;
 }
 

@@ -12,8 +12,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 
 namespace zelmor {
 
@@ -64,7 +64,8 @@ TEST_F(HostilePaths, ChainsOfLinksAreFollowedToTheirLastHop) {
     EXPECT_EQ(readRefusal(root + "/hop1.md"), Error::outsideFolder(root + "/hop1.md"));
     link(outside, root + "/folderlink");
     link(root + "/folderlink", root + "/folderlink2");
-    EXPECT_EQ(readRefusal(root + "/folderlink2/secret.md"), Error::outsideFolder(root + "/folderlink2/secret.md"));
+    EXPECT_EQ(readRefusal(root + "/folderlink2/secret.md"),
+              Error::outsideFolder(root + "/folderlink2/secret.md"));
 
     // Relative targets count from the link's own folder, dot-dot included.
     link("../sub/./a.md", root + "/sub/again.md");
@@ -74,7 +75,8 @@ TEST_F(HostilePaths, ChainsOfLinksAreFollowedToTheirLastHop) {
 }
 
 TEST_F(HostilePaths, TheScanListsOnlyLinksThatCouldBeRead) {
-    const std::string meeting = "---\ntitle: Linked\ndate: 2026-01-01\nparticipants:\n  - Mallory\nsource: Zelmor\n---\n";
+    const std::string meeting =
+        "---\ntitle: Linked\ndate: 2026-01-01\nparticipants:\n  - Mallory\nsource: Zelmor\n---\n";
     base.write("Elsewhere/outside.md", meeting);
     base.write("Meetings/memory/Skills/skill.md", meeting);
     base.write("Meetings/sub/inside.md", meeting);
@@ -125,7 +127,8 @@ TEST_F(HostilePaths, NamesAreBytesNeverDecodedEscapes) {
     EXPECT_EQ(store.readInsideFolder(root + "/caf\xE9.md"), "latin\n");
     EXPECT_EQ(readRefusal(root + "/caf%E9.md"), Error::notFound(root + "/caf%E9.md"));
     EXPECT_EQ(readRefusal(root + "/caf\u00e9.md"), Error::notFound(root + "/caf\u00e9.md"));
-    EXPECT_EQ(readRefusal(root + "/%2e%2e/Elsewhere/secret.md"), Error::notFound(root + "/%2e%2e/Elsewhere/secret.md"));
+    EXPECT_EQ(readRefusal(root + "/%2e%2e/Elsewhere/secret.md"),
+              Error::notFound(root + "/%2e%2e/Elsewhere/secret.md"));
 }
 
 TEST_F(HostilePaths, PathsLongerThanTheSystemAllowsAreRefusedCleanly) {
@@ -160,7 +163,8 @@ TEST_F(HostilePaths, PathsLongerThanTheSystemAllowsAreRefusedCleanly) {
 
 TEST_F(HostilePaths, FilesLargerThanAnyTranscriptAreLeftOutAndNotRead) {
     // A real header, then a sparse gigabyte: reading it whole would take the memory of many scans.
-    std::string huge = base.write("Meetings/huge.md", "---\ntitle: Huge\ndate: 2026-01-01\nsource: Zelmor\n---\n");
+    std::string huge =
+        base.write("Meetings/huge.md", "---\ntitle: Huge\ndate: 2026-01-01\nsource: Zelmor\n---\n");
     ASSERT_EQ(::truncate(huge.c_str(), off_t{1} << 30), 0);
     EXPECT_EQ(store.scan(), std::vector<MeetingStore::Meeting>{});
     EXPECT_EQ(readRefusal(huge), Error::notFound(huge));
@@ -202,17 +206,20 @@ TEST_F(HostilePaths, FileSwappedAfterTheCheckIsNotRead) {
 
     ASSERT_EQ(::unlink(file.c_str()), 0);
     base.write("Meetings/sub/a.md", "inside\n");
-    EXPECT_EQ(platform::readFileWithoutLinks(file, *checked), std::nullopt) << "another file of the same text";
+    EXPECT_EQ(platform::readFileWithoutLinks(file, *checked), std::nullopt)
+        << "another file of the same text";
 
     auto again = platform::regularFileIdentity(file);
     ASSERT_TRUE(again);
     ASSERT_EQ(::rename((root + "/sub").c_str(), (root + "/sub-old").c_str()), 0);
     base.write("Elsewhere/sub/a.md", "secret\n");
     link(outside + "/sub", root + "/sub");
-    EXPECT_EQ(platform::readFileWithoutLinks(file, *again), std::nullopt) << "a folder on the way became a link";
+    EXPECT_EQ(platform::readFileWithoutLinks(file, *again), std::nullopt)
+        << "a folder on the way became a link";
     EXPECT_EQ(platform::readFileWithoutLinks(root + "/sub-old/../sub-old/a.md", *again), std::nullopt)
         << "dot-dot is never walked";
-    EXPECT_EQ(platform::readFileWithoutLinks(root + "/sub-old/a.md", *again), "inside\n") << "the same file, moved";
+    EXPECT_EQ(platform::readFileWithoutLinks(root + "/sub-old/a.md", *again), "inside\n")
+        << "the same file, moved";
 }
 
 TEST_F(HostilePaths, ComposedAndDecomposedNamesAreDistinctUnlessTheFileSystemFoldsThem) {

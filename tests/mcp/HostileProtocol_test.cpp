@@ -18,8 +18,14 @@ const std::string parseError =
     R"({"error":{"code":-32700,"message":"Parse error: message is not valid JSON"},"id":null,"jsonrpc":"2.0"})"
     "\n";
 
-std::string ping(long long id) { return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"ping"})"; }
-std::string pong(long long id) { return R"({"id":)" + std::to_string(id) + R"(,"jsonrpc":"2.0","result":{}})" "\n"; }
+std::string ping(long long id) {
+    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"ping"})";
+}
+std::string pong(long long id) {
+    return R"({"id":)" + std::to_string(id) +
+           R"(,"jsonrpc":"2.0","result":{}})"
+           "\n";
+}
 
 class HostileProtocol : public testing::Test {
 protected:
@@ -43,11 +49,15 @@ TEST_F(HostileProtocol, HundredMegabyteLineIsAnsweredWithTheParseErrorInBoundedM
     // Made by a pipeline, so that only the server could ever hold the line and the peak size
     // measured below is the server's.
     ProcessOptions options;
-    options.arguments = {"-c", "{ printf '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"'; "
-                               "head -c 104857600 /dev/zero | tr '\\0' x; printf '\"}\\n" + ping(2) + "\\n'; } | "
-                               "exec \"$0\" --transcripts-folder \"$1\"",
+    options.arguments = {"-c",
+                         "{ printf '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"'; "
+                         "head -c 104857600 /dev/zero | tr '\\0' x; printf '\"}\\n" +
+                             ping(2) +
+                             "\\n'; } | "
+                             "exec \"$0\" --transcripts-folder \"$1\"",
                          ZELMOR_MCP_BINARY, home / "Meetings"};
-    options.environment = std::map<std::string, std::string>{{"HOME", home.path()}, {"PATH", "/usr/bin:/bin"}};
+    options.environment =
+        std::map<std::string, std::string>{{"HOME", home.path()}, {"PATH", "/usr/bin:/bin"}};
     ProcessResult result = test::runProcess("/bin/sh", options);
     expectCleanExit(result);
     EXPECT_EQ(result.out, parseError + pong(2));
@@ -64,9 +74,9 @@ TEST_F(HostileProtocol, DeepNestingIsAParseErrorNotAStackOverflow) {
     std::string objects;
     for (size_t i = 0; i < depth; ++i) objects += R"({"a":)";
     objects += "1" + std::string(depth, '}');
-    std::string input = arrays + "\n" + objects + "\n" +
-                        R"({"jsonrpc":"2.0","method":"ping","id":)" + arrays + "}\n" +     // as the echoed id
-                        std::string(depth, '[') + "\n" +                                   // never closed
+    std::string input = arrays + "\n" + objects + "\n" + R"({"jsonrpc":"2.0","method":"ping","id":)" +
+                        arrays + "}\n" +                 // as the echoed id
+                        std::string(depth, '[') + "\n" + // never closed
                         ping(4) + "\n";
     ProcessResult result = run(input);
     expectCleanExit(result);
@@ -75,8 +85,11 @@ TEST_F(HostileProtocol, DeepNestingIsAParseErrorNotAStackOverflow) {
 
 TEST_F(HostileProtocol, NulBytesAndALineCutOffByTheEndOfInputAreParseErrorsAndTheStreamGoesOn) {
     std::string nul(1, '\0');
-    ProcessResult result = run(R"({"jsonrpc":"2.0","id":1,"method":"pi)" + nul + R"(ng"})" "\n" + ping(2) + nul +
-                               "\n" + nul + "\n" + ping(3) + "\n" + R"({"jsonrpc":"2.0","id":4,"meth)");
+    ProcessResult result =
+        run(R"({"jsonrpc":"2.0","id":1,"method":"pi)" + nul +
+            R"(ng"})"
+            "\n" +
+            ping(2) + nul + "\n" + nul + "\n" + ping(3) + "\n" + R"({"jsonrpc":"2.0","id":4,"meth)");
     expectCleanExit(result);
     EXPECT_EQ(result.out, parseError + parseError + parseError + pong(3) + parseError);
 }
@@ -90,14 +103,17 @@ TEST_F(HostileProtocol, HundredThousandRequestsAreAllAnsweredInOrder) {
     ProcessResult result = run(input);
     expectCleanExit(result);
     EXPECT_EQ(result.out.size(), expected.size());
-    EXPECT_TRUE(result.out == expected) << "first difference at byte "
-                                        << std::mismatch(expected.begin(), expected.end(), result.out.begin(),
-                                                         result.out.end()).first - expected.begin();
+    EXPECT_TRUE(result.out == expected)
+        << "first difference at byte "
+        << std::mismatch(expected.begin(), expected.end(), result.out.begin(), result.out.end()).first -
+               expected.begin();
 }
 
 TEST_F(HostileProtocol, OutputClosedByTheClientEndsQuietly) {
     std::string input;
-    for (int id = 0; id < 2000; ++id) input += R"({"jsonrpc":"2.0","id":1,"method":"tools/list"})" "\n";
+    for (int id = 0; id < 2000; ++id)
+        input += R"({"jsonrpc":"2.0","id":1,"method":"tools/list"})"
+                 "\n";
     ProcessResult result = run(input, /*closeOutputEarly=*/true);
     expectCleanExit(result);
     EXPECT_EQ(result.out, "");

@@ -34,9 +34,11 @@ protected:
 TEST_F(KitCommandTest, ImportsTheFixtureFolderIntoTranscriptsTheStoreCanRead) {
     auto result = runProcess(ZELMOR_KIT_BINARY, run({"import", fixtures, "--into", into.path()}));
     ASSERT_EQ(result.exitStatus, 0) << result.err;
-    EXPECT_EQ(result.out.substr(result.out.rfind("\n\n") + 2),
-              "15 imported, 0 already imported, 1 already Zelmor, 0 unrecognized, 0 no speech, 1 unreadable\n");
-    EXPECT_NE(result.out.find(fixtures + "/own-transcript.md: skipped, already a Zelmor transcript\n"), std::string::npos);
+    EXPECT_EQ(
+        result.out.substr(result.out.rfind("\n\n") + 2),
+        "15 imported, 0 already imported, 1 already Zelmor, 0 unrecognized, 0 no speech, 1 unreadable\n");
+    EXPECT_NE(result.out.find(fixtures + "/own-transcript.md: skipped, already a Zelmor transcript\n"),
+              std::string::npos);
     EXPECT_NE(result.out.find(fixtures + "/legacy-windows-1252.txt: unreadable, not readable as text\n"),
               std::string::npos);
     EXPECT_NE(result.err.find("[1/17] " + fixtures + "/Budget Planning Transcript.txt\n"), std::string::npos);
@@ -63,21 +65,25 @@ TEST_F(KitCommandTest, ImportsTheFixtureFolderIntoTranscriptsTheStoreCanRead) {
 
 TEST_F(KitCommandTest, SecondRunReportsEveryEarlierImport) {
     ASSERT_EQ(runProcess(ZELMOR_KIT_BINARY, run({"import", fixtures, "--into", into.path()})).exitStatus, 0);
-    auto again = runProcess(ZELMOR_KIT_BINARY, run({"import", fixtures + "/fathom.json", fixtures + "/weekly-export.json",
-                                                    "--into", into.path()}));
+    auto again = runProcess(
+        ZELMOR_KIT_BINARY,
+        run({"import", fixtures + "/fathom.json", fixtures + "/weekly-export.json", "--into", into.path()}));
     EXPECT_EQ(again.exitStatus, 0);
-    EXPECT_EQ(again.out, fixtures + "/fathom.json: already imported as " + (into / "fathom.md") + "\n" + fixtures +
-                             "/weekly-export.json: already imported as " + (into / "weekly-export (1 of 3).md") +
-                             "\n\n0 imported, 2 already imported, 0 already Zelmor, 0 unrecognized, 0 no speech, "
-                             "0 unreadable\n");
+    EXPECT_EQ(again.out,
+              fixtures + "/fathom.json: already imported as " + (into / "fathom.md") + "\n" + fixtures +
+                  "/weekly-export.json: already imported as " + (into / "weekly-export (1 of 3).md") +
+                  "\n\n0 imported, 2 already imported, 0 already Zelmor, 0 unrecognized, 0 no speech, "
+                  "0 unreadable\n");
     EXPECT_EQ(again.err, "");
 }
 
 TEST_F(KitCommandTest, LegacyEncodingOptionDecodesTheFile) {
-    auto result = runProcess(ZELMOR_KIT_BINARY, run({"import", fixtures + "/legacy-windows-1252.txt", "--into",
-                                                     into.path(), "--legacy-encoding", "windows-1252"}));
+    auto result =
+        runProcess(ZELMOR_KIT_BINARY, run({"import", fixtures + "/legacy-windows-1252.txt", "--into",
+                                           into.path(), "--legacy-encoding", "windows-1252"}));
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_NE(test::readFile(into / "legacy-windows-1252.md").find("**Renée Martin:** Bonjour à tous"), std::string::npos);
+    EXPECT_NE(test::readFile(into / "legacy-windows-1252.md").find("**Renée Martin:** Bonjour à tous"),
+              std::string::npos);
 }
 
 TEST_F(KitCommandTest, DefaultDestinationIsTheServedFolder) {
@@ -100,7 +106,8 @@ TEST_F(KitCommandTest, NamesArePrintedWithTheirControlCharactersEscaped) {
 }
 
 TEST_F(KitCommandTest, ImportErrorsExitOne) {
-    auto missing = runProcess(ZELMOR_KIT_BINARY, run({"import", "/no/such/export.vtt", "--into", into.path()}));
+    auto missing =
+        runProcess(ZELMOR_KIT_BINARY, run({"import", "/no/such/export.vtt", "--into", into.path()}));
     EXPECT_EQ(missing.exitStatus, 1);
     EXPECT_EQ(missing.err, "zelmor-kit import: no such file or folder: /no/such/export.vtt\n");
     EXPECT_EQ(missing.out, "");
@@ -115,7 +122,8 @@ TEST_F(KitCommandTest, TidyListsFirstAndTrashesOnlyWithYes) {
     into.write("sync.md", "---\nsource: Zelmor\n---\n");
     auto listed = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--folder", into.path()}));
     EXPECT_EQ(listed.exitStatus, 0);
-    EXPECT_EQ(listed.out, twin + "\n1 plain-text twin would be moved to the trash. Run again with --yes to move them.\n");
+    EXPECT_EQ(listed.out,
+              twin + "\n1 plain-text twin would be moved to the trash. Run again with --yes to move them.\n");
     EXPECT_TRUE(platform::exists(twin));
 
     auto moved = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--folder", into.path(), "--yes"}));
@@ -132,10 +140,12 @@ TEST_F(KitCommandTest, TidyFindsTheMarkerAnywhereInTheTextAsItsHelpSays) {
     std::string twin = into.write("call.txt", "copied from call.md (source: Zelmor) by hand\n");
     into.write("call.md", "---\nsource: Zelmor\n---\n");
     auto listed = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--folder", into.path()}));
-    EXPECT_EQ(listed.out, twin + "\n1 plain-text twin would be moved to the trash. Run again with --yes to move them.\n");
+    EXPECT_EQ(listed.out,
+              twin + "\n1 plain-text twin would be moved to the trash. Run again with --yes to move them.\n");
     auto help = runProcess(ZELMOR_KIT_BINARY, run({"tidy", "--help"}));
-    EXPECT_NE(help.out.find("whose text contains\n\"source: Zelmor\" anywhere, not only as a line of its own."),
-              std::string::npos)
+    EXPECT_NE(
+        help.out.find("whose text contains\n\"source: Zelmor\" anywhere, not only as a line of its own."),
+        std::string::npos)
         << help.out;
 }
 

@@ -48,7 +48,8 @@ std::string loop(const std::string& input, size_t limit, bool answerOversized = 
         late();
         char buffer[4096];
         ssize_t n;
-        while ((n = ::read(out[0], buffer, sizeof buffer)) > 0) written.append(buffer, static_cast<size_t>(n));
+        while ((n = ::read(out[0], buffer, sizeof buffer)) > 0)
+            written.append(buffer, static_cast<size_t>(n));
     });
     LineLoop::OversizedHandler oversized;
     if (answerOversized) oversized = [] { return std::optional<std::string>("too long"); };

@@ -30,7 +30,8 @@ MeetingStore::SearchResult plainSearch(const Meetings& all, const MeetingStore::
     std::vector<std::pair<MeetingStore::SearchHit, long long>> found;
     for (const auto& meeting : all) {
         if (!scope.admits(meeting.path, meeting.doc)) continue;
-        if (terms.empty()) found.push_back({{meeting, 0, {}}, 0});
+        if (terms.empty())
+            found.push_back({{meeting, 0, {}}, 0});
         else if (auto match = RankedTranscriptSearch::match(meeting.doc, terms))
             found.push_back({{meeting, match->matchingTurns, match->snippets}, match->score});
     }
@@ -43,7 +44,8 @@ MeetingStore::SearchResult plainSearch(const Meetings& all, const MeetingStore::
     return result;
 }
 
-std::string file(const std::string& frontmatter, const std::string& body = "## Transcript\n\n**Ana:** Hi.\n") {
+std::string file(const std::string& frontmatter,
+                 const std::string& body = "## Transcript\n\n**Ana:** Hi.\n") {
     return "---\n" + frontmatter + "---\n\n" + body;
 }
 
@@ -62,30 +64,37 @@ protected:
         // Files that probe each rule of the scan (all dated 2031, after the generated ones).
         f.write("tricky/invalid-utf8.md", file("title: Caf\xE9\ndate: 2031-05-01\nsource: Zelmor\n"));
         f.write("tricky/no-marker.md", file("title: Plain notes\ndate: 2031-05-01\n"));
-        f.write("tricky/marker-in-body.md", file("title: Body marker\ndate: 2031-05-02\n", "source: Zelmor\n"));
+        f.write("tricky/marker-in-body.md",
+                file("title: Body marker\ndate: 2031-05-02\n", "source: Zelmor\n"));
         f.write("tricky/no-frontmatter.md", "source: Zelmor\n\n**Ana:** hi\n");
-        f.write("tricky/crlf.md", "---\r\ntitle: Windows\r\ndate: 2031-05-03\r\nparticipants:\r\n  - Zoë Martin\r\n"
-                                  "source: Zelmor\r\n---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** Hej.\r\n");
+        f.write("tricky/crlf.md",
+                "---\r\ntitle: Windows\r\ndate: 2031-05-03\r\nparticipants:\r\n  - Zoë Martin\r\n"
+                "source: Zelmor\r\n---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** Hej.\r\n");
         // Equal keys: ordered by path.
         for (const char* name : {"tricky/same-day-a.md", "tricky/same-day-b.md", "tricky/same-day-c.MD"})
-            f.write(name, file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\nsource: Zelmor\n"));
+            f.write(name,
+                    file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\nsource: Zelmor\n"));
         for (const char* name : {"tricky/same-start-1.md", "tricky/same-start-2.md"})
             f.write(name, file("title: Same start\ndate: 2031-05-05\nstarted_at: 2031-05-05T10:00:00Z\n"
                                "participants:\n  - \" Ana\"\n  -  Ana \n  - Speaker 12\nsource: Zelmor\n"));
         f.write("tricky/Memory/Skills/skill.md",
-                file("title: Zanzibar skill\ndate: 2032-01-01\nsource: Zelmor\n", "## Transcript\n\n**Ana:** zeppelin\n"));
+                file("title: Zanzibar skill\ndate: 2032-01-01\nsource: Zelmor\n",
+                     "## Transcript\n\n**Ana:** zeppelin\n"));
         f.write("tricky/.hidden/secret.md", file("title: Hidden\ndate: 2032-01-01\nsource: Zelmor\n"));
-        f.write("tricky/fallback-close.md", "---\ntitle: Closed at the end\ndate: 2031-05-06\nsource: Zelmor\n---");
+        f.write("tricky/fallback-close.md",
+                "---\ntitle: Closed at the end\ndate: 2031-05-06\nsource: Zelmor\n---");
         f.write("tricky/empty.md", "");
         f.makeFolder("tricky/folder.md");
         // Search probes: a phrase over a CRLF line end and over a paragraph break with extra blank lines.
         f.write("search/crlf-phrase.md",
-                "---\r\ntitle: Line ends\r\ndate: 2030-02-01\r\nparticipants:\r\n  - Zoë Martin\r\nsource: Zelmor\r\n"
+                "---\r\ntitle: Line ends\r\ndate: 2030-02-01\r\nparticipants:\r\n  - Zoë Martin\r\nsource: "
+                "Zelmor\r\n"
                 "---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** we ship the\r\nwinter build\r\n\r\n\r\n"
                 "and then the spring one\r\n");
         // A comment line between two lines of the summary disappears from the parsed text.
-        f.write("search/comment.md", file("title: Comment\ndate: 2030-02-02\nsource: Zelmor\n",
-                                          "## Summary\n\nalpha\n<!-- aside -->\nomega\n\n## Transcript\n\n**Ana:** Hi.\n"));
+        f.write("search/comment.md",
+                file("title: Comment\ndate: 2030-02-02\nsource: Zelmor\n",
+                     "## Summary\n\nalpha\n<!-- aside -->\nomega\n\n## Transcript\n\n**Ana:** Hi.\n"));
         // Terms only in the title and only in a quoted participant, with an escaped quote.
         f.write("search/title-only.md",
                 file("title: \"Quarterly \\\"Zanzibar\\\" roadmap\"\ndate: 2030-02-03\n"
@@ -95,7 +104,8 @@ protected:
         f.write("search/accents.md",
                 file("title: Accents\ndate: 2030-02-04\nsource: Zelmor\n",
                      "## Transcript\n\n**Ana:** Cafe\xCC\x81 au lait, re\xCC\x81sume\xCC\x81, "
-                     "e\xEF\xAC\x81nal rounds, Stra\xC3\x9F" "e.\n\n## Notes\n\nRésumé in notes.\n"));
+                     "e\xEF\xAC\x81nal rounds, Stra\xC3\x9F"
+                     "e.\n\n## Notes\n\nRésumé in notes.\n"));
         reference = new Meetings(sequentialScan(folder->path(), "Memory"));
     }
     static void TearDownTestSuite() {
@@ -111,7 +121,8 @@ protected:
         EXPECT_EQ(fast.offset, plain.offset) << label;
         ASSERT_EQ(fast.hits.size(), plain.hits.size()) << label;
         for (size_t i = 0; i < fast.hits.size(); ++i) {
-            EXPECT_EQ(fast.hits[i].meeting, withoutBodies({plain.hits[i].meeting})[0]) << label << " hit " << i;
+            EXPECT_EQ(fast.hits[i].meeting, withoutBodies({plain.hits[i].meeting})[0])
+                << label << " hit " << i;
             EXPECT_EQ(fast.hits[i].matchCount, plain.hits[i].matchCount) << label << " hit " << i;
             EXPECT_EQ(fast.hits[i].snippets, plain.hits[i].snippets) << label << " hit " << i;
         }
@@ -167,7 +178,8 @@ TEST_F(StoreEquality, CollectKeepsWhatTheVisitorReturnsInScanOrderAndStopsAtItsF
         try {
             store.collect(
                 [](MeetingStore::FileVisit& file) -> std::optional<int> {
-                    if (file.header.title == "Windows") throw std::runtime_error("refused " + file.header.date);
+                    if (file.header.title == "Windows")
+                        throw std::runtime_error("refused " + file.header.date);
                     return 1;
                 },
                 workers);
@@ -179,11 +191,28 @@ TEST_F(StoreEquality, CollectKeepsWhatTheVisitorReturnsInScanOrderAndStopsAtItsF
 }
 
 TEST_F(StoreEquality, QueriesFiltersAndPagesGiveWhatThePlainSearchGives) {
-    for (const char* query :
-         {bench::CorpusWords::rare, bench::CorpusWords::frequent, "zeppelin customer", "\"pricing page\"",
-          "tomás", "TOMAS", "the winter", "\"the\nwinter\"", "\"build\n\nand then\"", "build and",
-          "\"alpha\nomega\"", "alpha omega", "zanzibar", "\"zanzibar\" roadmap", "ødegaard", "bjorn",
-          "café résumé", "resume", "final", "strasse", "“pricing page”", "zeppelin nowhereword"})
+    for (const char* query : {bench::CorpusWords::rare,
+                              bench::CorpusWords::frequent,
+                              "zeppelin customer",
+                              "\"pricing page\"",
+                              "tomás",
+                              "TOMAS",
+                              "the winter",
+                              "\"the\nwinter\"",
+                              "\"build\n\nand then\"",
+                              "build and",
+                              "\"alpha\nomega\"",
+                              "alpha omega",
+                              "zanzibar",
+                              "\"zanzibar\" roadmap",
+                              "ødegaard",
+                              "bjorn",
+                              "café résumé",
+                              "resume",
+                              "final",
+                              "strasse",
+                              "“pricing page”",
+                              "zeppelin nowhereword"})
         for (const char* sort : {"newest", "relevance"}) {
             MeetingStore::SearchFilters filters;
             filters.query = query;
@@ -209,8 +238,8 @@ TEST_F(StoreEquality, QueriesFiltersAndPagesGiveWhatThePlainSearchGives) {
 
 TEST_F(StoreEquality, TrickySearchProbesAreFoundAtAll) {
     // Guards the comparison itself: each probe must find its file, or equality proves nothing.
-    for (const char* query : {"\"the\nwinter\"", "\"alpha\nomega\"", "\"zanzibar\" roadmap", "bjorn", "resume",
-                              "final", "strasse"}) {
+    for (const char* query : {"\"the\nwinter\"", "\"alpha\nomega\"", "\"zanzibar\" roadmap", "bjorn",
+                              "resume", "final", "strasse"}) {
         MeetingStore::SearchFilters filters;
         filters.query = query;
         EXPECT_GE(MeetingStore(folder->path()).search(filters).total, 1) << query;
@@ -220,8 +249,9 @@ TEST_F(StoreEquality, TrickySearchProbesAreFoundAtAll) {
 TEST(StoreEqualityErrors, AMissingFolderIsRefusedBeforeAnyVisit) {
     MeetingStore store("/nonexistent/zelmor-folder");
     bool visited = false;
-    EXPECT_THROW(store.collect([&](MeetingStore::FileVisit&) { return std::optional<int>((visited = true, 1)); }),
-                 MeetingStore::StoreError);
+    EXPECT_THROW(
+        store.collect([&](MeetingStore::FileVisit&) { return std::optional<int>((visited = true, 1)); }),
+        MeetingStore::StoreError);
     EXPECT_THROW(store.participants(), MeetingStore::StoreError);
     EXPECT_FALSE(visited);
 }

@@ -12,7 +12,8 @@ namespace {
 std::string meeting(int day, const std::string& line) {
     char date[32];
     std::snprintf(date, sizeof date, "2026-%02d-%02d", 1 + day / 28, 1 + day % 28);
-    return "---\ntitle: Sync " + std::to_string(day) + "\ndate: " + date + "\nsource: Zelmor\n---\n\n## Transcript\n\n" + line + "\n";
+    return "---\ntitle: Sync " + std::to_string(day) + "\ndate: " + date +
+           "\nsource: Zelmor\n---\n\n## Transcript\n\n" + line + "\n";
 }
 
 std::vector<std::string> titles(const MeetingStore::SearchResult& result) {
@@ -23,7 +24,8 @@ std::vector<std::string> titles(const MeetingStore::SearchResult& result) {
 
 TEST(MeetingStoreSearch, PagesAreClampedAndTheTotalCountsEveryMatch) {
     TempFolder folder;
-    for (int day = 0; day < 150; ++day) folder.write("m" + std::to_string(day) + ".md", meeting(day, "**Ana:** budget"));
+    for (int day = 0; day < 150; ++day)
+        folder.write("m" + std::to_string(day) + ".md", meeting(day, "**Ana:** budget"));
     MeetingStore store(folder.path());
     MeetingStore::SearchFilters filters;
     filters.query = "budget";
@@ -69,7 +71,8 @@ TEST(MeetingStoreSearch, RepeatedTermsAndALongParticipantFindWhatThePlainOnesFin
         std::string line = day % 2 ? "**Ana:** the budget plan" : "**Bo:** the plan";
         folder.write("m" + std::to_string(day) + ".md",
                      meeting(day, line).insert(meeting(day, line).find("source:"),
-                                               day % 3 ? "participants:\n  - Ana \u00c5berg\n" : "participants:\n  - Bo\n"));
+                                               day % 3 ? "participants:\n  - Ana \u00c5berg\n"
+                                                       : "participants:\n  - Bo\n"));
     }
     MeetingStore store(folder.path());
     auto found = [&](const std::string& query, const std::string& participant) {
@@ -78,7 +81,8 @@ TEST(MeetingStoreSearch, RepeatedTermsAndALongParticipantFindWhatThePlainOnesFin
         filters.participant = participant;
         filters.sort = "relevance";
         std::vector<std::pair<std::string, long long>> rows;
-        for (const auto& hit : store.search(filters).hits) rows.emplace_back(hit.meeting.doc.title, hit.matchCount);
+        for (const auto& hit : store.search(filters).hits)
+            rows.emplace_back(hit.meeting.doc.title, hit.matchCount);
         return rows;
     };
     std::string repeated;

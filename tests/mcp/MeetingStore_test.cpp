@@ -12,8 +12,8 @@
 namespace zelmor {
 
 void PrintTo(const MeetingStore::ParticipantSummary& row, std::ostream* out) {
-    *out << "{" << row.name << ", " << row.meetingCount << ", " << row.lastMeetingDate << ", " << row.lastMeetingTitle
-         << ", " << row.isGenericLabel << "}";
+    *out << "{" << row.name << ", " << row.meetingCount << ", " << row.lastMeetingDate << ", "
+         << row.lastMeetingTitle << ", " << row.isGenericLabel << "}";
 }
 
 namespace {
@@ -85,15 +85,18 @@ TEST(MeetingStoreScan, EmptyAndMissingFolders) {
     test::TempFolder root;
     root.write("plain-file", "");
     EXPECT_TRUE(MeetingStore{root.path()}.scan().empty());
-    EXPECT_EQ(errorOf([&] { MeetingStore{root / "missing"}.scan(); }), Error::folderMissing(root / "missing"));
-    EXPECT_EQ(errorOf([&] { MeetingStore{root / "plain-file"}.scan(); }), Error::folderMissing(root / "plain-file"));
+    EXPECT_EQ(errorOf([&] { MeetingStore{root / "missing"}.scan(); }),
+              Error::folderMissing(root / "missing"));
+    EXPECT_EQ(errorOf([&] { MeetingStore{root / "plain-file"}.scan(); }),
+              Error::folderMissing(root / "plain-file"));
 }
 
 TEST(MeetingStoreScan, PathsAreStandardisedButLinksKept) {
     test::TempFolder base;
     base.write("real/2026/a.md", transcript("A", "2026-01-01"));
     ASSERT_EQ(::symlink((base / "real").c_str(), (base / "alias").c_str()), 0);
-    EXPECT_EQ(pathsOf(MeetingStore{base.path() + "/./alias/../alias/"}.scan()), Paths{base / "alias/2026/a.md"});
+    EXPECT_EQ(pathsOf(MeetingStore{base.path() + "/./alias/../alias/"}.scan()),
+              Paths{base / "alias/2026/a.md"});
 }
 
 TEST(MeetingStoreScan, NewestFirstByStartTimeOrDateThenPath) {
@@ -171,10 +174,13 @@ TEST_F(MeetingStoreResolve, ReadGivesTheRawTextOfAnyMarkdownInside) {
     std::string raw = "# No marker here\r\nJust notes.\n";
     base.write("Meetings/plain.md", raw);
     EXPECT_EQ(store.readInsideFolder(root + "/plain.md"), raw);
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/gone.md"); }), Error::notFound(root + "/gone.md"));
+    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/gone.md"); }),
+              Error::notFound(root + "/gone.md"));
     base.write("Meetings/latin1.md", "caf\xE9\n");
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/latin1.md"); }), Error::notFound(root + "/latin1.md"));
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/notes.txt"); }), Error::notMarkdown(root + "/notes.txt"));
+    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/latin1.md"); }),
+              Error::notFound(root + "/latin1.md"));
+    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/notes.txt"); }),
+              Error::notMarkdown(root + "/notes.txt"));
     std::string withNul = root + "/a.md" + std::string(1, '\0') + ".md";
     EXPECT_EQ(errorOf([&] { store.readInsideFolder(withNul); }), Error::notFound(withNul));
 }
@@ -198,7 +204,8 @@ TEST_F(MeetingStoreResolve, ServingTheRootFolderLetsNothingBeRead) {
 TEST(MeetingStoreParticipants, CountsListingsAndKeepsTheNewestMeeting) {
     test::TempFolder root;
     // File names sort against the dates, so disk order cannot stand in for meeting order.
-    root.write("a.md", transcript("Oldest", "2026-10-01", "", {"Speaker 12", "Speaker 3b", "speaker 3", "Speaker", "Ana "}));
+    root.write("a.md", transcript("Oldest", "2026-10-01", "",
+                                  {"Speaker 12", "Speaker 3b", "speaker 3", "Speaker", "Ana "}));
     root.write("b.md", transcript("Middle", "2026-10-02", "", {"Bob", "alice", "Ana", "Ana"}));
     root.write("c.md", transcript("Newest", "2026-10-03", "", {"Ana", "  Bob\t", "Speaker 2", "   "}));
     using Row = MeetingStore::ParticipantSummary;
@@ -217,14 +224,15 @@ TEST(MeetingStoreParticipants, CountsListingsAndKeepsTheNewestMeeting) {
 TEST(MeetingStoreParticipants, EmptyFolderAndMissingFolder) {
     test::TempFolder root;
     EXPECT_TRUE(MeetingStore{root.path()}.participants().empty());
-    EXPECT_EQ(errorOf([&] { MeetingStore{root / "gone"}.participants(); }), Error::folderMissing(root / "gone"));
+    EXPECT_EQ(errorOf([&] { MeetingStore{root / "gone"}.participants(); }),
+              Error::folderMissing(root / "gone"));
 }
 
 TEST(MeetingStoreParticipants, GenericLabelIsSpeakerThenNumericCharacters) {
     for (const char* generic : {"Speaker 1", "Speaker 007", "Speaker ٣", "Speaker Ⅻ"})
         EXPECT_TRUE(MeetingStore::isGenericSpeakerLabel(generic)) << generic;
-    for (const char* person : {"Speaker", "Speaker ", "Speaker A", "speaker 3", "Speaker  3", "Speaker 3 ", "Speaker -1",
-                               "Speakers 3", "SPEAKER 3"})
+    for (const char* person : {"Speaker", "Speaker ", "Speaker A", "speaker 3", "Speaker  3", "Speaker 3 ",
+                               "Speaker -1", "Speakers 3", "SPEAKER 3"})
         EXPECT_FALSE(MeetingStore::isGenericSpeakerLabel(person)) << person;
 }
 

@@ -17,25 +17,32 @@ constexpr std::chrono::seconds patience{60};
 std::vector<nlohmann::json> repliesIn(const std::string& lines) {
     std::vector<nlohmann::json> replies;
     std::istringstream stream(lines);
-    for (std::string line; std::getline(stream, line);) replies.push_back(nlohmann::json::parse(line, nullptr, false));
+    for (std::string line; std::getline(stream, line);)
+        replies.push_back(nlohmann::json::parse(line, nullptr, false));
     return replies;
 }
 
 TEST(OpenInput, ABurstWrittenAtOnceIsAnsweredInFullBeforeTheInputCloses) {
     test::TempFolder home;
-    home.write("Meetings/a.md", "---\ntitle: Sync\ndate: 2026-10-01\nparticipants:\n  - Ana\nsource: Zelmor\n---\n\n"
-                                "## Transcript\n\n**Ana:** Pricing first.\n");
+    home.write("Meetings/a.md",
+               "---\ntitle: Sync\ndate: 2026-10-01\nparticipants:\n  - Ana\nsource: Zelmor\n---\n\n"
+               "## Transcript\n\n**Ana:** Pricing first.\n");
     test::ProcessOptions options;
     options.arguments = {"--transcripts-folder", home / "Meetings"};
     options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
     test::RunningProcess server(ZELMOR_MCP_BINARY, options);
 
     ASSERT_TRUE(server.write(
-        R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})" "\n"
-        R"({"jsonrpc":"2.0","method":"notifications/initialized"})" "\n"
-        R"({"jsonrpc":"2.0","id":2,"method":"ping"})" "\n"
-        R"({"jsonrpc":"2.0","id":3,"method":"tools/list"})" "\n"
-        R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"list_participants","arguments":{}}})" "\n"));
+        R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})"
+        "\n"
+        R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
+        "\n"
+        R"({"jsonrpc":"2.0","id":2,"method":"ping"})"
+        "\n"
+        R"({"jsonrpc":"2.0","id":3,"method":"tools/list"})"
+        "\n"
+        R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"list_participants","arguments":{}}})"
+        "\n"));
     auto replies = repliesIn(server.takeLines(4, patience));
     ASSERT_EQ(replies.size(), 4u) << "replies must not wait for the end of input";
     std::vector<nlohmann::json> ids;
@@ -45,7 +52,8 @@ TEST(OpenInput, ABurstWrittenAtOnceIsAnsweredInFullBeforeTheInputCloses) {
     EXPECT_EQ(replies[3]["result"]["structuredContent"]["participants"][0]["name"], "Ana");
 
     // The loop is still reading: a later request gets its own reply at once, too.
-    ASSERT_TRUE(server.write(R"({"jsonrpc":"2.0","id":5,"method":"ping"})" "\n"));
+    ASSERT_TRUE(server.write(R"({"jsonrpc":"2.0","id":5,"method":"ping"})"
+                             "\n"));
     EXPECT_EQ(server.takeLines(1, patience), "{\"id\":5,\"jsonrpc\":\"2.0\",\"result\":{}}\n");
 
     test::ProcessResult end = server.finish();

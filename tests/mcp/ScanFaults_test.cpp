@@ -8,15 +8,15 @@
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"
 
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <climits>
-#include <thread>
 #include <cstdio>
+#include <thread>
 
 namespace zelmor {
 namespace {
@@ -58,7 +58,8 @@ TEST(ScanFaults, LockedFilesAndFoldersAreLeftOutAndTheRestListed) {
             try {
                 store.readInsideFolder(root / "secret.md");
             } catch (const MeetingStore::StoreError& error) {
-                refusal = error == MeetingStore::StoreError::notFound(root / "secret.md") ? "notFound" : "other";
+                refusal =
+                    error == MeetingStore::StoreError::notFound(root / "secret.md") ? "notFound" : "other";
             }
             return joined(scanned(store)) + refusal;
         },
@@ -189,7 +190,8 @@ namespace {
 TEST(ScanFaultsChurn, FilesThatVanishOrChangeDuringTheScanAreLeftOutOrReadWhole) {
     test::TempFolder folder;
     auto version = [](int file, int round) {
-        std::string body = "**Ana:** round " + std::to_string(round) + " of file " + std::to_string(file) + ".\n";
+        std::string body =
+            "**Ana:** round " + std::to_string(round) + " of file " + std::to_string(file) + ".\n";
         return "---\ntitle: File " + std::to_string(file) + " v" + std::to_string(round) +
                "\ndate: 2026-01-01\nsource: Zelmor\n---\n\n## Transcript\n\n" + body;
     };

@@ -22,8 +22,10 @@ namespace {
 std::string calls(int count) {
     std::string lines;
     for (int id = 1; id <= count; ++id)
-        lines += R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +
-                 R"(,"method":"tools/call","params":{"name":"search_meetings","arguments":{"query":"budget"}}})" "\n";
+        lines +=
+            R"({"jsonrpc":"2.0","id":)" + std::to_string(id) +
+            R"(,"method":"tools/call","params":{"name":"search_meetings","arguments":{"query":"budget"}}})"
+            "\n";
     return lines;
 }
 
@@ -34,8 +36,9 @@ protected:
 
     void SetUp() override {
         ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0); // some calls run as "nobody"
-        home.write("Meetings/2026-10-15.md", "---\ntitle: Budget\ndate: 2026-10-15\nparticipants:\n  - Ana\n"
-                                             "source: Zelmor\n---\n\n## Transcript\n\n**Ana:** The budget holds.\n");
+        home.write("Meetings/2026-10-15.md",
+                   "---\ntitle: Budget\ndate: 2026-10-15\nparticipants:\n  - Ana\n"
+                   "source: Zelmor\n---\n\n## Transcript\n\n**Ana:** The budget holds.\n");
         support = home.makeFolder("Library/Application Support/Zelmor");
     }
 
@@ -45,7 +48,9 @@ protected:
         options.environment = std::map<std::string, std::string>{{"HOME", homeFolder}};
         options.input = calls(20);
         auto result = test::runProcess(server, options);
-        return result.exitStatus == 0 ? result.out : "exit status " + std::to_string(result.exitStatus) + ": " + result.err;
+        return result.exitStatus == 0
+                   ? result.out
+                   : "exit status " + std::to_string(result.exitStatus) + ": " + result.err;
     }
 
     /// The replies of a server whose activity files work, and the files left as they were.
@@ -55,7 +60,8 @@ protected:
         std::string expected = serve(otherHome.path());
         EXPECT_NE(expected.find(R"("isError":false)"), std::string::npos) << expected;
         EXPECT_EQ(served, expected);
-        EXPECT_EQ(test::fileNames(support), (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
+        EXPECT_EQ(test::fileNames(support),
+                  (std::vector<std::string>{"agent-activity-log.jsonl", "agent-activity.json"}));
         EXPECT_EQ(test::readFile(AgentActivityLog::fileURL(support)), log);
         EXPECT_EQ(test::readFile(AgentActivityFeed::fileURL(support)), feed);
     }
@@ -63,7 +69,8 @@ protected:
 
 TEST_F(ServerActivityFiles, ReadOnlySupportFolder) {
     std::string log = R"({"2025-03-14":{"read_meeting":2}})";
-    std::string feed = R"({"tool":"read_meeting","triggered":false,"ts":"2025-03-14T10:00:00Z"})" "\n";
+    std::string feed = R"({"tool":"read_meeting","triggered":false,"ts":"2025-03-14T10:00:00Z"})"
+                       "\n";
     home.write("Library/Application Support/Zelmor/agent-activity.json", log);
     home.write("Library/Application Support/Zelmor/agent-activity-log.jsonl", feed);
     ASSERT_EQ(::chmod(support.c_str(), 0555), 0);
@@ -107,7 +114,8 @@ TEST_F(ServerActivityFiles, FilesTooLargeToBeRealAreReplacedOrIgnored) {
     size_t answered = 0;
     for (size_t at = 0; (at = replies.find(R"("isError":false)", at)) != std::string::npos; ++at) ++answered;
     EXPECT_EQ(answered, 20u) << replies;
-    EXPECT_NE(test::readFile(AgentActivityLog::fileURL(support)).find(R"("search_meetings":20)"), std::string::npos);
+    EXPECT_NE(test::readFile(AgentActivityLog::fileURL(support)).find(R"("search_meetings":20)"),
+              std::string::npos);
     std::string feed = test::readFile(AgentActivityFeed::fileURL(support));
     EXPECT_EQ(std::count(feed.begin(), feed.end(), '\n'), 20);
 }

@@ -15,9 +15,11 @@ namespace {
 
 using json = nlohmann::json;
 
-constexpr const char* transcript = "---\ntitle: Pricing review\ndate: 2026-10-01\nparticipants:\n  - Ana\nsource: Zelmor\n---\n\n"
-                                   "## Transcript\n\n**Ana:** The pricing page ships in November.\n";
-constexpr const char* untitled = "---\ndate: 2026-10-02\nsource: Zelmor\n---\n\n## Transcript\n\n**Me:** Pricing again.\n";
+constexpr const char* transcript =
+    "---\ntitle: Pricing review\ndate: 2026-10-01\nparticipants:\n  - Ana\nsource: Zelmor\n---\n\n"
+    "## Transcript\n\n**Ana:** The pricing page ships in November.\n";
+constexpr const char* untitled =
+    "---\ndate: 2026-10-02\nsource: Zelmor\n---\n\n## Transcript\n\n**Me:** Pricing again.\n";
 
 class ToolExecutorTest : public testing::Test {
 protected:
@@ -32,14 +34,18 @@ protected:
         home.write("meetings/2026-10-02.md", untitled);
     }
 
-    json call(const json& params, MCPServer::ActivityAttribution attribution = MCPServer::ActivityAttribution::user,
+    json call(const json& params,
+              MCPServer::ActivityAttribution attribution = MCPServer::ActivityAttribution::user,
               std::optional<std::string> client = "test-client") {
         auto context = std::make_shared<MCPClientContext>();
         context->name = client;
         MCPServer server(TranscriptFolderResolver{home.path(), folder}, attribution, context);
         server.enableAskTool();
         ToolExecutor executor(
-            server, [] { return std::chrono::system_clock::time_point(std::chrono::seconds(1795341600)); }, // 2026-11-22T10:00:00Z
+            server,
+            [] {
+                return std::chrono::system_clock::time_point(std::chrono::seconds(1795341600));
+            }, // 2026-11-22T10:00:00Z
             [] {
                 UErrorCode status = U_ZERO_ERROR;
                 return std::unique_ptr<icu::Calendar>(
@@ -64,7 +70,8 @@ TEST_F(ToolExecutorTest, EveryKnownCallIsCountedOnTheUsersDayEvenWhenItFails) {
     call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}}}});
     call({{"name", "read_meeting"}, {"arguments", {{"path", "/etc/passwd"}}}});
     call({{"name", "list_participants"}});
-    EXPECT_EQ(readFile(countsFile), R"({"2026-11-22":{"list_participants":1,"read_meeting":1,"search_meetings":1}})");
+    EXPECT_EQ(readFile(countsFile),
+              R"({"2026-11-22":{"list_participants":1,"read_meeting":1,"search_meetings":1}})");
 }
 
 TEST_F(ToolExecutorTest, UnknownToolsAndNamelessCallsRecordNothing) {
@@ -86,9 +93,10 @@ TEST_F(ToolExecutorTest, ProbeRunsAreAnsweredButNotRecorded) {
 
 TEST_F(ToolExecutorTest, FeedEntriesDescribeSuccessfulCalls) {
     call({{"name", "search_meetings"}, {"arguments", {{"query", "  pricing \n"}}}});
-    call({{"name", "search_meetings"}, {"arguments", {{"query", " \t"}}}}, MCPServer::ActivityAttribution::zelmorTriggered);
-    call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/2026/Pricing review.md"}}}}, MCPServer::ActivityAttribution::user,
-         std::nullopt);
+    call({{"name", "search_meetings"}, {"arguments", {{"query", " \t"}}}},
+         MCPServer::ActivityAttribution::zelmorTriggered);
+    call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/2026/Pricing review.md"}}}},
+         MCPServer::ActivityAttribution::user, std::nullopt);
     call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/2026/../2026-10-02.md"}}}});
     call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/missing.md"}}}});
     call({{"name", "list_participants"}, {"arguments", {{"path", "ignored"}}}});
@@ -107,17 +115,21 @@ TEST_F(ToolExecutorTest, FeedEntriesDescribeSuccessfulCalls) {
     EXPECT_EQ(entries[3]["path"], folder + "/2026/../2026-10-02.md");
     EXPECT_EQ(entries[4], json::parse(R"({"client":"test-client","tool":"list_participants","triggered":false,
                                           "ts":"2026-11-22T10:00:00Z"})"));
-    EXPECT_EQ(readFile(countsFile), R"({"2026-11-22":{"list_participants":1,"read_meeting":3,"search_meetings":2}})");
+    EXPECT_EQ(readFile(countsFile),
+              R"({"2026-11-22":{"list_participants":1,"read_meeting":3,"search_meetings":2}})");
 }
 
 TEST_F(ToolExecutorTest, AskMeetingsReadsTimePhrasesAgainstTheClockAndFeedsTheQuestion) {
     // The clock stands at 2026-11-22: "last month" is October, which holds only the pricing review.
-    json asked = call({{"name", "ask_meetings"}, {"arguments", {{"question", "What about pricing last month?"}}}});
+    json asked =
+        call({{"name", "ask_meetings"}, {"arguments", {{"question", "What about pricing last month?"}}}});
     const json& data = asked["result"]["structuredContent"];
-    EXPECT_EQ(data["time_scope"], json::parse(R"({"date_from":"2026-10-01","date_to":"2026-10-31","phrases":["last month"]})"));
+    EXPECT_EQ(data["time_scope"],
+              json::parse(R"({"date_from":"2026-10-01","date_to":"2026-10-31","phrases":["last month"]})"));
     ASSERT_EQ(data["count"], 2);
     EXPECT_EQ(data["meetings"][0]["title"], "Pricing review");
-    json earlier = call({{"name", "ask_meetings"}, {"arguments", {{"question", "What about pricing in September?"}}}});
+    json earlier =
+        call({{"name", "ask_meetings"}, {"arguments", {{"question", "What about pricing in September?"}}}});
     EXPECT_EQ(earlier["result"]["structuredContent"]["count"], 0);
     EXPECT_EQ(feed().back()["detail"], "What about pricing in September?");
     EXPECT_EQ(feed().back()["tool"], "ask_meetings");
@@ -132,17 +144,21 @@ TEST_F(ToolExecutorTest, NoActivityFileAppearsWithoutTheSupportFolder) {
 
 TEST_F(ToolExecutorTest, ALinkLeadingOutsideIsNeitherListedNorRead) {
     // What read_meeting refuses, no tool shows: the folder's boundary is the same for all.
-    home.write("outside/Leak.md", "---\ntitle: Leak\ndate: 2026-10-03\nparticipants:\n  - Mallory\nsource: Zelmor\n"
-                                  "---\n\n## Notes\n\npricing\n");
+    home.write("outside/Leak.md",
+               "---\ntitle: Leak\ndate: 2026-10-03\nparticipants:\n  - Mallory\nsource: Zelmor\n"
+               "---\n\n## Notes\n\npricing\n");
     std::filesystem::create_symlink(home / "outside/Leak.md", folder + "/Leak.md");
-    json listed = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}, {"include_content", true}}}});
+    json listed =
+        call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}, {"include_content", true}}}});
     EXPECT_EQ(listed["result"]["isError"], false);
     EXPECT_EQ(listed["result"]["structuredContent"]["total"], 2);
     json people = call({{"name", "list_participants"}});
     EXPECT_EQ(people["result"]["structuredContent"].dump().find("Mallory"), std::string::npos);
     json read = call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/Leak.md"}}}});
-    EXPECT_EQ(read["result"]["content"][0]["text"],
-              "Refused: " + folder + "/Leak.md is outside the transcript folder. Pass a path exactly as returned by search_meetings.");
+    EXPECT_EQ(
+        read["result"]["content"][0]["text"],
+        "Refused: " + folder +
+            "/Leak.md is outside the transcript folder. Pass a path exactly as returned by search_meetings.");
 }
 
 TEST_F(ToolExecutorTest, IncludeContentOfAFileGoneSinceTheSearchIsNotFound) {
@@ -168,14 +184,15 @@ TEST_F(ToolExecutorTest, IncludeContentOfAFileGoneSinceTheSearchIsNotFound) {
     }
     EXPECT_EQ(refusal, MeetingStore::StoreError::notFound(hit.meeting.path));
     // A store error from any row ends the whole call with its message, as the outside link shows.
-    EXPECT_EQ(ToolExecutor::describe(*refusal),
-              "No transcript at " + hit.meeting.path +
-                  ". It may have been renamed or filed into a subfolder \u2014 re-run search_meetings for a fresh path.");
+    EXPECT_EQ(ToolExecutor::describe(*refusal), "No transcript at " + hit.meeting.path +
+                                                    ". It may have been renamed or filed into a subfolder "
+                                                    "\u2014 re-run search_meetings for a fresh path.");
 }
 
 TEST_F(ToolExecutorTest, ArgumentsOfTheWrongTypeFallBackToDefaults) {
-    json reply = call({{"name", "search_meetings"},
-                       {"arguments", {{"query", "pricing"}, {"limit", "1"}, {"offset", "1"}, {"include_content", 1}}}});
+    json reply = call(
+        {{"name", "search_meetings"},
+         {"arguments", {{"query", "pricing"}, {"limit", "1"}, {"offset", "1"}, {"include_content", 1}}}});
     const json& data = reply["result"]["structuredContent"];
     EXPECT_EQ(data["count"], 2);
     EXPECT_EQ(data["offset"], 0);
@@ -188,7 +205,8 @@ TEST_F(ToolExecutorTest, ArgumentsOfTheWrongTypeFallBackToDefaults) {
 TEST(ToolExecutor, TitleOfAReadResultComesFromItsFrontmatter) {
     EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult(transcript)), "Pricing review");
     EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult(untitled)), std::nullopt);
-    EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult("no frontmatter")), std::nullopt);
+    EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult("no frontmatter")),
+              std::nullopt);
     EXPECT_EQ(ToolExecutor::titleFromReadResult(json::object()), std::nullopt);
     EXPECT_EQ(ToolExecutor::titleFromReadResult({{"content", {{{"text", 3}}}}}), std::nullopt);
 }

@@ -11,7 +11,9 @@ class ResolverTest : public testing::Test {
 protected:
     test::TempFolder home;
     TranscriptFolderResolver resolver{home.path(), std::nullopt};
-    void writeSettings(const std::string& json) { home.write("Library/Application Support/Zelmor/config.json", json); }
+    void writeSettings(const std::string& json) {
+        home.write("Library/Application Support/Zelmor/config.json", json);
+    }
 };
 
 TEST_F(ResolverTest, FolderAndMemoryNameFromTheSettingsReadAfreshOnEveryCall) {
@@ -22,15 +24,17 @@ TEST_F(ResolverTest, FolderAndMemoryNameFromTheSettingsReadAfreshOnEveryCall) {
     };
     for (const Row& row : std::vector<Row>{
              {R"({"output_folder_display_path": "   ~/Meetings\n"})", home / "Meetings", "Memory"},
-             {R"({"output_folder_display_path": "~", "engine_folder_name": " Brain "})", home.path(), "Brain"},
+             {R"({"output_folder_display_path": "~", "engine_folder_name": " Brain "})", home.path(),
+              "Brain"},
              {R"({"output_folder_display_path": "/x/~user/y"})", "/x/~user/y", "Memory"},
              {R"({"output_folder_display_path": "/Volumes/Data/../Calls/./"})", "/Volumes/Calls", "Memory"},
              {"{not json", home / "Documents/Zelmor", "Memory"},
              {"[1,2]", home / "Documents/Zelmor", "Memory"},
              {R"("just a string")", home / "Documents/Zelmor", "Memory"},
-             {R"({"output_folder_display_path": 42, "engine_folder_name": 7})", home / "Documents/Zelmor", "Memory"},
-             {R"({"output_folder_display_path": "  \n", "engine_folder_name": "   "})", home / "Documents/Zelmor",
-              "Memory"}}) {
+             {R"({"output_folder_display_path": 42, "engine_folder_name": 7})", home / "Documents/Zelmor",
+              "Memory"},
+             {R"({"output_folder_display_path": "  \n", "engine_folder_name": "   "})",
+              home / "Documents/Zelmor", "Memory"}}) {
         writeSettings(row.settings);
         EXPECT_EQ(resolver.resolve(), row.folder) << row.settings;
         EXPECT_EQ(resolver.memoryFolderName(), row.memory) << row.settings;

@@ -52,7 +52,8 @@ std::string substituted(std::string text, const std::string& home, Context conte
 
 std::vector<std::string> caseFiles() {
     std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(std::string(ZELMOR_SOURCE_DIR) + "/tests/protocol/cases"))
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::string(ZELMOR_SOURCE_DIR) + "/tests/protocol/cases"))
         if (entry.path().extension() == ".test") files.push_back(entry.path().filename().string());
     std::sort(files.begin(), files.end());
     return files;
@@ -64,7 +65,8 @@ TEST_P(ProtocolFile, RepliesMatchByteForByte) {
     TempFolder home;
     std::string text = readFile(std::string(ZELMOR_SOURCE_DIR) + "/tests/protocol/cases/" + GetParam());
     ProcessOptions options;
-    options.environment = std::map<std::string, std::string>{{"HOME", home.path()}, {"PATH", "/usr/bin:/bin"}};
+    options.environment =
+        std::map<std::string, std::string>{{"HOME", home.path()}, {"PATH", "/usr/bin:/bin"}};
     std::string expected;
     std::vector<std::string> stderrNeedles;
     int expectedExit = 0;
@@ -116,7 +118,8 @@ TEST_P(ProtocolFile, RepliesMatchByteForByte) {
     EXPECT_EQ(result.out, expected);
     EXPECT_EQ(result.exitStatus, expectedExit);
     EXPECT_EQ(result.signal, 0);
-    for (const auto& needle : stderrNeedles) EXPECT_NE(result.err.find(needle), std::string::npos) << result.err;
+    for (const auto& needle : stderrNeedles)
+        EXPECT_NE(result.err.find(needle), std::string::npos) << result.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ProtocolFile, testing::ValuesIn(caseFiles()),

@@ -46,8 +46,10 @@ Spawned spawn(const std::string& executable, const ProcessOptions& options) {
         ::dup2(out[1], 1);
         ::dup2(err[1], 2);
         for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) ::close(fd);
-        if (options.environment) ::execve(argv[0], argv.data(), envp.data());
-        else ::execv(argv[0], argv.data());
+        if (options.environment)
+            ::execve(argv[0], argv.data(), envp.data());
+        else
+            ::execv(argv[0], argv.data());
         ::_exit(127);
     }
     ::close(in[0]);
@@ -172,7 +174,8 @@ std::string RunningProcess::takeLines(size_t count, std::chrono::milliseconds pa
         return end;
     };
     while (!endOfLines()) {
-        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
+                                                                          std::chrono::steady_clock::now());
         if (left.count() <= 0 || !pump(static_cast<int>(left.count()))) break;
     }
     std::optional<size_t> end = endOfLines();
@@ -228,8 +231,10 @@ std::optional<std::string> runInChild(const std::function<std::string()>& work, 
     char buffer[65536];
     while (true) {
         ssize_t n = ::read(channel[0], buffer, sizeof buffer);
-        if (n > 0) text.append(buffer, static_cast<size_t>(n));
-        else if (n == 0 || errno != EINTR) break;
+        if (n > 0)
+            text.append(buffer, static_cast<size_t>(n));
+        else if (n == 0 || errno != EINTR)
+            break;
     }
     ::close(channel[0]);
     int status = 0;

@@ -70,7 +70,8 @@ std::string joined(const std::vector<std::string>& words, const char* separator)
 }
 
 std::string rangeText(const AnswerScope& scope) {
-    if (scope.lastN) return "the last " + std::to_string(*scope.lastN) + (*scope.lastN == 1 ? " meeting" : " meetings");
+    if (scope.lastN)
+        return "the last " + std::to_string(*scope.lastN) + (*scope.lastN == 1 ? " meeting" : " meetings");
     std::string from = scope.dateFrom.value_or(""), to = scope.dateTo.value_or("");
     if (!from.empty() && !to.empty()) return from == to ? from : from + " to " + to;
     if (!from.empty()) return "meetings since " + from;
@@ -90,8 +91,8 @@ struct Answer {
     std::vector<QuestionRanking::Hit> hits;
 };
 
-Answer answer(const std::vector<MeetingStore::Meeting>& meetings, const AnswerScope& scope, const std::string& question,
-              const std::optional<SpeakerIdentity>& user) {
+Answer answer(const std::vector<MeetingStore::Meeting>& meetings, const AnswerScope& scope,
+              const std::string& question, const std::optional<SpeakerIdentity>& user) {
     Answer result;
     result.scanned = MeetingStore::admitted(meetings, scope);
     std::vector<const TranscriptDocument*> documents;
@@ -111,7 +112,8 @@ int runAsk(const AskSettings& settings) {
     std::string question = joined(settings.words, " ");
     std::string home = platform::homeDirectory();
     TranscriptFolderResolver resolver{home, std::nullopt};
-    if (!settings.folder.empty()) resolver.overrideFolder = platform::absolutePath(platform::expandTilde(settings.folder, home));
+    if (!settings.folder.empty())
+        resolver.overrideFolder = platform::absolutePath(platform::expandTilde(settings.folder, home));
     MeetingStore store(resolver.resolve(), resolver.memoryFolderName());
 
     std::vector<MeetingStore::Meeting> meetings;
@@ -140,8 +142,8 @@ int runAsk(const AskSettings& settings) {
     AnswerScope scope = window ? parse.scope.merging(window->scope()) : parse.scope;
     Answer result = answer(meetings, scope, parse.strippedQuestion, user);
     while (window) {
-        auto wider = ScopingPolicy::widen(*window, static_cast<int>(result.hits.size()), thinBelow, wideningSteps, now,
-                                          *calendar);
+        auto wider = ScopingPolicy::widen(*window, static_cast<int>(result.hits.size()), thinBelow,
+                                          wideningSteps, now, *calendar);
         if (!wider) break;
         window = std::move(wider);
         scope = parse.scope.merging(window->scope());
@@ -191,11 +193,13 @@ int runAsk(const AskSettings& settings) {
     for (const auto& hit : result.hits) {
         const auto& meeting = *result.scanned[hit.index];
         std::string title = meeting.doc.title.empty() ? "(untitled)" : meeting.doc.title;
-        std::cout << "\n" << ++rank << ". " << printable(title) << " \u2014 " << meeting.doc.date << "\n"
+        std::cout << "\n"
+                  << ++rank << ". " << printable(title) << " \u2014 " << meeting.doc.date << "\n"
                   << "   " << printable(meeting.path) << "\n"
-                  << "   relevance " << formatted(hit.relevance) << ", " << hit.matchedKeywords.size() << " of "
-                  << keywords.size() << (keywords.size() == 1 ? " keyword" : " keywords") << "\n";
-        for (const auto& snippet : QuestionRanking::snippets(meeting.doc, hit)) std::cout << "   " << printable(snippet) << "\n";
+                  << "   relevance " << formatted(hit.relevance) << ", " << hit.matchedKeywords.size()
+                  << " of " << keywords.size() << (keywords.size() == 1 ? " keyword" : " keywords") << "\n";
+        for (const auto& snippet : QuestionRanking::snippets(meeting.doc, hit))
+            std::cout << "   " << printable(snippet) << "\n";
     }
     return 0;
 }
@@ -205,10 +209,14 @@ int runAsk(const AskSettings& settings) {
 void registerAskCommand(CLI::App& app, int& exitStatus) {
     auto settings = std::make_shared<AskSettings>();
     CLI::App* command = app.add_subcommand("ask", "Find the meetings that answer a question, with snippets.");
-    command->add_option("question", settings->words, "The question, e.g. \"what did we decide about pricing last month?\"")
+    command
+        ->add_option("question", settings->words,
+                     "The question, e.g. \"what did we decide about pricing last month?\"")
         ->required();
-    command->add_option("--folder", settings->folder, "Transcripts folder (default: the folder zelmor-mcp serves)");
-    command->add_option("--as", settings->userName, "Your name as it appears in transcripts, to favour meetings you spoke in");
+    command->add_option("--folder", settings->folder,
+                        "Transcripts folder (default: the folder zelmor-mcp serves)");
+    command->add_option("--as", settings->userName,
+                        "Your name as it appears in transcripts, to favour meetings you spoke in");
     command->add_option("--limit", settings->limit, "Most meetings to show (default 5)");
     command->add_flag("--json", settings->json, "Print one JSON object instead of text");
     command->footer(askFooter);

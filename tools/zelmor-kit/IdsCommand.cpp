@@ -43,8 +43,8 @@ int runIds(const std::string& file) {
     const auto turns = MarkdownTranscriptParser::parse(*text)->turns;
     const auto identifiers = TranscriptTurnID::ids(turns);
     for (size_t i = 0; i < turns.size(); ++i) {
-        std::cout << identifiers[i] << "\t" << printable(turns[i].speaker) << "\t" << printable(preview(turns[i].text))
-                  << "\n";
+        std::cout << identifiers[i] << "\t" << printable(turns[i].speaker) << "\t"
+                  << printable(preview(turns[i].text)) << "\n";
     }
     return 0;
 }

@@ -42,8 +42,9 @@ constexpr const char* importFooter =
 int runImport(const ImportSettings& settings) {
     std::string home = platform::homeDirectory();
     TranscriptFolderResolver resolver{home, std::nullopt};
-    std::string into = settings.into.empty() ? resolver.resolve()
-                                             : platform::absolutePath(platform::expandTilde(settings.into, home));
+    std::string into = settings.into.empty()
+                           ? resolver.resolve()
+                           : platform::absolutePath(platform::expandTilde(settings.into, home));
     if (platform::exists(into) && !platform::isDirectory(into)) {
         std::cerr << "zelmor-kit import: " << printable(into) << " is not a folder\n";
         return 1;
@@ -82,7 +83,8 @@ int runImport(const ImportSettings& settings) {
             auto progress = [](size_t position, size_t count, const std::string& file) {
                 std::cerr << "[" << position << "/" << count << "] " << printable(file) << "\n";
             };
-            for (auto& outcome : Runner::importFolder(source, into, resolver.memoryFolderName(), options, progress)) {
+            for (auto& outcome :
+                 Runner::importFolder(source, into, resolver.memoryFolderName(), options, progress)) {
                 std::cout << printable(Runner::describe(outcome)) << "\n";
                 outcomes.push_back(std::move(outcome));
             }
@@ -109,7 +111,8 @@ int runImport(const ImportSettings& settings) {
 
 void registerImportCommand(CLI::App& app, int& exitStatus) {
     auto settings = std::make_shared<ImportSettings>();
-    CLI::App* command = app.add_subcommand("import", "Import transcript exports of other meeting tools as Zelmor transcripts.");
+    CLI::App* command = app.add_subcommand(
+        "import", "Import transcript exports of other meeting tools as Zelmor transcripts.");
     command->add_option("SOURCE", settings->sources, "Export files or folders to import")->required();
     command->add_option("--into", settings->into,
                         "Folder to write the transcripts into (default: the folder zelmor-mcp serves)");

@@ -24,7 +24,9 @@ constexpr const char* tidyFooter =
     "file is left alone), hidden files and folders are skipped, and files without the marker (your\n"
     "own notes) are never touched. Without --yes the command only lists what it would move.";
 
-std::string plural(size_t count) { return std::to_string(count) + (count == 1 ? " plain-text twin" : " plain-text twins"); }
+std::string plural(size_t count) {
+    return std::to_string(count) + (count == 1 ? " plain-text twin" : " plain-text twins");
+}
 
 int runTidy(const TidySettings& settings) {
     std::string home = platform::homeDirectory();
@@ -42,7 +44,8 @@ int runTidy(const TidySettings& settings) {
     }
     for (const std::string& twin : twins) std::cout << printable(twin) << "\n";
     if (!settings.confirmed) {
-        std::cout << plural(twins.size()) << " would be moved to the trash. Run again with --yes to move them.\n";
+        std::cout << plural(twins.size())
+                  << " would be moved to the trash. Run again with --yes to move them.\n";
         return 0;
     }
     size_t moved = TxtTwinTidy::trash(twins, platform::TrashOwner::currentUser());
@@ -60,8 +63,10 @@ void registerTidyCommand(CLI::App& app, int& exitStatus) {
     auto settings = std::make_shared<TidySettings>();
     CLI::App* command =
         app.add_subcommand("tidy", "List plain-text twins of Zelmor transcripts and move them to the trash.");
-    command->add_option("--folder", settings->folder, "Folder to tidy (default: the folder zelmor-mcp serves)");
-    command->add_flag("--yes", settings->confirmed, "Move the listed files to the trash instead of only listing them");
+    command->add_option("--folder", settings->folder,
+                        "Folder to tidy (default: the folder zelmor-mcp serves)");
+    command->add_flag("--yes", settings->confirmed,
+                      "Move the listed files to the trash instead of only listing them");
     command->footer(tidyFooter);
     command->callback([settings, &exitStatus] { exitStatus = runTidy(*settings); });
 }

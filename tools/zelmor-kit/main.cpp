@@ -1,6 +1,6 @@
 // zelmor-kit: one table of subcommands, each registered from its own file.
-#include "ZelmorVersion.h"
 #include "Commands.h"
+#include "ZelmorVersion.h"
 
 #include <iostream>
 
@@ -11,15 +11,9 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     int exitStatus = 0;
     static constexpr Registration registrations[] = {
-        registerAskCommand,
-        registerImportCommand,
-        registerTidyCommand,
-        registerIdsCommand,
-        registerLocateCommand,
-        registerRenameSpeakerCommand,
-        registerSetTitleCommand,
-        registerSetNotesCommand,
-        registerSetSectionsCommand,
+        registerAskCommand,      registerImportCommand,   registerTidyCommand,
+        registerIdsCommand,      registerLocateCommand,   registerRenameSpeakerCommand,
+        registerSetTitleCommand, registerSetNotesCommand, registerSetSectionsCommand,
         registerDoctorCommand,
     };
     for (Registration add : registrations) {
