@@ -15,10 +15,10 @@ logs="$PWD/build/logs"
 mkdir -p "$logs"
 
 # What building anything needs, then what each preset adds: the tests (GoogleTest; dpkg-dev,
-# file and lintian for the package checks; Node.js for the MCP client library test), the
-# benchmarks, the Debian package, the fuzzers.
+# file and lintian for the package checks; clang-format for the format check; Node.js for the
+# MCP client library test), the benchmarks, the Debian package, the fuzzers.
 packages=(cmake ninja-build g++ libicu-dev nlohmann-json3-dev libssl-dev libcli11-dev)
-tests=(libgtest-dev dpkg-dev file lintian ca-certificates)
+tests=(libgtest-dev dpkg-dev file lintian clang-format ca-certificates)
 command -v node >/dev/null && command -v npm >/dev/null || tests+=(nodejs npm)
 case "$preset" in
     debug | sanitize) packages+=("${tests[@]}") ;;
