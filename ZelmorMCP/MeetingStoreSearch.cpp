@@ -4,6 +4,7 @@
 // and snippets are made only for the page returned.
 #include "ZelmorMCP/MeetingStore.h"
 
+#include "ZelmorMarkdownKit/ASCII.h"
 #include "ZelmorMarkdownKit/AnswerScope.h"
 #include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/FoldedNeedle.h"
@@ -66,10 +67,7 @@ std::vector<std::string> snippetsOf(const std::string& path, const std::vector<s
 } // namespace
 
 bool MeetingStore::SearchFilters::ordersByRelevance() const {
-    if (!sort) return false;
-    std::string lowered = *sort;
-    for (char& c : lowered) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-    return lowered == "relevance";
+    return sort && ASCII::lowercased(*sort) == "relevance";
 }
 
 std::optional<TranscriptDocument> MeetingStore::readAgain(const std::string& path) {

@@ -32,10 +32,6 @@ bool isASCIILetter(unsigned char c) {
     return c >= 'a' && c <= 'z';
 }
 
-bool isASCII(std::string_view text) {
-    return UTF8::firstNonASCII(text) == text.size();
-}
-
 } // namespace
 
 FoldedNeedle::FoldedNeedle(std::string folded) : needle(std::move(folded)) {
@@ -114,7 +110,7 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
         return all;
     };
     if (last + 1 - from < 16) {
-        if (nonASCII) *nonASCII = !isASCII(text);
+        if (nonASCII) *nonASCII = !UTF8::isASCII(text);
         for (size_t start = from; start <= last; ++start)
             if (matchesAt(data + start)) return true;
         return false;
@@ -158,8 +154,8 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
         std::uint64_t halves[2];
         std::memcpy(halves, &seen, 16);
         *nonASCII = ((halves[0] | halves[1]) & 0x8080808080808080ULL) != 0 ||
-                    (!endsLoaded &&
-                     (!isASCII(text.substr(0, from + anchor)) || !isASCII(text.substr(last + 1 + anchor))));
+                    (!endsLoaded && (!UTF8::isASCII(text.substr(0, from + anchor)) ||
+                                     !UTF8::isASCII(text.substr(last + 1 + anchor))));
     }
     return false;
 }
@@ -207,7 +203,7 @@ std::optional<bool> FoldedNeedle::acrossOneLetter(std::string_view text, size_t 
         const size_t before = j, after = needle.size() - j - 1;
         std::string_view left = text.substr(start >= before ? start - before : 0, std::min(start, before));
         std::string_view right = text.substr(end, after);
-        if (!isASCII(left) || !isASCII(right)) {
+        if (!UTF8::isASCII(left) || !UTF8::isASCII(right)) {
             unsure = true; // bytes and folded letters need not pair up there
             continue;
         }

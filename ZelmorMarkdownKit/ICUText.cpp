@@ -2,6 +2,7 @@
 // UTF-8 bytes so that matches come back as views into the original string.
 #include "ZelmorMarkdownKit/ICUText.h"
 
+#include "ZelmorMarkdownKit/ASCII.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 #include "ZelmorMarkdownKit/Utf16Text.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
@@ -108,14 +109,8 @@ std::string Pattern::replacing(std::string_view text, std::string_view replaceme
 }
 
 std::string lowercased(std::string_view text) {
-    bool ascii = true;
-    for (char c : text) ascii = ascii && static_cast<unsigned char>(c) < 0x80;
+    if (UTF8::isASCII(text)) return ASCII::lowercased(std::string(text));
     std::string out;
-    if (ascii) {
-        out.reserve(text.size());
-        for (char c : text) out += (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-        return out;
-    }
     icu::UnicodeString units = Utf16Text(text).units;
     units.toLower(icu::Locale::getRoot());
     units.toUTF8String(out);

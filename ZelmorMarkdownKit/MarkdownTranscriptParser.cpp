@@ -1,6 +1,7 @@
 // One pass over the frontmatter lines and one over the body's heading characters; it runs on
 // every file of every scan, so it works on views of the text and copies only the values it keeps.
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/ASCII.h"
 
 #include "ZelmorMarkdownKit/Whitespace.h"
 
@@ -90,11 +91,6 @@ std::optional<double> decimalValue(std::string_view value) {
     return std::strtod(std::string(value).c_str(), nullptr);
 }
 
-std::string lowercasedASCII(std::string value) {
-    for (char& c : value) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-    return value;
-}
-
 std::vector<std::string> parseInlineTags(std::string_view value) {
     std::vector<std::string> tags;
     if (value.size() >= 2 && value.front() == '[' && value.back() == ']') {
@@ -143,7 +139,7 @@ constexpr KeyRule keyRules[] = {
     {"status", [](std::string_view v, FrontmatterState& s) { s.doc.status = v; }},
     {"private",
      [](std::string_view v, FrontmatterState& s) {
-         std::string flag = lowercasedASCII(unquoted(v));
+         std::string flag = ASCII::lowercased(unquoted(v));
          s.doc.isPrivate = flag == "true" || flag == "yes" || flag == "1";
      }},
     {"calendar_event_id",

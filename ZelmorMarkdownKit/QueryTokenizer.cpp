@@ -2,6 +2,7 @@
 // ASCII text, the common case, is segmented and folded without ICU; the rules below give the
 // same words as ICU's word breaks would (tests hold the two paths to each other).
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
+#include "ZelmorMarkdownKit/ASCII.h"
 
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
@@ -75,29 +76,8 @@ constexpr std::pair<std::string_view, std::string_view> lemmaOverrideList[] = {
     {"prioritized", "priority"}, {"prioritise", "priority"},
 };
 
-bool isASCII(std::string_view text) {
-    for (char c : text) {
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
-    }
-    return true;
-}
-
 size_t characters(std::string_view text) {
-    return isASCII(text) ? text.size() : ICUText::characterCount(text);
-}
-
-constexpr bool isASCIILetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-constexpr bool isASCIIDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-char lowerASCII(char c) {
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
-bool endsWith(std::string_view text, std::string_view suffix) {
-    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+    return UTF8::isASCII(text) ? text.size() : ICUText::characterCount(text);
 }
 
 /// Whether at least `least` characters stand before the suffix.
@@ -126,7 +106,7 @@ const icu::RegexPattern& oneOnOnePattern() {
 bool startsWithIgnoringASCIICase(std::string_view text, size_t at, std::string_view prefix) {
     if (text.size() - at < prefix.size()) return false;
     for (size_t i = 0; i < prefix.size(); ++i) {
-        if (lowerASCII(text[at + i]) != prefix[i]) return false;
+        if (ASCII::lower(text[at + i]) != prefix[i]) return false;
     }
     return true;
 }
@@ -242,9 +222,9 @@ const ASCIIClasses& asciiClasses() {
         made.fill(ASCIIClass::other);
         for (int c = 0; c < 128; ++c) {
             auto byte = static_cast<size_t>(c);
-            if (isASCIILetter(static_cast<char>(c)))
+            if (ASCII::isLetter(static_cast<char>(c)))
                 made[byte] = ASCIIClass::letter;
-            else if (isASCIIDigit(static_cast<char>(c)))
+            else if (ASCII::isDigit(static_cast<char>(c)))
                 made[byte] = ASCIIClass::digit;
         }
         made['_'] = ASCIIClass::underscore;
@@ -358,11 +338,11 @@ std::vector<Word> collectWords(std::string_view text,
 
 std::string normalizeASCII(std::string_view word) {
     std::string_view kept =
-        endsWith(word, "'s") || endsWith(word, "'S") ? word.substr(0, word.size() - 2) : word;
+        word.ends_with("'s") || word.ends_with("'S") ? word.substr(0, word.size() - 2) : word;
     std::string out;
     out.reserve(kept.size());
     for (char c : kept) {
-        if (isASCIILetter(c) || isASCIIDigit(c)) out += lowerASCII(c);
+        if (ASCII::isLetter(c) || ASCII::isDigit(c)) out += ASCII::lower(c);
     }
     return out;
 }
@@ -393,12 +373,12 @@ const std::unordered_map<std::string_view, std::string_view>& lemmaOverrides() {
 }
 
 std::string normalize(std::string_view word) {
-    if (isASCII(word)) return normalizeASCII(word);
+    if (UTF8::isASCII(word)) return normalizeASCII(word);
     std::string folded = TextFolding::folded(word);
     std::string_view kept = folded;
-    if (endsWith(kept, "'s"))
+    if (kept.ends_with("'s"))
         kept.remove_suffix(2);
-    else if (endsWith(kept, "\u2019s"))
+    else if (kept.ends_with("\u2019s"))
         kept.remove_suffix(4);
     std::string out;
     out.reserve(kept.size());
@@ -431,22 +411,22 @@ std::string stem(std::string_view word) {
     if (auto found = lemmaOverrides().find(word); found != lemmaOverrides().end())
         return std::string(found->second);
     std::string w(word);
-    if (endsWith(w, "ies") && keepsAtLeast(w, "ies", minPluralStem)) {
+    if (w.ends_with("ies") && keepsAtLeast(w, "ies", minPluralStem)) {
         w.replace(w.size() - 3, 3, "y");
     } else if (std::string_view base = std::string_view(w).substr(0, w.size() >= 2 ? w.size() - 2 : 0);
-               endsWith(w, "es") && keepsAtLeast(w, "es", minPluralStem) &&
-               (endsWith(base, "x") || endsWith(base, "z") || endsWith(base, "ch") || endsWith(base, "sh"))) {
+               w.ends_with("es") && keepsAtLeast(w, "es", minPluralStem) &&
+               (base.ends_with("x") || base.ends_with("z") || base.ends_with("ch") || base.ends_with("sh"))) {
         w.resize(w.size() - 2);
-    } else if (endsWith(w, "s") && !endsWith(w, "ss") && !endsWith(w, "us") && !endsWith(w, "sis") &&
+    } else if (w.ends_with("s") && !w.ends_with("ss") && !w.ends_with("us") && !w.ends_with("sis") &&
                keepsAtLeast(w, "s", minPluralStem)) {
         w.pop_back();
     }
-    if (endsWith(w, "ing") && keepsAtLeast(w, "ing", minStem)) {
+    if (w.ends_with("ing") && keepsAtLeast(w, "ing", minStem)) {
         w = undouble(std::string_view(w).substr(0, w.size() - 3));
-    } else if (endsWith(w, "ed") && keepsAtLeast(w, "ed", minStem)) {
+    } else if (w.ends_with("ed") && keepsAtLeast(w, "ed", minStem)) {
         w = undouble(std::string_view(w).substr(0, w.size() - 2));
     }
-    if (endsWith(w, "e") && keepsAtLeast(w, "e", minStem)) w.pop_back();
+    if (w.ends_with("e") && keepsAtLeast(w, "e", minStem)) w.pop_back();
     return w;
 }
 
@@ -461,7 +441,7 @@ std::optional<std::string> oneOnOneShadow(std::string_view text) {
 
 void forEachSegment(std::string_view text, const SegmentVisitor& visit) {
     std::vector<TextRange> segments;
-    if (isASCII(text))
+    if (UTF8::isASCII(text))
         forEachASCIISegmentOf(text, segments, visit);
     else
         forEachSegmentUsingICU(text, visit);
@@ -482,7 +462,7 @@ const std::vector<int>& WordCache::tags(std::string_view text) {
     auto add = [&](std::string_view segment, TextRange) {
         if (int32_t tag = tagOf(segment); tag != notAWord) tags_.push_back(tag);
     };
-    if (isASCII(text))
+    if (UTF8::isASCII(text))
         forEachASCIISegmentOf(text, segments_, add);
     else
         forEachSegmentUsingICU(text, add);

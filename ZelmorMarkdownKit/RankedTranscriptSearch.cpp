@@ -93,16 +93,9 @@ private:
     std::vector<size_t> starts_;
 };
 
-bool isASCII(std::string_view text) {
-    for (char c : text) {
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
-    }
-    return true;
-}
-
 /// The original range behind a folded position of a text; ASCII folds byte for byte.
 TextRange originalRange(std::string_view text, size_t foldedStart, size_t foldedLength) {
-    if (isASCII(text)) return {foldedStart, foldedStart + foldedLength};
+    if (UTF8::isASCII(text)) return {foldedStart, foldedStart + foldedLength};
     return TextFolding::foldedWithSources(text).originalRange(foldedStart, foldedStart + foldedLength);
 }
 

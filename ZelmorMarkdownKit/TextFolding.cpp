@@ -2,6 +2,7 @@
 // common code points are folded once into a table so ICU stays off the hot path.
 #include "ZelmorMarkdownKit/TextFolding.h"
 
+#include "ZelmorMarkdownKit/ASCII.h"
 #include "ZelmorMarkdownKit/UTF8.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
@@ -67,7 +68,7 @@ template <typename OnFolded> void foldEach(std::string_view text, std::string& o
         size_t start = at;
         size_t before = out.size();
         if (byte < 0x80) {
-            out += static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte);
+            out += ASCII::lower(static_cast<char>(byte));
             ++at;
         } else {
             char32_t c = UTF8::decode(text, at);
@@ -92,7 +93,7 @@ void appendFolded(std::string_view text, std::string& out) {
         out.resize(written + (run - at));
         for (char* cursor = out.data() + written; at < run; ++at, ++cursor) {
             char c = text[at];
-            *cursor = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
+            *cursor = ASCII::lower(c);
         }
         if (at == text.size()) break;
         size_t next = at;

@@ -39,17 +39,9 @@ template <typename Lines> std::string joinLines(const Lines& lines, std::string_
     return out;
 }
 
-bool startsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
-bool endsWith(std::string_view text, std::string_view suffix) {
-    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
-}
-
 bool isCommentLine(std::string_view line) {
     std::string_view trimmed = Whitespace::trimSpacesAndTabs(line);
-    return startsWith(trimmed, "<!--") && endsWith(trimmed, "-->");
+    return trimmed.starts_with("<!--") && trimmed.ends_with("-->");
 }
 
 /// Where "## Transcript" ends and the first closing marker after it starts.
@@ -87,7 +79,7 @@ bool opensBlock(std::string_view header) {
 
 /// The header a line is the heading of, if any; a "\r" before the line break is allowed.
 std::optional<std::string_view> headingOf(std::string_view line) {
-    if (endsWith(line, "\r")) line.remove_suffix(1);
+    if (line.ends_with("\r")) line.remove_suffix(1);
     return canonicalRank(line) >= 0 ? std::optional(line) : std::nullopt;
 }
 
@@ -163,7 +155,7 @@ std::string renameSpeaker(std::string_view text, std::string_view from, std::str
 
     std::vector<std::string> lines;
     for (std::string_view line : splitLines(text)) {
-        if (startsWith(line, turnPrefix))
+        if (line.starts_with(turnPrefix))
             lines.push_back(newTurnPrefix + std::string(line.substr(turnPrefix.size())));
         else if (line == listLine)
             lines.push_back(newListLine);
@@ -176,7 +168,7 @@ std::string renameSpeaker(std::string_view text, std::string_view from, std::str
 std::string setTitle(std::string_view text, std::string_view title) {
     std::vector<std::string_view> lines = splitLines(text);
     auto titleLine =
-        std::find_if(lines.begin(), lines.end(), [](std::string_view l) { return startsWith(l, "title:"); });
+        std::find_if(lines.begin(), lines.end(), [](std::string_view l) { return l.starts_with("title:"); });
     if (titleLine == lines.end()) return std::string(text);
 
     std::string value;
@@ -256,7 +248,7 @@ std::optional<std::string> machineProvenance(std::string_view text) {
     std::vector<std::string_view> lines = splitLines(trim(blockInside(text, *block)));
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
         std::string_view trimmed = Whitespace::trimSpacesAndTabs(*line);
-        if (startsWith(trimmed, provenancePrefix) && endsWith(trimmed, "-->")) return std::string(trimmed);
+        if (trimmed.starts_with(provenancePrefix) && trimmed.ends_with("-->")) return std::string(trimmed);
     }
     return std::nullopt;
 }

@@ -2,6 +2,8 @@
 // block of AI sections after the transcript. Pure functions: the caller reads and writes the file.
 #pragma once
 
+#include "ZelmorMarkdownKit/TextRange.h"
+
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
 
 #include <cstddef>
@@ -18,11 +20,7 @@ inline constexpr std::string_view enhancedBlockEndMarker = MarkdownTranscriptPar
 inline constexpr std::string_view blockStartHeaders[] = {"## Summary", "## Action Items", "## Key Moments"};
 
 /// Half-open range of UTF-8 byte offsets into the text.
-struct ByteRange {
-    size_t start = 0;
-    size_t end = 0;
-    bool operator==(const ByteRange&) const = default;
-};
+using ByteRange = TextRange;
 
 /// Renames every turn labelled "**old:**" at a line start and every frontmatter item written
 /// exactly "  - old". Unchanged when either label is empty or both are the same.

@@ -42,10 +42,6 @@ constexpr FormatNames formatNames[] = {
 /// Detection looks at no more than this many characters for headers and format words.
 constexpr size_t detectionHeadLength = 4000;
 
-bool startsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
@@ -69,7 +65,7 @@ std::string_view baseName(std::string_view filename) {
 
 /// Whether a line names a speaker, by the bold, inline and export rules in detection's order.
 bool isSpeakerLine(std::string_view line) {
-    bool bold = startsWith(line, "**") && contains(line, ":**");
+    bool bold = line.starts_with("**") && contains(line, ":**");
     if (bold) {
         size_t close = line.find(":**", 2);
         if (isPlausibleName(Whitespace::trimSpacesAndTabs(line.substr(2, close - 2)))) return true;
@@ -165,7 +161,7 @@ std::optional<Format> detect(std::string_view text) {
     std::string_view head = ICUText::prefixCharacters(text, detectionHeadLength);
     if (looksLikeTranscriptJSON(text)) return Format::genericJSON;
     if (looksLikeCSVExport(text)) return Format::granolaCSV;
-    if (startsWith(head, "WEBVTT") || contains(head, "\nWEBVTT")) return Format::webVTT;
+    if (head.starts_with("WEBVTT") || contains(head, "\nWEBVTT")) return Format::webVTT;
     if (hasSRTCue(head)) return Format::srt;
     if (contains(head, "-->")) return Format::webVTT;
     std::vector<std::string_view> lines = split(text, "\n");

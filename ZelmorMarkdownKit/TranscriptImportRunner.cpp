@@ -1,6 +1,7 @@
 // File and folder imports. The provenance line written by the renderer is what makes a second
 // run safe: a destination that names its source is reported, never rewritten.
 #include "ZelmorMarkdownKit/TranscriptImportRunner.h"
+#include "ZelmorMarkdownKit/ASCII.h"
 
 #include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/TranscriptImportRendering.h"
@@ -47,11 +48,6 @@ std::string stemOf(const std::string& path) {
     return name.substr(0, dot);
 }
 
-std::string asciiLowercased(std::string text) {
-    for (char& c : text) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-    return text;
-}
-
 std::string samePlace(const std::string& path) {
     return platform::standardizePath(platform::absolutePath(path));
 }
@@ -78,7 +74,7 @@ std::string firstFreeName(const std::string& source, const std::string& folder, 
 
 Names singleNames(const std::string& source) {
     std::string stem = stemOf(source);
-    std::string extension = asciiLowercased(extensionOf(source));
+    std::string extension = ASCII::lowercased(extensionOf(source));
     // A markdown source imported into its own folder must never collide with itself.
     bool markdown = extension == "md" || extension == "markdown";
     return {markdown ? stem + " (imported).md" : stem + ".md",
@@ -247,7 +243,7 @@ std::vector<FileOutcome> importFolder(const std::string& source,
     memoryInfix.append(memoryFolderName).append("/");
     std::vector<std::string> candidates;
     for (const std::string& path : *listed) {
-        std::string extension = asciiLowercased(extensionOf(path));
+        std::string extension = ASCII::lowercased(extensionOf(path));
         bool candidate = std::find(std::begin(candidateExtensions), std::end(candidateExtensions),
                                    extension) != std::end(candidateExtensions);
         if (!candidate || path.find(memoryInfix) != std::string::npos ||

@@ -13,10 +13,6 @@ namespace zelmor::TranscriptImport {
 
 namespace {
 
-bool startsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 const ICUText::Pattern& tagPattern() {
     static const ICUText::Pattern pattern("<[^>]+>");
     return pattern;
@@ -133,7 +129,7 @@ std::string stripBullet(std::string_view line) {
     for (bool stripped = true; stripped;) {
         stripped = false;
         for (std::string_view marker : markers) {
-            if (startsWith(rest, marker)) {
+            if (rest.starts_with(marker)) {
                 rest = Whitespace::trim(rest.substr(marker.size()));
                 stripped = true;
             }
@@ -151,7 +147,7 @@ std::optional<SpeakerLine> inlineSpeaker(std::string_view line) {
 }
 
 std::optional<SpeakerLine> markdownSpeakerLine(std::string_view line) {
-    if (!startsWith(line, "**")) return std::nullopt;
+    if (!line.starts_with("**")) return std::nullopt;
     size_t close = line.find(":**", 2);
     if (close == std::string_view::npos) return std::nullopt;
     std::string_view name = Whitespace::trim(line.substr(2, close - 2));
@@ -161,16 +157,16 @@ std::optional<SpeakerLine> markdownSpeakerLine(std::string_view line) {
 
 std::optional<SpeakerLine> exportSpeechLine(std::string_view line) {
     std::string_view rest = Whitespace::trim(line);
-    bool mic = startsWith(rest, "[MIC]");
-    if (mic || startsWith(rest, "[SYS]")) {
+    bool mic = rest.starts_with("[MIC]");
+    if (mic || rest.starts_with("[SYS]")) {
         std::string_view spoken = Whitespace::trim(rest.substr(5));
         std::string untimed = leadingTimestampPattern().replacingFirst(spoken, "");
         return SpeakerLine{mic ? "Me" : "Them", std::string(Whitespace::trim(untimed))};
     }
-    while (startsWith(rest, "- ") || startsWith(rest, "* ") || startsWith(rest, "> ")) {
+    while (rest.starts_with("- ") || rest.starts_with("* ") || rest.starts_with("> ")) {
         rest = Whitespace::trim(rest.substr(2));
     }
-    if (startsWith(rest, "**")) {
+    if (rest.starts_with("**")) {
         if (auto bold = markdownSpeakerLine(rest)) return bold;
     }
     auto match = timedSpeechPattern().firstMatch(rest);

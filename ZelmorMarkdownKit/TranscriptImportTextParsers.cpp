@@ -12,10 +12,6 @@ namespace {
 
 using Turn = TranscriptDocument::Turn;
 
-bool startsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
@@ -43,13 +39,13 @@ struct CueLine {
 };
 
 CueLine readCueLine(std::string_view line) {
-    if (startsWith(line, "<v")) {
+    if (line.starts_with("<v")) {
         size_t close = line.find('>');
         if (close != std::string_view::npos) {
             std::string_view inside = line.substr(2, close - 2);
             // "<v.loud Ana>" carries a class before the name; "<v Ana>" only the name.
             std::string_view name = inside;
-            if (startsWith(inside, ".")) {
+            if (inside.starts_with(".")) {
                 size_t space = inside.find(' ');
                 name = space == std::string_view::npos ? std::string_view() : inside.substr(space + 1);
             }
@@ -90,7 +86,7 @@ std::vector<Turn> parseCueBased(std::string_view text) {
         }
         if (!lines.empty() && lines[0] == "WEBVTT") lines.erase(lines.begin());
         if (lines.empty()) continue;
-        if (startsWith(lines[0], "NOTE") || startsWith(lines[0], "STYLE") || startsWith(lines[0], "REGION"))
+        if (lines[0].starts_with("NOTE") || lines[0].starts_with("STYLE") || lines[0].starts_with("REGION"))
             continue;
         if (lines.size() > 1 && isInteger(lines[0]) && contains(lines[1], "-->")) lines.erase(lines.begin());
         if (!lines.empty() && contains(lines[0], "-->")) lines.erase(lines.begin());
@@ -153,10 +149,10 @@ SpeakerMarkdown parse(std::string_view text) {
                 return Whitespace::trimSpacesAndTabs(v);
             };
             for (size_t i = 1; i < close; ++i) {
-                if (!result.title && startsWith(lines[i], "title:")) {
+                if (!result.title && lines[i].starts_with("title:")) {
                     std::string_view title = value(lines[i], 6);
                     if (!title.empty()) result.title = std::string(title);
-                } else if (!result.date && startsWith(lines[i], "date:")) {
+                } else if (!result.date && lines[i].starts_with("date:")) {
                     result.date = isoDay(value(lines[i], 5));
                 }
             }
@@ -166,7 +162,7 @@ SpeakerMarkdown parse(std::string_view text) {
 
     std::vector<std::string_view> body(lines.begin() + static_cast<std::ptrdiff_t>(bodyStart), lines.end());
     for (std::string_view line : body) {
-        if (!result.title && startsWith(line, "# ")) {
+        if (!result.title && line.starts_with("# ")) {
             std::string_view title = Whitespace::trim(line.substr(2));
             if (!title.empty()) result.title = std::string(title);
         }

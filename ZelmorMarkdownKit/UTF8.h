@@ -10,6 +10,11 @@ namespace zelmor::UTF8 {
 /// The first byte at or after `from` with the high bit set, or the size when there is none.
 size_t firstNonASCII(std::string_view bytes, size_t from = 0);
 
+/// True when every byte is below 0x80.
+inline bool isASCII(std::string_view bytes) {
+    return firstNonASCII(bytes) == bytes.size();
+}
+
 /// True when the bytes are well-formed UTF-8 (no overlongs, surrogates or values past U+10FFFF).
 bool isValid(std::string_view bytes);
 
