@@ -59,9 +59,13 @@ std::optional<std::string> dayKey(Instant instant, const icu::Calendar& calendar
     int32_t month = copy->get(UCAL_MONTH, status) + 1;
     int32_t day = copy->get(UCAL_DATE, status);
     if (U_FAILURE(status)) return std::nullopt;
+    return dayString(year, month, day);
+}
+
+std::string dayString(int year, int month, int day) {
     char buffer[40];
     std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d", year, month, day);
-    return std::string(buffer);
+    return buffer;
 }
 
 } // namespace zelmor::CalendarDays

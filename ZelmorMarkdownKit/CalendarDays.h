@@ -20,4 +20,7 @@ std::optional<Instant> adding(int days, Instant instant, const icu::Calendar& ca
 /// nothing when the calendar cannot compute it.
 std::optional<std::string> dayKey(Instant instant, const icu::Calendar& calendar);
 
+/// "yyyy-MM-dd" of the day: the year in at least four digits, month and day in two.
+std::string dayString(int year, int month, int day);
+
 } // namespace zelmor::CalendarDays

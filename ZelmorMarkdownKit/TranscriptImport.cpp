@@ -1,6 +1,7 @@
 // Detection and conversion: which reader a text goes to, and how its meetings become files.
 #include "ZelmorMarkdownKit/TranscriptImport.h"
 
+#include "ZelmorMarkdownKit/CalendarDays.h"
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/TranscriptImportCSV.h"
 #include "ZelmorMarkdownKit/TranscriptImportJSON.h"
@@ -136,9 +137,7 @@ std::optional<std::string> isoDay(std::string_view text) {
     auto [year, month, dayOfMonth] = numbers;
     if (year < 1900 || year > 2200 || month < 1 || month > 12 || dayOfMonth < 1 || dayOfMonth > 31)
         return std::nullopt;
-    char buffer[16];
-    std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d", year, month, dayOfMonth);
-    return std::string(buffer);
+    return CalendarDays::dayString(year, month, dayOfMonth);
 }
 
 bool looksLikeTranscriptJSON(std::string_view text) {

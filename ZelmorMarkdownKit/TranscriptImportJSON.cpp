@@ -2,6 +2,7 @@
 // The dialect comes from the segments' own keys, so one file can mix tools.
 #include "ZelmorMarkdownKit/TranscriptImportJSON.h"
 
+#include "ZelmorMarkdownKit/CalendarDays.h"
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/TranscriptImportSpeakerLines.h"
 #include "ZelmorMarkdownKit/TranscriptImportTextParsers.h"
@@ -238,9 +239,7 @@ std::optional<std::string> utcDay(double stamp) {
     int32_t month = calendar.get(UCAL_MONTH, status) + 1;
     int32_t day = calendar.get(UCAL_DATE, status);
     if (U_FAILURE(status)) return std::nullopt;
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d", year, month, day);
-    return isoDay(buffer);
+    return isoDay(CalendarDays::dayString(year, month, day));
 }
 
 std::optional<std::string> dateOf(const json& container) {

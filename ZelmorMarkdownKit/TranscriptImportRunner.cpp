@@ -3,6 +3,7 @@
 #include "ZelmorMarkdownKit/TranscriptImportRunner.h"
 #include "ZelmorMarkdownKit/ASCII.h"
 
+#include "ZelmorMarkdownKit/CalendarDays.h"
 #include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/TranscriptImportRendering.h"
 #include "ZelmorMarkdownKit/UTF8.h"
@@ -193,9 +194,7 @@ std::optional<std::string> modifiedDay(const std::string& source, const icu::Cal
     int32_t month = gregorian.get(UCAL_MONTH, status) + 1;
     int32_t day = gregorian.get(UCAL_DATE, status);
     if (U_FAILURE(status)) return std::nullopt;
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d", year, month, day);
-    return std::string(buffer);
+    return CalendarDays::dayString(year, month, day);
 }
 
 Outcome importFile(const std::string& source, const std::string& folder, const Options& options) {
