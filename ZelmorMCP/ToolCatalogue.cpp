@@ -2,6 +2,7 @@
 // The descriptions steer how agents search, read and cite, so every character matters.
 #include "ZelmorMCP/ToolCatalogue.h"
 
+#include <algorithm>
 #include <array>
 
 namespace zelmor::ToolCatalogue {
@@ -132,11 +133,15 @@ const nlohmann::json& toolDefinitions(bool withAskTool) {
     return withAskTool ? four : three;
 }
 
+std::vector<std::string_view> toolNames(bool withAskTool) {
+    std::vector<std::string_view> names;
+    for (size_t i = 0; i < (withAskTool ? 4u : 3u); ++i) names.push_back(tools()[i].name);
+    return names;
+}
+
 bool isKnownTool(std::string_view name, bool withAskTool) {
-    for (size_t i = 0; i < (withAskTool ? 4u : 3u); ++i) {
-        if (tools()[i].name == name) return true;
-    }
-    return false;
+    auto names = toolNames(withAskTool);
+    return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 } // namespace zelmor::ToolCatalogue

@@ -1,8 +1,9 @@
-// The tool catalogue: the three tools' definitions, built once and reused unchanged.
+// The tool catalogue: the tools' definitions, built once and reused unchanged.
 #pragma once
 
 #include <nlohmann/json.hpp>
 #include <string_view>
+#include <vector>
 
 namespace zelmor::ToolCatalogue {
 
@@ -15,5 +16,8 @@ const nlohmann::json& readOnlyAnnotations();
 
 /// True for the tool names that "tools/call" accepts.
 bool isKnownTool(std::string_view name, bool withAskTool = false);
+
+/// The offered tools' names, in the order of `toolDefinitions`.
+std::vector<std::string_view> toolNames(bool withAskTool = false);
 
 } // namespace zelmor::ToolCatalogue

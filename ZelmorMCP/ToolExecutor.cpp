@@ -103,6 +103,47 @@ std::string ToolExecutor::describe(const MeetingStore::StoreError& error) {
     return "Unexpected error: " + path;
 }
 
+namespace {
+
+/// One row per tool the catalogue offers: what runs a call, and the argument the activity feed
+/// shows as its detail (read_meeting's detail, the meeting's title, is made from its result).
+struct ToolHandler {
+    std::string_view name;
+    json (*run)(const ToolExecutor& executor, const MeetingStore& store, const json& arguments);
+    const char* detailArgument;
+};
+
+const ToolHandler toolHandlers[] = {
+    {"search_meetings",
+     [](const ToolExecutor&, const MeetingStore& store, const json& arguments) {
+         return ToolExecutor::jsonToolResult(ToolExecutor::searchMeetings(store, arguments));
+     },
+     "query"},
+    {"read_meeting",
+     [](const ToolExecutor&, const MeetingStore& store, const json& arguments) {
+         return ToolExecutor::readMeeting(store, arguments);
+     },
+     nullptr},
+    {"list_participants",
+     [](const ToolExecutor&, const MeetingStore& store, const json&) {
+         return ToolExecutor::jsonToolResult(ToolExecutor::listParticipants(store));
+     },
+     nullptr},
+    {"ask_meetings",
+     [](const ToolExecutor& executor, const MeetingStore& store, const json& arguments) {
+         return executor.askMeetings(store, arguments);
+     },
+     "question"},
+};
+
+const ToolHandler* handlerFor(std::string_view name) {
+    for (const ToolHandler& handler : toolHandlers)
+        if (handler.name == name) return &handler;
+    return nullptr;
+}
+
+} // namespace
+
 json ToolExecutor::jsonToolResult(const json& data) {
     return {{"content", json::array({{{"type", "text"}, {"text", JSONWriter::pretty(data).value_or("{}")}}})},
             {"structuredContent", data},
@@ -140,22 +181,17 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
         }
     }
 
+    const ToolHandler* handler = known ? handlerFor(name) : nullptr;
+    if (!handler) {
+        std::string available;
+        for (std::string_view tool : ToolCatalogue::toolNames(server_.askToolEnabled()))
+            available += (available.empty() ? "" : ", ") + std::string(tool);
+        return MCPServer::errorResponse(id, invalidParamsCode,
+                                        "Unknown tool: " + name + ". Available tools: " + available);
+    }
     json result;
     try {
-        if (name == "search_meetings")
-            result = jsonToolResult(searchMeetings(store, arguments));
-        else if (name == "read_meeting")
-            result = readMeeting(store, arguments);
-        else if (name == "list_participants")
-            result = jsonToolResult(listParticipants(store));
-        else if (known && name == "ask_meetings")
-            result = askMeetings(store, arguments);
-        else
-            return MCPServer::errorResponse(
-                id, invalidParamsCode,
-                "Unknown tool: " + name +
-                    ". Available tools: search_meetings, read_meeting, list_participants" +
-                    (server_.askToolEnabled() ? ", ask_meetings" : ""));
+        result = handler->run(*this, store, arguments);
     } catch (const MeetingStore::StoreError& error) {
         result = MCPServer::toolErrorResult(describe(error));
     } catch (const std::exception& error) {
@@ -176,9 +212,9 @@ void ToolExecutor::recordFeedEntry(const std::string& tool, const json& argument
     AgentActivityFeed::Entry entry;
     entry.ts = now_();
     entry.tool = tool;
-    if (tool == "search_meetings" || tool == "ask_meetings") {
-        if (auto query = stringArgument(arguments, tool == "search_meetings" ? "query" : "question")) {
-            std::string trimmed(Whitespace::trim(*query));
+    if (const ToolHandler* handler = handlerFor(tool); handler && handler->detailArgument) {
+        if (auto asked = stringArgument(arguments, handler->detailArgument)) {
+            std::string trimmed(Whitespace::trim(*asked));
             if (!trimmed.empty()) entry.detail = trimmed;
         }
     } else if (tool == "read_meeting") {

@@ -1,4 +1,4 @@
-// "tools/call": runs one of the three tools over a fresh store, shapes the MCP tool result,
+// "tools/call": runs one of the tools over a fresh store (one row per tool), shapes the MCP tool result,
 // turns store failures into messages for the agent, and records the call in the activity files.
 #pragma once
 
