@@ -1,8 +1,8 @@
 // One pass over the frontmatter lines and one over the body's heading characters; it runs on
 // every file of every scan, so it works on views of the text and copies only the values it keeps.
 #include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/ASCII.h"
 
+#include "ZelmorMarkdownKit/ASCII.h"
 #include "ZelmorMarkdownKit/Whitespace.h"
 
 #include <algorithm>

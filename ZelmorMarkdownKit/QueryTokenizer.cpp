@@ -2,8 +2,8 @@
 // ASCII text, the common case, is segmented and folded without ICU; the rules below give the
 // same words as ICU's word breaks would (tests hold the two paths to each other).
 #include "ZelmorMarkdownKit/QueryTokenizer.h"
-#include "ZelmorMarkdownKit/ASCII.h"
 
+#include "ZelmorMarkdownKit/ASCII.h"
 #include "ZelmorMarkdownKit/ICUText.h"
 #include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/TextFolding.h"
@@ -483,6 +483,7 @@ size_t slotHash(const char (&key)[24]) {
 } // namespace
 
 int32_t WordCache::tagOf(std::string_view segment) {
+    if (segment.empty()) return notAWord; // and an empty slot's zero key never matches
     if (segment.size() > inlineLength) {
         auto found = long_.find(std::string(segment));
         return found != long_.end() ? found->second : long_.emplace(segment, tagOfNew(segment)).first->second;

@@ -1,8 +1,8 @@
 // File and folder imports. The provenance line written by the renderer is what makes a second
 // run safe: a destination that names its source is reported, never rewritten.
 #include "ZelmorMarkdownKit/TranscriptImportRunner.h"
-#include "ZelmorMarkdownKit/ASCII.h"
 
+#include "ZelmorMarkdownKit/ASCII.h"
 #include "ZelmorMarkdownKit/CalendarDays.h"
 #include "ZelmorMarkdownKit/FileLimits.h"
 #include "ZelmorMarkdownKit/TranscriptImportRendering.h"
