@@ -1,8 +1,8 @@
 // Reads raw bytes so that a line may hold anything; the handler sees valid UTF-8 only.
 #include "ZelmorMCP/LineLoop.h"
 
-#include "ZelmorMarkdownKit/UTF8.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
+#include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <cerrno>
 #include <poll.h>

@@ -4,8 +4,8 @@
 
 #include "ZelmorMCP/CommandLine.h"
 #include "ZelmorMCP/ToolCatalogue.h"
-#include "ZelmorMarkdownKit/JSONWriter.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/text/JSONWriter.h"
+#include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <new>
 

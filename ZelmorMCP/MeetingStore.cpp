@@ -4,12 +4,12 @@
 // caller asks for more.
 #include "ZelmorMCP/MeetingStore.h"
 
-#include "ZelmorMarkdownKit/FileLimits.h"
-#include "ZelmorMarkdownKit/ICUText.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/UTF8.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/text/FileLimits.h"
+#include "ZelmorMarkdownKit/text/ICUText.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
+#include "ZelmorMarkdownKit/text/Whitespace.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 

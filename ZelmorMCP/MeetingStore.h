@@ -2,8 +2,8 @@
 // through which an agent's path is let in for reading, and the people who appear in the meetings.
 #pragma once
 
-#include "ZelmorMarkdownKit/SkillsFolder.h"
-#include "ZelmorMarkdownKit/TranscriptDocument.h"
+#include "ZelmorMarkdownKit/format/SkillsFolder.h"
+#include "ZelmorMarkdownKit/format/TranscriptDocument.h"
 
 #include <functional>
 #include <optional>

@@ -4,14 +4,14 @@
 // and snippets are made only for the page returned.
 #include "ZelmorMCP/MeetingStore.h"
 
-#include "ZelmorMarkdownKit/ASCII.h"
-#include "ZelmorMarkdownKit/AnswerScope.h"
-#include "ZelmorMarkdownKit/FileLimits.h"
-#include "ZelmorMarkdownKit/FoldedNeedle.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
-#include "ZelmorMarkdownKit/TextFolding.h"
-#include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/answer/AnswerScope.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/text/ASCII.h"
+#include "ZelmorMarkdownKit/text/FileLimits.h"
+#include "ZelmorMarkdownKit/text/FoldedNeedle.h"
+#include "ZelmorMarkdownKit/text/TextFolding.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 #include "platform/FileSystem.h"
 
 #include <algorithm>

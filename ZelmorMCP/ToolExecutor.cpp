@@ -3,13 +3,13 @@
 #include "ZelmorMCP/ToolExecutor.h"
 
 #include "ZelmorMCP/ToolCatalogue.h"
-#include "ZelmorMarkdownKit/AgentActivityFeed.h"
-#include "ZelmorMarkdownKit/AgentActivityLog.h"
-#include "ZelmorMarkdownKit/JSONWriter.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/QuestionRanking.h"
-#include "ZelmorMarkdownKit/TimeScopeParser.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityFeed.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
+#include "ZelmorMarkdownKit/answer/TimeScopeParser.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/text/JSONWriter.h"
+#include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <algorithm>
 #include <cmath>

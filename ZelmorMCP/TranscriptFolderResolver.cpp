@@ -1,9 +1,9 @@
 // Every failure falls back to a default silently: a bad settings file must not stop the server.
 #include "ZelmorMCP/TranscriptFolderResolver.h"
 
-#include "ZelmorMarkdownKit/FileLimits.h"
-#include "ZelmorMarkdownKit/SkillsFolder.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/format/SkillsFolder.h"
+#include "ZelmorMarkdownKit/text/FileLimits.h"
+#include "ZelmorMarkdownKit/text/Whitespace.h"
 #include "platform/FileSystem.h"
 
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 // Keyword match over one long meeting (10,000 words from the synthetic corpus): the search tool
 // runs it on every meeting of a folder on every call. Setup stays out of the timed loops.
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
 #include "bench/corpus/CorpusGenerator.h"
 
 #include <benchmark/benchmark.h>

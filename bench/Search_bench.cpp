@@ -1,8 +1,8 @@
 // search_meetings over a generated folder of 400 meetings, in-process: the whole scan, prefilter,
 // match and page per call, as the server runs it. The folder is written once, outside the loops.
 #include "ZelmorMCP/MeetingStore.h"
-#include "ZelmorMarkdownKit/FoldedNeedle.h"
-#include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/text/FoldedNeedle.h"
+#include "ZelmorMarkdownKit/text/TextFolding.h"
 #include "bench/corpus/CorpusGenerator.h"
 
 #include <benchmark/benchmark.h>

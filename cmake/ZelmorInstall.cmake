@@ -55,9 +55,10 @@ endif()
 install(TARGETS ZelmorMarkdownKit zelmor_platform EXPORT ZelmorMarkdownKitTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${ZELMOR_KIT_INCLUDE_DIR})
-file(GLOB ZELMOR_KIT_PUBLIC_HEADERS ${PROJECT_SOURCE_DIR}/ZelmorMarkdownKit/*.h)
+# The kit's headers keep their folders: "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h".
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/ZelmorMarkdownKit/ DESTINATION ${ZELMOR_KIT_INCLUDE_DIR}/ZelmorMarkdownKit
+        FILES_MATCHING PATTERN "*.h")
 file(GLOB ZELMOR_PLATFORM_PUBLIC_HEADERS ${PROJECT_SOURCE_DIR}/platform/*.h)
-install(FILES ${ZELMOR_KIT_PUBLIC_HEADERS} DESTINATION ${ZELMOR_KIT_INCLUDE_DIR}/ZelmorMarkdownKit)
 install(FILES ${ZELMOR_PLATFORM_PUBLIC_HEADERS} DESTINATION ${ZELMOR_KIT_INCLUDE_DIR}/platform)
 
 install(EXPORT ZelmorMarkdownKitTargets NAMESPACE ZelmorMarkdownKit:: DESTINATION ${ZELMOR_KIT_CMAKE_DIR})

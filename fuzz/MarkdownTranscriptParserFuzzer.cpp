@@ -3,8 +3,8 @@
 // must give exactly what the plain parse gives, and "\r\n" must read as "\n" wherever it stands.
 #include "FuzzInput.h"
 
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 
 #include <cstddef>
 #include <cstdint>

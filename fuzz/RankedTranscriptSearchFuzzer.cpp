@@ -5,11 +5,11 @@
 // Text that does not parse as a transcript fills every searched field of a document instead.
 #include "FuzzInput.h"
 
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/QueryTokenizer.h"
-#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
-#include "ZelmorMarkdownKit/TextFolding.h"
-#include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/search/QueryTokenizer.h"
+#include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/text/TextFolding.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,8 +3,8 @@
 // finding reproduces; the rest is the question.
 #include "FuzzInput.h"
 
-#include "ZelmorMarkdownKit/TimeScopeParser.h"
-#include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/answer/TimeScopeParser.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 
 #include <unicode/gregocal.h>
 #include <unicode/timezone.h>

@@ -3,10 +3,10 @@
 // sections, body) and the transcript text, so a seed made of a transcript file is the third.
 #include "FuzzInput.h"
 
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/NotesBlockWriter.h"
-#include "ZelmorMarkdownKit/TranscriptEditor.h"
-#include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/edit/NotesBlockWriter.h"
+#include "ZelmorMarkdownKit/edit/TranscriptEditor.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 
 #include <array>
 #include <cstddef>

@@ -1,5 +1,5 @@
 // Tokenises arbitrary bytes as CSV and reads them as a meeting-list export.
-#include "ZelmorMarkdownKit/TranscriptImportCSV.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportCSV.h"
 
 #include <cstddef>
 #include <cstdint>

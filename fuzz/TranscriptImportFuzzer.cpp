@@ -1,6 +1,6 @@
 // Converts arbitrary bytes as a foreign export; the first byte picks the file name, since
 // detection looks at the extension as well as the content.
-#include "ZelmorMarkdownKit/TranscriptImport.h"
+#include "ZelmorMarkdownKit/import/TranscriptImport.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,10 +3,10 @@
 // not parse as a transcript gives one turn per line instead.
 #include "FuzzInput.h"
 
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/TextNormalize.h"
-#include "ZelmorMarkdownKit/TranscriptTurnID.h"
-#include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/text/TextNormalize.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,9 +3,9 @@
 #include "bench/driver/ScanBench.h"
 
 #include "ZelmorMCP/MeetingStore.h"
-#include "ZelmorMarkdownKit/AnswerRanking.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/QuestionRanking.h"
+#include "ZelmorMarkdownKit/answer/AnswerRanking.h"
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 #include "bench/driver/BenchTiming.h"
 
 #include <cstdio>

@@ -9,9 +9,9 @@
 // (sort "relevance", limit 100), as an agent would.
 //
 //   qa_bench MEETINGS_FOLDER QUESTIONS_JSONL [SERVER]
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/QueryTokenizer.h"
-#include "ZelmorMarkdownKit/QuestionRanking.h"
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "bench/driver/ServerProcess.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"

@@ -14,7 +14,7 @@ foreach(installed IN ITEMS
         ${LIBDIR}/libZelmorPlatform.a
         ${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitConfig.cmake
         ${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitConfigVersion.cmake
-        include/zelmor/ZelmorMarkdownKit/MarkdownTranscriptParser.h
+        include/zelmor/ZelmorMarkdownKit/format/MarkdownTranscriptParser.h
         include/zelmor/platform/Trash.h
         share/man/man1/zelmor-mcp.1.gz
         share/man/man1/zelmor-kit.1.gz

@@ -37,7 +37,7 @@ foreach(path IN ITEMS
         usr/${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitConfig.cmake
         usr/${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitConfigVersion.cmake
         usr/${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitTargets.cmake
-        usr/include/zelmor/ZelmorMarkdownKit/MarkdownTranscriptParser.h
+        usr/include/zelmor/ZelmorMarkdownKit/format/MarkdownTranscriptParser.h
         usr/include/zelmor/platform/Trash.h
         usr/share/man/man1/zelmor-mcp.1.gz
         usr/share/man/man1/zelmor-kit.1.gz

@@ -1,7 +1,7 @@
 // The activity files when two server processes write them at once, and when the support folder
 // may not be written at all: the files stay whole, bounded and free of leftovers.
-#include "ZelmorMarkdownKit/AgentActivityFeed.h"
-#include "ZelmorMarkdownKit/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityFeed.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityLog.h"
 #include "tests/kit/ActivityTestSupport.h"
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"

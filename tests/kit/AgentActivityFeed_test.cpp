@@ -1,7 +1,7 @@
 // The activity feed on a real support folder: exact lines, the age and count limits, damaged
 // lines and timestamps. Racing writers are in ActivityFilesStress.
-#include "ZelmorMarkdownKit/AgentActivityFeed.h"
-#include "ZelmorMarkdownKit/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityFeed.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityLog.h"
 #include "tests/kit/ActivityTestSupport.h"
 #include "tests/support/TempFolder.h"
 

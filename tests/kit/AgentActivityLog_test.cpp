@@ -1,6 +1,6 @@
 // Per-day call counts on a real support folder: day keys at local midnight, pruning at the
 // 60-day edge, recovery from damaged files, and totals over trailing days.
-#include "ZelmorMarkdownKit/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityLog.h"
 #include "tests/kit/ActivityTestSupport.h"
 #include "tests/support/TempFolder.h"
 

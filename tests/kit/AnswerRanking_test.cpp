@@ -1,6 +1,6 @@
 // Answer ranking: rare keywords weigh more, frequency saturates, age decays, the user's own
 // meetings are boosted, and a question about nothing in the folder gets no answer at all.
-#include "ZelmorMarkdownKit/AnswerRanking.h"
+#include "ZelmorMarkdownKit/answer/AnswerRanking.h"
 
 #include <gtest/gtest.h>
 

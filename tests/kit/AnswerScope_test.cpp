@@ -1,5 +1,5 @@
 // Scope tests: each restriction, the order-preserving cut, merging, the folder test, JSON.
-#include "ZelmorMarkdownKit/AnswerScope.h"
+#include "ZelmorMarkdownKit/answer/AnswerScope.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

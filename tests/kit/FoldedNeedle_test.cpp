@@ -1,6 +1,6 @@
 // FoldedNeedle against the definition it stands for: folding the whole text and searching it.
-#include "ZelmorMarkdownKit/FoldedNeedle.h"
-#include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/text/FoldedNeedle.h"
+#include "ZelmorMarkdownKit/text/TextFolding.h"
 
 #include <gtest/gtest.h>
 

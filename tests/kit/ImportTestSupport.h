@@ -1,7 +1,7 @@
 // Shared by the import tests: fixture reading and short ways to build turns.
 #pragma once
 
-#include "ZelmorMarkdownKit/TranscriptDocument.h"
+#include "ZelmorMarkdownKit/format/TranscriptDocument.h"
 #include "tests/support/TempFolder.h"
 
 #include <string>

@@ -1,5 +1,5 @@
 // The wire writer: sorted keys at every depth, escaping, numbers, UTF-8, pretty layout.
-#include "ZelmorMarkdownKit/JSONWriter.h"
+#include "ZelmorMarkdownKit/text/JSONWriter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Reading transcript files: delimiters, frontmatter keys and lists, sections, comments, turns.
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Preparing agent-written sections and writing them into a transcript file and its mirror.
-#include "ZelmorMarkdownKit/NotesBlockWriter.h"
+#include "ZelmorMarkdownKit/edit/NotesBlockWriter.h"
 
-#include "ZelmorMarkdownKit/TranscriptEditor.h"
+#include "ZelmorMarkdownKit/edit/TranscriptEditor.h"
 #include "platform/FileSystem.h"
 #include "tests/support/TempFolder.h"
 

@@ -1,7 +1,7 @@
 // The user's aliases, label matching, and which of the user's turns count as taking part.
-#include "ZelmorMarkdownKit/AnswerScope.h"
-#include "ZelmorMarkdownKit/Participation.h"
-#include "ZelmorMarkdownKit/SpeakerIdentity.h"
+#include "ZelmorMarkdownKit/answer/AnswerScope.h"
+#include "ZelmorMarkdownKit/answer/Participation.h"
+#include "ZelmorMarkdownKit/answer/SpeakerIdentity.h"
 
 #include <gtest/gtest.h>
 

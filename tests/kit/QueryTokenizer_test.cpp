@@ -1,6 +1,6 @@
 // Tokenizer tests: folding, stemming results, the one-on-one shadow, word ranges,
 // keywords, phrase counting, and the ASCII fast path held to ICU's segmentation.
-#include "ZelmorMarkdownKit/QueryTokenizer.h"
+#include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // side beat the same keywords apart, a named speaker's meetings and turns count, answer turns
 // lie where the question gathers, length is normalised, and only a question about nothing the folder holds
 // goes unanswered.
-#include "ZelmorMarkdownKit/QuestionRanking.h"
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
 
 #include <gtest/gtest.h>
 

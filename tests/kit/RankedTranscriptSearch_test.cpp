@@ -1,9 +1,9 @@
 // Keyword search tests: query terms, the all-terms match and its score, snippet placement,
 // excerpts counted in user-perceived characters, ranking, and the one-pass match held to the
 // plain text-by-text definition.
-#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
 
-#include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/text/TextFolding.h"
 
 #include <gtest/gtest.h>
 

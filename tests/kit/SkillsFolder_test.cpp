@@ -1,5 +1,5 @@
 // Which paths lie in the skills folder under the memory folder.
-#include "ZelmorMarkdownKit/SkillsFolder.h"
+#include "ZelmorMarkdownKit/format/SkillsFolder.h"
 
 #include <gtest/gtest.h>
 

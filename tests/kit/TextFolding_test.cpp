@@ -1,5 +1,5 @@
 // Folding: case and diacritics together, and ranges that map back to the original bytes.
-#include "ZelmorMarkdownKit/TextFolding.h"
+#include "ZelmorMarkdownKit/text/TextFolding.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Time phrases against fixed instants and calendars with Monday and Sunday week starts.
-#include "ZelmorMarkdownKit/ScopingPolicy.h"
-#include "ZelmorMarkdownKit/TimeScopeParser.h"
+#include "ZelmorMarkdownKit/answer/ScopingPolicy.h"
+#include "ZelmorMarkdownKit/answer/TimeScopeParser.h"
 
 #include <gtest/gtest.h>
 #include <unicode/gregocal.h>

@@ -1,5 +1,5 @@
 // Derived flags of a transcript document, its constructor, and the JSON form of a turn.
-#include "ZelmorMarkdownKit/TranscriptDocument.h"
+#include "ZelmorMarkdownKit/format/TranscriptDocument.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,8 +1,8 @@
 // Line edits and the machine-written block, checked on whole texts so that every byte around an
 // edit is seen to survive.
-#include "ZelmorMarkdownKit/TranscriptEditor.h"
+#include "ZelmorMarkdownKit/edit/TranscriptEditor.h"
 
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Format names, detection order, and the refusals of conversion.
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/TranscriptImport.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/import/TranscriptImport.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Structured exports: day normalising, JSON dialects and nesting, lifelogs, CSV tokenizing.
-#include "ZelmorMarkdownKit/TranscriptImportCSV.h"
-#include "ZelmorMarkdownKit/TranscriptImportJSON.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportCSV.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportJSON.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // The importer's output, byte for byte, and the names and titles that go into it.
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/TranscriptImportRendering.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportRendering.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Importing real files: destination names, re-imports, multi-meeting exports, folder walks,
 // legacy encodings and the modification day, all on a temporary disk.
-#include "ZelmorMarkdownKit/TranscriptImportRunner.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportRunner.h"
 #include "platform/FileSystem.h"
 #include "tests/kit/ImportTestSupport.h"
 

@@ -1,5 +1,5 @@
 // The shared line rules: what counts as a speaker name, how lines name speakers, and merging.
-#include "ZelmorMarkdownKit/TranscriptImportSpeakerLines.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportSpeakerLines.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>

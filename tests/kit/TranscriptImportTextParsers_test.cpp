@@ -1,5 +1,5 @@
 // Caption, Otter and speaker-markdown readers, on hand-made snippets and on the fixtures.
-#include "ZelmorMarkdownKit/TranscriptImportTextParsers.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportTextParsers.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>

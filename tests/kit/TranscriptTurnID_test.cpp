@@ -1,7 +1,7 @@
 // Turn identifiers and the word normalisation under their fingerprints: what keeps an identifier
 // valid, and how a turn is found again after inserts, edits, moves and duplicates.
-#include "ZelmorMarkdownKit/TextNormalize.h"
-#include "ZelmorMarkdownKit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/text/TextNormalize.h"
 
 #include <gtest/gtest.h>
 

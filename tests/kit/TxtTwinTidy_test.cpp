@@ -1,5 +1,5 @@
 // Planning which text twins may go, and moving them into the trash of a temporary home.
-#include "ZelmorMarkdownKit/TxtTwinTidy.h"
+#include "ZelmorMarkdownKit/import/TxtTwinTidy.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 #include "tests/kit/ImportTestSupport.h"

@@ -1,7 +1,7 @@
 // UTF-8 validation around the word-at-a-time ASCII runs (a fault must be seen wherever it falls),
 // and decoding held to repairing.
-#include "ZelmorMarkdownKit/ICUText.h"
-#include "ZelmorMarkdownKit/UTF8.h"
+#include "ZelmorMarkdownKit/text/ICUText.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Which texts declare themselves written by the recorder: the exact line, ended by a line break.
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
 
 #include <gtest/gtest.h>
 

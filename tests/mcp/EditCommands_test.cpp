@@ -1,6 +1,6 @@
 // zelmor-kit's transcript commands (ids, locate, rename-speaker, set-title, set-notes,
 // set-sections) run as a user would, on real files in a temporary folder.
-#include "ZelmorMarkdownKit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
 #include "platform/FileSystem.h"
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"

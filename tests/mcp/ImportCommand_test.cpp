@@ -1,6 +1,6 @@
 // zelmor-kit import and tidy, run as a user would: real binary, temporary home and folders.
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 #include "platform/Trash.h"

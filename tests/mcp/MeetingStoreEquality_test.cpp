@@ -1,9 +1,9 @@
 // The store's fast scans and search (threads, reused buffers, frontmatter-only parsing, raw-text
 // prefilter, visitors) against the plain sequential reading of one generated folder with tricky files.
 #include "ZelmorMCP/MeetingStore.h"
-#include "ZelmorMarkdownKit/AnswerScope.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/answer/AnswerScope.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
 #include "bench/corpus/CorpusGenerator.h"
 #include "tests/mcp/SequentialScan.h"
 #include "tests/support/TempFolder.h"

@@ -3,10 +3,10 @@
 #pragma once
 
 #include "ZelmorMCP/MeetingStore.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/SkillsFolder.h"
-#include "ZelmorMarkdownKit/UTF8.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/SkillsFolder.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 

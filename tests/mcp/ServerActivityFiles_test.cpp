@@ -1,8 +1,8 @@
 // The real zelmor-mcp binary when the activity files cannot be written: a support folder it may
 // not write, and a disk where no file may grow. Every call is still answered as usual and the
 // files are left untouched. (Two writers at once are covered by ActivityFilesStress.)
-#include "ZelmorMarkdownKit/AgentActivityFeed.h"
-#include "ZelmorMarkdownKit/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityFeed.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityLog.h"
 #include "tests/kit/ActivityTestSupport.h"
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"

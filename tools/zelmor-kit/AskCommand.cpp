@@ -7,13 +7,13 @@
 
 #include "ZelmorMCP/MeetingStore.h"
 #include "ZelmorMCP/TranscriptFolderResolver.h"
-#include "ZelmorMarkdownKit/AgentActivityFeed.h"
-#include "ZelmorMarkdownKit/JSONWriter.h"
-#include "ZelmorMarkdownKit/Participation.h"
-#include "ZelmorMarkdownKit/QuestionRanking.h"
-#include "ZelmorMarkdownKit/ScopingPolicy.h"
-#include "ZelmorMarkdownKit/SpeakerIdentity.h"
-#include "ZelmorMarkdownKit/TimeScopeParser.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityFeed.h"
+#include "ZelmorMarkdownKit/answer/Participation.h"
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
+#include "ZelmorMarkdownKit/answer/ScopingPolicy.h"
+#include "ZelmorMarkdownKit/answer/SpeakerIdentity.h"
+#include "ZelmorMarkdownKit/answer/TimeScopeParser.h"
+#include "ZelmorMarkdownKit/text/JSONWriter.h"
 #include "platform/FileSystem.h"
 
 #include <algorithm>

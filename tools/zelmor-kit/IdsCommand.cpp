@@ -3,9 +3,9 @@
 #include "Printable.h"
 #include "TranscriptFile.h"
 
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/TranscriptTurnID.h"
-#include "ZelmorMarkdownKit/Whitespace.h"
+#include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <iostream>
 #include <memory>

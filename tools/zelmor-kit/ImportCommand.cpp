@@ -3,7 +3,7 @@
 #include "Printable.h"
 
 #include "ZelmorMCP/TranscriptFolderResolver.h"
-#include "ZelmorMarkdownKit/TranscriptImportRunner.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportRunner.h"
 #include "platform/FileSystem.h"
 
 #include <unicode/calendar.h>

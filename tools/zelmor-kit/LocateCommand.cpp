@@ -3,8 +3,8 @@
 #include "Printable.h"
 #include "TranscriptFile.h"
 
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 
 #include <iostream>
 #include <memory>

@@ -2,7 +2,7 @@
 #include "Commands.h"
 #include "TranscriptFile.h"
 
-#include "ZelmorMarkdownKit/TranscriptEditor.h"
+#include "ZelmorMarkdownKit/edit/TranscriptEditor.h"
 
 #include <memory>
 

@@ -3,8 +3,8 @@
 #include "Commands.h"
 #include "TranscriptFile.h"
 
-#include "ZelmorMarkdownKit/NotesBlockWriter.h"
-#include "ZelmorMarkdownKit/TranscriptEditor.h"
+#include "ZelmorMarkdownKit/edit/NotesBlockWriter.h"
+#include "ZelmorMarkdownKit/edit/TranscriptEditor.h"
 
 #include <memory>
 

@@ -3,7 +3,7 @@
 #include "Printable.h"
 
 #include "ZelmorMCP/TranscriptFolderResolver.h"
-#include "ZelmorMarkdownKit/TxtTwinTidy.h"
+#include "ZelmorMarkdownKit/import/TxtTwinTidy.h"
 #include "platform/FileSystem.h"
 
 #include <iostream>

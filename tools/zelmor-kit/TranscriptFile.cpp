@@ -2,10 +2,10 @@
 #include "TranscriptFile.h"
 #include "Printable.h"
 
-#include "ZelmorMarkdownKit/FileLimits.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/UTF8.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/text/FileLimits.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 #include "platform/FileSystem.h"
 
 #include <cerrno>

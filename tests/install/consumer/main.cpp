@@ -1,13 +1,13 @@
 // Prints a few facts about one transcript through the installed kit, touching each library the
 // kit links: the parser, ICU (case mapping, calendars), OpenSSL (turn identifiers) and the
 // platform layer (folder listing).
-#include "ZelmorMarkdownKit/AgentActivityLog.h"
-#include "ZelmorMarkdownKit/ICUText.h"
-#include "ZelmorMarkdownKit/JSONWriter.h"
-#include "ZelmorMarkdownKit/MarkdownTranscriptParser.h"
-#include "ZelmorMarkdownKit/TranscriptTurnID.h"
-#include "ZelmorMarkdownKit/TxtTwinTidy.h"
-#include "ZelmorMarkdownKit/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/activity/AgentActivityLog.h"
+#include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/import/TxtTwinTidy.h"
+#include "ZelmorMarkdownKit/text/ICUText.h"
+#include "ZelmorMarkdownKit/text/JSONWriter.h"
 #include "platform/FileSystem.h"
 
 #include <unicode/calendar.h>

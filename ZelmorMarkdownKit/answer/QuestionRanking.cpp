@@ -1,0 +1,359 @@
+// Each meeting is tokenized once, on as many threads as there are cores, into counts for the
+// question's keywords only; the scores are then a few sums per meeting. The weights were chosen
+// on questions people asked about real meetings (BM25's saturation and length normalisation,
+// adjacent keyword pairs, named speakers), for kinds of question, not for single ones.
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
+
+#include "ZelmorMarkdownKit/search/QueryTokenizer.h"
+#include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/text/TextFolding.h"
+#include "ZelmorMarkdownKit/text/Workers.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+
+namespace zelmor::QuestionRanking {
+
+namespace {
+
+/// Frequency saturation and length normalisation, as Okapi BM25 names them.
+constexpr double k1 = 2.0;
+constexpr double b = 0.75;
+/// Two keywords of the question standing next to each other in a turn: a phrase the question
+/// and the meeting share, worth more than the two words apart.
+constexpr double pairWeight = 1.5;
+/// A meeting where a speaker the question names took part.
+constexpr double namedSpeakerBonus = 3.0;
+/// The keywords in that speaker's own turns.
+constexpr double namedSpeakerTurnsWeight = 0.5;
+/// How many mentions in the turns one in the title is worth.
+constexpr double titleWeight = 2.0;
+constexpr size_t maxAnswerTurns = 3;
+constexpr size_t snippetContext = 90;
+/// How many turns before and after a turn count as its neighbourhood when finding the answer.
+constexpr size_t answerReach = 6;
+
+/// Words that say what kind of answer is wanted rather than what it is about.
+const std::set<std::string, std::less<>>& wordingStems() {
+    static const std::set<std::string, std::less<>> stems = [] {
+        std::set<std::string, std::less<>> found;
+        for (std::string_view word :
+             {"discuss",   "discussed",  "discussion", "discussions", "summarize",  "summarise", "summary",
+              "think",     "thought",    "thinks",     "say",         "said",       "says",      "talk",
+              "talked",    "talking",    "opinion",    "opinions",    "group",      "team",      "meeting",
+              "meetings",  "decide",     "decided",    "decision",    "conclusion", "concluded", "mention",
+              "mentioned", "state",      "stated",     "explain",     "explained",  "view",      "views",
+              "consider",  "considered", "propose",    "proposed",    "suggest",    "suggested", "describe",
+              "described", "happen",     "happened",   "reason",      "reasons",    "believe",   "believed",
+              "feel",      "felt",       "regarding",  "related",     "whether",    "also",      "give",
+              "gave"})
+            found.insert(QueryTokenizer::stem(QueryTokenizer::normalize(word)));
+        return found;
+    }();
+    return stems;
+}
+
+double idf(size_t documentFrequency, size_t documents) {
+    double n = static_cast<double>(documents), df = static_cast<double>(documentFrequency);
+    return std::log(1 + (n - df + 0.5) / (df + 0.5));
+}
+
+double saturated(double count, double k) {
+    return count * (k + 1) / (count + k);
+}
+
+/// The question as normalised words between spaces, so that a name is found only whole.
+std::string spacedWords(const std::vector<QueryTokenizer::Word>& words) {
+    std::string text = " ";
+    for (const auto& word : words) text += word.raw + " ";
+    return text;
+}
+
+/// Single capital letters standing alone, as speakers of some recordings are labelled ("What did
+/// C think?"); "A" and "I" are words far more often than names.
+std::set<char> loneCapitals(std::string_view question) {
+    std::set<char> found;
+    auto isWordByte = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || (c & 0x80); };
+    for (size_t i = 0; i < question.size(); ++i) {
+        char c = question[i];
+        if (c < 'B' || c > 'Z' || c == 'I') continue;
+        if ((i == 0 || !isWordByte(question[i - 1])) &&
+            (i + 1 == question.size() || !isWordByte(question[i + 1])))
+            found.insert(c);
+    }
+    return found;
+}
+
+} // namespace
+
+struct detail::ParsedQuestion {
+    std::vector<std::string> keywords;
+    /// Each keyword's position in `keywords`.
+    std::map<std::string, size_t, std::less<>> index;
+    /// One normalised form of each keyword as the question writes it.
+    std::vector<std::string> written;
+    /// Keyword indexes of adjacent keywords in the question, in order.
+    std::set<std::pair<size_t, size_t>> pairs;
+    std::string spaced;
+    std::set<char> capitals;
+};
+
+namespace {
+
+detail::ParsedQuestion parse(std::string_view text) {
+    detail::ParsedQuestion question;
+    auto words = QueryTokenizer::words(text);
+    auto& index = question.index;
+    std::optional<size_t> previous;
+    for (const auto& word : words) {
+        if (!QueryTokenizer::isContent(word) || word.stem.empty() || wordingStems().contains(word.stem))
+            continue;
+        auto [at, added] = index.emplace(word.stem, question.keywords.size());
+        if (added) {
+            question.keywords.push_back(word.stem);
+            question.written.push_back(word.raw);
+        }
+        if (previous && *previous != at->second) question.pairs.emplace(*previous, at->second);
+        previous = at->second;
+    }
+    question.spaced = spacedWords(words);
+    question.capitals = loneCapitals(text);
+    return question;
+}
+
+/// Whether the question names the speaker by the whole label. (A first name alone is not enough:
+/// labels such as "Project Manager" would then be named by every question about a project.)
+bool names(const detail::ParsedQuestion& question, const std::string& speaker) {
+    if (speaker.size() == 1) return question.capitals.contains(speaker[0]);
+    auto words = QueryTokenizer::words(speaker);
+    return !words.empty() && question.spaced.find(spacedWords(words)) != std::string::npos;
+}
+
+constexpr int notContent = -2;
+constexpr int notKeyword = -1;
+
+/// A word cache that tags each word with its keyword's position, `notKeyword` or `notContent`.
+QueryTokenizer::WordCache keywordCache(const detail::ParsedQuestion& question) {
+    return QueryTokenizer::WordCache([&question](const QueryTokenizer::Word& word) {
+        if (!QueryTokenizer::isContent(word)) return notContent;
+        auto keyword = question.index.find(word.stem);
+        return keyword == question.index.end() ? notKeyword : static_cast<int>(keyword->second);
+    });
+}
+
+Evidence evidenceOf(const TranscriptDocument& document, const detail::ParsedQuestion& question,
+                    QueryTokenizer::WordCache& cache) {
+    Evidence found;
+    found.counts.assign(question.keywords.size(), 0);
+    found.namedCounts.assign(question.keywords.size(), 0);
+    const auto& keywordIndex = question.index;
+
+    std::set<std::string> namedSpeakers;
+    std::set<std::string> speakers(document.participants.begin(), document.participants.end());
+    for (const auto& turn : document.turns) speakers.insert(turn.speaker);
+    found.inNamedSpeaker.assign(question.keywords.size(), false);
+    for (const auto& speaker : speakers) {
+        if (!names(question, speaker)) continue;
+        namedSpeakers.insert(speaker);
+        for (const auto& word : QueryTokenizer::words(speaker))
+            if (auto keyword = keywordIndex.find(word.stem); keyword != keywordIndex.end())
+                found.inNamedSpeaker[keyword->second] = true;
+    }
+    found.named = !namedSpeakers.empty();
+
+    // The title names what the meeting was for: its words count as if said a few times.
+    for (const auto& word : QueryTokenizer::words(document.title)) {
+        auto keyword = keywordIndex.find(word.stem);
+        if (keyword != keywordIndex.end()) found.counts[keyword->second] += titleWeight;
+    }
+    for (size_t t = 0; t < document.turns.size(); ++t) {
+        const auto& turn = document.turns[t];
+        const bool byNamed = namedSpeakers.contains(turn.speaker);
+        std::vector<size_t> held;
+        std::vector<std::pair<size_t, size_t>> pairs;
+        constexpr size_t none = static_cast<size_t>(-1);
+        size_t previous = none; // the keyword just before, when the word before was one
+        for (int tag : cache.tags(turn.text)) {
+            found.length += 1;
+            if (tag == notContent) continue;
+            if (tag == notKeyword) {
+                previous = none;
+                continue;
+            }
+            size_t k = static_cast<size_t>(tag);
+            found.counts[k] += 1;
+            if (byNamed) found.namedCounts[k] += 1;
+            if (previous != none && question.pairs.contains({previous, k})) {
+                found.pairCounts[{previous, k}] += 1;
+                pairs.emplace_back(previous, k);
+            }
+            previous = k;
+            if (std::find(held.begin(), held.end(), k) == held.end()) held.push_back(k);
+        }
+        if (!held.empty() || (byNamed && question.keywords.empty()))
+            found.turns.push_back({t, std::move(held), byNamed, std::move(pairs)});
+    }
+    return found;
+}
+
+} // namespace
+
+std::vector<std::string> keywords(std::string_view question) {
+    return parse(question).keywords;
+}
+
+Question::Question(std::string_view text)
+    : parsed_(std::make_unique<const detail::ParsedQuestion>(parse(text))) {}
+
+Question::~Question() = default;
+
+const std::vector<std::string>& Question::keywords() const {
+    return parsed_->keywords;
+}
+
+Evidence Question::nothing() const {
+    Evidence found;
+    found.counts.assign(parsed_->keywords.size(), 0);
+    found.namedCounts.assign(parsed_->keywords.size(), 0);
+    found.inNamedSpeaker.assign(parsed_->keywords.size(), false);
+    return found;
+}
+
+Evidence Question::evidence(const TranscriptDocument& document) const {
+    // A cache per concurrent caller, kept for the next meeting: one thread's words never wait
+    // for another's.
+    std::unique_ptr<QueryTokenizer::WordCache> cache;
+    {
+        std::lock_guard<std::mutex> hold(lock_);
+        if (!idle_.empty()) {
+            cache = std::move(idle_.back());
+            idle_.pop_back();
+        }
+    }
+    if (!cache) cache = std::make_unique<QueryTokenizer::WordCache>(keywordCache(*parsed_));
+    Evidence found = evidenceOf(document, *parsed_, *cache);
+    std::lock_guard<std::mutex> hold(lock_);
+    idle_.push_back(std::move(cache));
+    return found;
+}
+
+std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, std::string_view questionText,
+                      const Options& options) {
+    const Question question(questionText);
+    std::vector<Evidence> evidence(documents.size());
+    // Each thread writes only its own meetings' slots; a meeting that cannot be read whole (out
+    // of memory) counts as holding nothing.
+    Workers::forEachIndex(documents.size(), Workers::count(options.workers, documents.size()),
+                          [&](size_t d, unsigned) {
+                              try {
+                                  evidence[d] = question.evidence(*documents[d]);
+                              } catch (...) {
+                                  evidence[d] = question.nothing();
+                              }
+                          });
+    return question.rank(evidence);
+}
+
+std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
+    const detail::ParsedQuestion& question = *parsed_;
+    if (evidence.empty()) return {};
+    const size_t n = evidence.size();
+    std::vector<double> weights(question.keywords.size());
+    bool anyHeld = false, anyNamed = false;
+    double totalLength = 0;
+    for (const auto& found : evidence) {
+        totalLength += found.length;
+        anyNamed = anyNamed || found.named;
+    }
+    for (size_t k = 0; k < question.keywords.size(); ++k) {
+        size_t df = std::count_if(evidence.begin(), evidence.end(),
+                                  [&](const Evidence& e) { return e.counts[k] > 0; });
+        anyHeld = anyHeld || df > 0;
+        weights[k] = idf(df, n);
+    }
+    if (!anyHeld && !anyNamed) return {};
+    const double averageLength = std::max(1.0, totalLength / static_cast<double>(n));
+
+    std::vector<Hit> hits;
+    for (size_t d = 0; d < n; ++d) {
+        const Evidence& found = evidence[d];
+        Hit hit{d, 0, {}, {}};
+        const double norm = k1 * (1 - b + b * found.length / averageLength);
+        for (size_t k = 0; k < question.keywords.size(); ++k) {
+            double tf = found.counts[k];
+            if (tf > 0 || found.inNamedSpeaker[k]) hit.matchedKeywords.push_back(question.written[k]);
+            if (tf <= 0) continue;
+            hit.relevance += weights[k] * tf * (k1 + 1) / (tf + norm);
+            hit.relevance += namedSpeakerTurnsWeight * weights[k] * saturated(found.namedCounts[k], 2.0);
+        }
+        for (const auto& [pair, count] : found.pairCounts)
+            hit.relevance +=
+                pairWeight * (weights[pair.first] + weights[pair.second]) / 2 * saturated(count, 1.2);
+        if (found.named) hit.relevance += namedSpeakerBonus;
+        if (hit.matchedKeywords.empty() && !(found.named && question.keywords.empty())) continue;
+
+        // The answer lies where the question's weight gathers: each turn by the weight of its
+        // own keywords and keyword pairs, twice, plus that of every other turn about it (an
+        // answer is a stretch of talk where the question's words keep coming back). When the
+        // question names a speaker, that speaker's turns come first: it asks what they said.
+        std::vector<double> own;
+        for (const auto& turn : found.turns) {
+            double weight = 0;
+            for (size_t k : turn.keywords) weight += weights[k];
+            for (auto [x, y] : turn.pairs) weight += pairWeight * (weights[x] + weights[y]) / 2;
+            own.push_back(weight);
+        }
+        struct TurnScore {
+            bool byNamed;
+            double weight;
+            size_t index;
+        };
+        std::vector<TurnScore> turnScores;
+        for (size_t i = 0; i < found.turns.size(); ++i) {
+            const auto& turn = found.turns[i];
+            double score = own[i]; // and once more in the window
+            size_t first = i;
+            while (first > 0 && found.turns[first - 1].index + answerReach >= turn.index) --first;
+            for (size_t j = first; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach;
+                 ++j)
+                score += own[j];
+            turnScores.push_back({turn.byNamed, score, turn.index});
+        }
+        std::stable_sort(turnScores.begin(), turnScores.end(), [](const TurnScore& x, const TurnScore& y) {
+            return x.byNamed != y.byNamed ? x.byNamed : x.weight > y.weight;
+        });
+        for (size_t i = 0; i < turnScores.size() && i < maxAnswerTurns; ++i)
+            hit.answerTurns.push_back(turnScores[i].index);
+        hits.push_back(std::move(hit));
+    }
+    std::stable_sort(hits.begin(), hits.end(),
+                     [](const Hit& x, const Hit& y) { return x.relevance > y.relevance; });
+    return hits;
+}
+
+std::vector<std::string> snippets(const TranscriptDocument& document, const Hit& hit) {
+    std::vector<std::string> found;
+    for (size_t turn : hit.answerTurns) {
+        if (turn >= document.turns.size()) continue; // the file changed since it was ranked
+        const auto& spoken = document.turns[turn];
+        std::string_view around =
+            hit.matchedKeywords.empty() ? std::string_view() : hit.matchedKeywords.front();
+        for (const auto& keyword : hit.matchedKeywords)
+            if (TextFolding::find(spoken.text, keyword)) {
+                around = keyword;
+                break;
+            }
+        found.push_back("**" + spoken.speaker + ":** " +
+                        RankedTranscriptSearch::excerpt(spoken.text, around, snippetContext));
+    }
+    return found;
+}
+
+} // namespace zelmor::QuestionRanking

@@ -1,0 +1,108 @@
+// Ranking meetings for a question as a person asks it ("what did Ana say about the pricing
+// roadmap?"), to find the meeting that answers it: the evidence of a term ranking with length
+// normalisation, the question's words in the order it puts them, and the speakers it names.
+// Beside the answer ranking, which keeps its own rules; both stand on the same tokenizer.
+#pragma once
+
+#include "ZelmorMarkdownKit/format/TranscriptDocument.h"
+#include "ZelmorMarkdownKit/search/QueryTokenizer.h"
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelmor::QuestionRanking {
+
+/// The question's topic words, as stems: its content words less the words that only say what
+/// kind of answer is wanted ("discuss", "summarize", "think", "say", "decide"…). Distinct, in
+/// the order they first stand.
+std::vector<std::string> keywords(std::string_view question);
+
+struct Options {
+    /// Threads that read the meetings; 0: one per core, at most 8.
+    unsigned workers = 0;
+};
+
+struct Hit {
+    /// Position of the meeting among those given.
+    size_t index = 0;
+    double relevance = 0;
+    /// The question's keywords (as written in it, normalised) that the meeting holds.
+    std::vector<std::string> matchedKeywords;
+    /// Up to three turns that carry the answer, best first: the turns that hold the most of the
+    /// question's weight (and were spoken by a speaker it names, when it names one).
+    std::vector<size_t> answerTurns;
+};
+
+/// What one meeting holds of a question, counted in one pass over its turns.
+struct Evidence {
+    /// Mentions of each keyword, those in the title counted as several.
+    std::vector<double> counts;
+    /// Mentions of two keywords side by side, by the pair's keyword positions.
+    std::map<std::pair<size_t, size_t>, double> pairCounts;
+    /// Mentions of each keyword in the turns of a speaker the question names.
+    std::vector<double> namedCounts;
+    /// Keywords that are words of a speaker the question names: held by the meeting that speaker is in.
+    std::vector<bool> inNamedSpeaker;
+    /// Words in the turns.
+    double length = 0;
+    /// Whether a speaker the question names took part.
+    bool named = false;
+    /// A turn that holds a keyword (or, for a question of no keyword, one by a named speaker).
+    struct Turn {
+        size_t index;
+        /// Positions of the keywords it holds, in the order they first stand.
+        std::vector<size_t> keywords;
+        bool byNamed;
+        /// Keyword pairs side by side in it, in turn order.
+        std::vector<std::pair<size_t, size_t>> pairs;
+    };
+    std::vector<Turn> turns;
+};
+
+namespace detail {
+struct ParsedQuestion;
+} // namespace detail
+
+/// A question read once, so that meetings can be weighed one at a time as they are read, on any
+/// thread, keeping only their evidence, and ranked when all are in.
+class Question {
+public:
+    explicit Question(std::string_view text);
+    ~Question();
+    Question(const Question&) = delete;
+    Question& operator=(const Question&) = delete;
+
+    /// As `QuestionRanking::keywords`.
+    const std::vector<std::string>& keywords() const;
+    /// What the meeting holds of the question. Safe to call from several threads at once.
+    Evidence evidence(const TranscriptDocument& document) const;
+    /// The evidence of a meeting that holds nothing of the question.
+    Evidence nothing() const;
+    /// As the `rank` below, over the meetings whose evidence is given (a hit's index is the
+    /// position in `evidence`).
+    std::vector<Hit> rank(const std::vector<Evidence>& evidence) const;
+
+private:
+    std::unique_ptr<const detail::ParsedQuestion> parsed_;
+    mutable std::mutex lock_;
+    /// Word caches not in use, one made for each caller that found none.
+    mutable std::vector<std::unique_ptr<QueryTokenizer::WordCache>> idle_;
+};
+
+/// The meetings that hold one of the question's keywords or a speaker it names, best first;
+/// equal relevance keeps the order given (newest first, as the store lists meetings). Nothing for
+/// a question with no keyword and no named speaker, or whose keywords no meeting holds.
+std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, std::string_view question,
+                      const Options& options = {});
+
+/// The hit's answer turns as "**Speaker:** text", each cut to 90 characters either side of the
+/// first of the matched keywords it holds.
+std::vector<std::string> snippets(const TranscriptDocument& document, const Hit& hit);
+
+} // namespace zelmor::QuestionRanking
