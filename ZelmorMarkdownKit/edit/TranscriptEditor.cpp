@@ -3,6 +3,7 @@
 #include "ZelmorMarkdownKit/edit/TranscriptEditor.h"
 
 #include "ZelmorMarkdownKit/edit/NotesBlockWriter.h"
+#include "ZelmorMarkdownKit/text/Split.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <algorithm>
@@ -15,20 +16,6 @@ namespace {
 using Whitespace::trim;
 
 constexpr std::string_view provenancePrefix = "<!-- zelmor:written-by ";
-
-std::vector<std::string_view> splitLines(std::string_view text) {
-    std::vector<std::string_view> lines;
-    size_t start = 0;
-    while (true) {
-        size_t end = text.find('\n', start);
-        if (end == std::string_view::npos) {
-            lines.push_back(text.substr(start));
-            return lines;
-        }
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-}
 
 template <typename Lines> std::string joinLines(const Lines& lines, std::string_view separator = "\n") {
     std::string out;
@@ -96,7 +83,7 @@ struct BlockLayout {
     std::string footer;
 
     explicit BlockLayout(std::string_view inside) {
-        std::vector<std::string_view> lines = splitLines(inside);
+        std::vector<std::string_view> lines = Text::split(inside, "\n");
         size_t footerStart = lines.size();
         while (footerStart > 0 &&
                (trim(lines[footerStart - 1]).empty() || isCommentLine(lines[footerStart - 1])))
@@ -154,7 +141,7 @@ std::string renameSpeaker(std::string_view text, std::string_view from, std::str
     std::string newListLine = "  - " + std::string(to);
 
     std::vector<std::string> lines;
-    for (std::string_view line : splitLines(text)) {
+    for (std::string_view line : Text::split(text, "\n")) {
         if (line.starts_with(turnPrefix))
             lines.push_back(newTurnPrefix + std::string(line.substr(turnPrefix.size())));
         else if (line == listLine)
@@ -166,7 +153,7 @@ std::string renameSpeaker(std::string_view text, std::string_view from, std::str
 }
 
 std::string setTitle(std::string_view text, std::string_view title) {
-    std::vector<std::string_view> lines = splitLines(text);
+    std::vector<std::string_view> lines = Text::split(text, "\n");
     auto titleLine =
         std::find_if(lines.begin(), lines.end(), [](std::string_view l) { return l.starts_with("title:"); });
     if (titleLine == lines.end()) return std::string(text);
@@ -245,7 +232,7 @@ std::string setEnhancedSections(std::string_view text, std::string_view sections
 std::optional<std::string> machineProvenance(std::string_view text) {
     auto block = machineBlockRange(text);
     if (!block) return std::nullopt;
-    std::vector<std::string_view> lines = splitLines(trim(blockInside(text, *block)));
+    std::vector<std::string_view> lines = Text::split(trim(blockInside(text, *block)), "\n");
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
         std::string_view trimmed = Whitespace::trimSpacesAndTabs(*line);
         if (trimmed.starts_with(provenancePrefix) && trimmed.ends_with("-->")) return std::string(trimmed);

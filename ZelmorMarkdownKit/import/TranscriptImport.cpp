@@ -9,6 +9,7 @@
 #include "ZelmorMarkdownKit/import/TranscriptImportTextParsers.h"
 #include "ZelmorMarkdownKit/text/CalendarDays.h"
 #include "ZelmorMarkdownKit/text/ICUText.h"
+#include "ZelmorMarkdownKit/text/Split.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <charconv>
@@ -123,7 +124,7 @@ std::optional<std::string> isoDay(std::string_view text) {
     day = std::string(ICUText::prefixCharacters(day, 10));
     int numbers[3] = {0, 0, 0};
     size_t pieces = 0;
-    for (std::string_view piece : split(day, "-")) {
+    for (std::string_view piece : Text::split(day, "-")) {
         if (piece.empty()) continue;
         if (pieces == 3) return std::nullopt;
         if (piece[0] == '+') piece.remove_prefix(1);
@@ -163,7 +164,7 @@ std::optional<Format> detect(std::string_view text) {
     if (head.starts_with("WEBVTT") || contains(head, "\nWEBVTT")) return Format::webVTT;
     if (hasSRTCue(head)) return Format::srt;
     if (contains(head, "-->")) return Format::webVTT;
-    std::vector<std::string_view> lines = split(text, "\n");
+    std::vector<std::string_view> lines = Text::split(text, "\n");
     for (std::string_view line : lines) {
         if (otterSpeaker(line)) return Format::otterText;
     }

@@ -4,6 +4,7 @@
 
 #include "ZelmorMarkdownKit/import/TranscriptImportSpeakerLines.h"
 #include "ZelmorMarkdownKit/text/ICUText.h"
+#include "ZelmorMarkdownKit/text/Split.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <optional>
@@ -90,7 +91,7 @@ std::vector<ParsedMeeting> parseCSVExport(std::string_view text) {
     for (size_t r = 1; r < rows.size(); ++r) {
         const std::vector<std::string>& row = rows[r];
         ParsedMeeting meeting;
-        meeting.turns = speakerLineTurns(split(cell(row, transcriptColumn), "\n"), "Speaker 1");
+        meeting.turns = speakerLineTurns(Text::split(cell(row, transcriptColumn), "\n"), "Speaker 1");
         if (meeting.turns.empty()) continue;
         std::string_view title = Whitespace::trim(cell(row, titleColumn));
         if (!title.empty()) meeting.title = std::string(title);

@@ -3,6 +3,7 @@
 #include "ZelmorMarkdownKit/import/TranscriptImportSpeakerLines.h"
 
 #include "ZelmorMarkdownKit/text/ICUText.h"
+#include "ZelmorMarkdownKit/text/Split.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
 
 #include <unicode/uchar.h>
@@ -54,20 +55,6 @@ bool isHeading(std::string_view line) {
 
 } // namespace
 
-std::vector<std::string_view> split(std::string_view text, std::string_view separator) {
-    std::vector<std::string_view> pieces;
-    size_t start = 0;
-    while (true) {
-        size_t at = text.find(separator, start);
-        if (at == std::string_view::npos) {
-            pieces.push_back(text.substr(start));
-            return pieces;
-        }
-        pieces.push_back(text.substr(start, at - start));
-        start = at + separator.size();
-    }
-}
-
 bool isSectionWord(std::string_view name) {
     std::string lower = ICUText::lowercased(name);
     return std::find(std::begin(transcriptSectionWords), std::end(transcriptSectionWords), lower) !=
@@ -78,7 +65,7 @@ bool isPlausibleName(std::string_view name) {
     if (name.empty() || ICUText::characterCount(name) > 48) return false;
     if (name.find("  ") != std::string_view::npos) return false;
     size_t words = 0;
-    for (std::string_view piece : split(name, " ")) words += piece.empty() ? 0 : 1;
+    for (std::string_view piece : Text::split(name, " ")) words += piece.empty() ? 0 : 1;
     if (words < 1 || words > 4) return false;
     if (name.find_first_of(".!?,;\"'()[]{}<>/\\|@") != std::string_view::npos) return false;
     bool hasLetter = false;

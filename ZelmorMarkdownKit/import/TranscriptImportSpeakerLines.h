@@ -89,9 +89,6 @@ void append(std::vector<TranscriptDocument::Turn>& turns, std::string_view speak
 std::vector<TranscriptDocument::Turn> speakerLineTurns(const std::vector<std::string_view>& lines,
                                                        std::optional<std::string_view> lastResortSpeaker);
 
-/// Splits at every occurrence of the separator, keeping empty pieces.
-std::vector<std::string_view> split(std::string_view text, std::string_view separator);
-
 /// The speaker a single line names, by the export, bold markdown and inline rules in that order.
 std::optional<SpeakerLine> anySpeakerLine(std::string_view line);
 

@@ -4,6 +4,7 @@
 
 #include "ZelmorMarkdownKit/import/TranscriptImportSpeakerLines.h"
 #include "ZelmorMarkdownKit/text/ICUText.h"
+#include "ZelmorMarkdownKit/text/Split.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
 
 namespace zelmor::TranscriptImport {
@@ -78,9 +79,9 @@ bool hasSRTCue(std::string_view text) {
 std::vector<Turn> parseCueBased(std::string_view text) {
     std::vector<Turn> turns;
     std::string previousSpeaker = "Speaker 1";
-    for (std::string_view block : split(text, "\n\n")) {
+    for (std::string_view block : Text::split(text, "\n\n")) {
         std::vector<std::string_view> lines;
-        for (std::string_view line : split(block, "\n")) {
+        for (std::string_view line : Text::split(block, "\n")) {
             std::string_view trimmed = Whitespace::trim(line);
             if (!trimmed.empty()) lines.push_back(trimmed);
         }
@@ -117,7 +118,7 @@ std::vector<Turn> parseOtter(std::string_view text) {
         buffer.clear();
         if (!spoken.empty()) append(turns, speaker, spoken);
     };
-    for (std::string_view raw : split(text, "\n")) {
+    for (std::string_view raw : Text::split(text, "\n")) {
         std::string_view line = Whitespace::trim(raw);
         if (line.empty()) continue;
         if (auto name = otterSpeaker(line)) {
@@ -134,7 +135,7 @@ std::vector<Turn> parseOtter(std::string_view text) {
 
 SpeakerMarkdown parse(std::string_view text) {
     std::vector<std::string_view> lines;
-    for (std::string_view line : split(text, "\n")) lines.push_back(Whitespace::trim(line));
+    for (std::string_view line : Text::split(text, "\n")) lines.push_back(Whitespace::trim(line));
 
     SpeakerMarkdown result;
     size_t bodyStart = 0;
