@@ -1,8 +1,7 @@
 // zelmor-mcp: flags and wiring only.
 #include "ZelmorMCP/CommandLine.h"
 #include "ZelmorMCP/LineLoop.h"
-#include "ZelmorMCP/MCPServer.h"
-#include "ZelmorMCP/ToolExecutor.h"
+#include "ZelmorMCP/ServedFolder.h"
 #include "platform/FileSystem.h"
 
 #include <csignal>
@@ -40,18 +39,16 @@ int main(int argc, char** argv) {
             environment.emplace(std::string(pair.substr(0, equals)), std::string(pair.substr(equals + 1)));
     }
 
-    MCPServer server(TranscriptFolderResolver{home, commandLine.transcriptsFolder},
-                     MCPServer::attribution(environment), std::make_shared<MCPClientContext>());
-    ToolExecutor tools(
-        server, [] { return std::chrono::system_clock::now(); },
+    ServedFolder served(
+        TranscriptFolderResolver{home, commandLine.transcriptsFolder}, MCPServer::attribution(environment),
+        [] { return std::chrono::system_clock::now(); },
         [] {
             // The user's calendar and time zone as they are now, for the activity files' day keys.
             UErrorCode status = U_ZERO_ERROR;
             return std::unique_ptr<icu::Calendar>(icu::Calendar::createInstance(status));
         });
+    MCPServer& server = served.server;
     if (commandLine.askTool) server.enableAskTool();
-    server.setToolCallHandler(
-        [&](const nlohmann::json& id, const nlohmann::json& params) { return tools.toolCall(id, params); });
     std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version,
                  server.resolver().resolve().c_str());
     std::fflush(stderr);
