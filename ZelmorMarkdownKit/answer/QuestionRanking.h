@@ -34,8 +34,8 @@ struct Hit {
     double relevance = 0;
     /// The question's keywords (as written in it, normalised) that the meeting holds.
     std::vector<std::string> matchedKeywords;
-    /// Up to three turns that carry the answer, best first: the turns that hold the most of the
-    /// question's weight (and were spoken by a speaker it names, when it names one).
+    /// Up to three turns that carry the answer, best first: where the question's weight gathers,
+    /// the turns of a speaker it names first.
     std::vector<size_t> answerTurns;
 };
 
