@@ -304,8 +304,12 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         QuestionRanking::Evidence evidence;
     };
     auto weighed = store.collect([&](MeetingStore::FileVisit& file) -> std::optional<Weighed> {
+        // Dates and participant need only the frontmatter: a meeting outside them is never
+        // parsed. Only a speaker restriction looks at the turns.
+        const bool needsTurns = scope.speaker.has_value();
+        if (!needsTurns && !scope.admits(file.path, file.header)) return std::nullopt;
         MarkdownTranscriptParser::parseBody(file.text, file.header);
-        if (!scope.admits(file.path, file.header)) return std::nullopt;
+        if (needsTurns && !scope.admits(file.path, file.header)) return std::nullopt;
         Weighed found{{file.path, {}}, asked.evidence(file.header)};
         TranscriptDocument& kept = found.meeting.doc;
         kept.title = std::move(file.header.title);
