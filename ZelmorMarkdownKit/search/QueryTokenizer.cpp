@@ -27,6 +27,10 @@ namespace zelmor::QueryTokenizer {
 
 namespace {
 
+/// Called with a stretch of text that `words` reads as one word, before normalising (a one-on-one
+/// spelling already replaced), and where it stands in the caller's text.
+using SegmentVisitor = std::function<void(std::string_view segment, TextRange range)>;
+
 constexpr std::string_view stopWordList[] = {
     "a",        "an",         "the",       "and",       "or",      "but",    "of",      "to",
     "in",       "on",         "at",        "for",       "with",    "about",  "from",    "as",
@@ -329,6 +333,15 @@ void forEachSegmentUsingICU(std::string_view text, const SegmentVisitor& visit) 
     }
 }
 
+/// Every segment of the text in order, those too short to be words included.
+void forEachSegment(std::string_view text, const SegmentVisitor& visit) {
+    std::vector<TextRange> segments;
+    if (UTF8::isASCII(text))
+        forEachASCIISegmentOf(text, segments, visit);
+    else
+        forEachSegmentUsingICU(text, visit);
+}
+
 std::vector<Word> collectWords(std::string_view text,
                                void (*segments)(std::string_view, const SegmentVisitor&)) {
     std::vector<Word> found;
@@ -437,14 +450,6 @@ std::optional<std::string> oneOnOneShadow(std::string_view text) {
     std::string out;
     shadow->units.toUTF8String(out);
     return out;
-}
-
-void forEachSegment(std::string_view text, const SegmentVisitor& visit) {
-    std::vector<TextRange> segments;
-    if (UTF8::isASCII(text))
-        forEachASCIISegmentOf(text, segments, visit);
-    else
-        forEachSegmentUsingICU(text, visit);
 }
 
 std::vector<Word> words(std::string_view text) {

@@ -54,13 +54,6 @@ std::optional<std::string> oneOnOneShadow(std::string_view text);
 /// Every word of two or more characters, in text order.
 std::vector<Word> words(std::string_view text);
 
-/// Called with a stretch of text that `words` reads as one word, before normalising (a one-on-one
-/// spelling already replaced), and where it stands in the caller's text.
-using SegmentVisitor = std::function<void(std::string_view segment, TextRange range)>;
-
-/// Every segment of the text in order, those too short to be words included.
-void forEachSegment(std::string_view text, const SegmentVisitor& visit);
-
 /// The words of many texts read by one thread, as tags its owner gives them: each distinct
 /// spelling is normalised, stemmed and tagged once, so that a long text costs a lookup per word.
 /// Not to be shared between threads.
