@@ -1,5 +1,5 @@
 // What the server learns about its client during the session: only the client's name, which
-// activity records carry. Shared so that handlers can fill it in without mutating the server.
+// activity records carry.
 #pragma once
 
 #include <optional>

@@ -1,9 +1,8 @@
-// JSON-RPC envelope, dispatch table and the four protocol errors. Features live elsewhere;
-// the handlers here only adapt them to the wire.
+// JSON-RPC envelope, dispatch table and the protocol errors: the one place that builds them.
+// Features live elsewhere; the handlers here only adapt them to the wire.
 #include "ZelmorMCP/MCPServer.h"
 
 #include "ZelmorMCP/CommandLine.h"
-#include "ZelmorMCP/ToolCatalogue.h"
 #include "ZelmorMarkdownKit/text/JSONWriter.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
 
@@ -18,6 +17,7 @@ using json = nlohmann::json;
 constexpr int parseErrorCode = -32700;
 constexpr int invalidRequestCode = -32600;
 constexpr int methodNotFoundCode = -32601;
+constexpr int invalidParamsCode = -32602;
 constexpr int internalErrorCode = -32603;
 
 constexpr const char* instructions =
@@ -60,20 +60,6 @@ struct MethodBinding {
 bool MCPServer::isSupportedProtocolVersion(std::string_view version) {
     return version == "2024-11-05" || version == "2025-03-26" || version == "2025-06-18";
 }
-
-MCPServer::ActivityAttribution MCPServer::attribution(const std::map<std::string, std::string>& environment) {
-    auto isOne = [&](const char* name) {
-        auto found = environment.find(name);
-        return found != environment.end() && found->second == "1";
-    };
-    if (isOne("ZELMOR_CONNECT_PROBE")) return ActivityAttribution::probe;
-    if (isOne("ZELMOR_TRIGGERED_RUN")) return ActivityAttribution::zelmorTriggered;
-    return ActivityAttribution::user;
-}
-
-MCPServer::MCPServer(TranscriptFolderResolver resolver, ActivityAttribution attribution,
-                     std::shared_ptr<MCPClientContext> clientContext)
-    : resolver_(std::move(resolver)), attribution_(attribution), clientContext_(std::move(clientContext)) {}
 
 std::optional<std::string> MCPServer::handle(std::string_view line) const {
     json message;
@@ -141,7 +127,6 @@ std::optional<json> MCPServer::handleMessage(const json& message) const {
     };
     for (const auto& binding : methods) {
         if (binding.method != method) continue;
-        if (binding.method == "tools/call" && !toolCall_) break;
         return (this->*binding.handler)(id, params);
     }
     return errorResponse(id, methodNotFoundCode, "Method not found: " + method);
@@ -151,7 +136,7 @@ json MCPServer::initializeResult(const json& params) const {
     if (auto info = params.find("clientInfo"); info != params.end() && info->is_object()) {
         if (auto name = info->find("name"); name != info->end() && name->is_string()) {
             std::string_view trimmed = Whitespace::trim(name->get_ref<const std::string&>());
-            if (!trimmed.empty()) clientContext_->name = std::string(trimmed);
+            if (!trimmed.empty()) tools_.clientNamed(std::string(trimmed));
         }
     }
     std::string version = latestProtocolVersion;
@@ -177,11 +162,13 @@ json MCPServer::onPing(const json& id, const json&) const {
 }
 
 json MCPServer::onToolsList(const json& id, const json&) const {
-    return successResponse(id, {{"tools", ToolCatalogue::toolDefinitions(askTool_)}});
+    return successResponse(id, {{"tools", tools_.definitions()}});
 }
 
 json MCPServer::onToolsCall(const json& id, const json& params) const {
-    return toolCall_(id, params);
+    Tools::Outcome outcome = tools_.call(params);
+    if (outcome.invalidParams) return errorResponse(id, invalidParamsCode, *outcome.invalidParams);
+    return successResponse(id, std::move(outcome.result));
 }
 
 json MCPServer::successResponse(const json& id, json result) {

@@ -2,27 +2,13 @@
 // The descriptions steer how agents search, read and cite, so every character matters.
 #include "ZelmorMCP/ToolCatalogue.h"
 
-#include <algorithm>
+#include "ZelmorMCP/ToolExecutor.h"
+
 #include <array>
 
 namespace zelmor::ToolCatalogue {
 
 namespace {
-
-struct Property {
-    std::string_view name;
-    std::string_view type;
-    std::vector<std::string_view> enumValues;
-    std::string_view description;
-};
-
-struct Tool {
-    std::string_view name;
-    std::string_view title;
-    std::string_view description;
-    std::vector<Property> properties;
-    std::vector<std::string_view> required;
-};
 
 // The filters search_meetings and ask_meetings share.
 Property participantFilter() {
@@ -41,7 +27,7 @@ Property dateToFilter() {
 }
 
 /// The three tools every client gets, then ask_meetings, offered only with --ask-tool.
-const std::array<Tool, 4>& tools() {
+const std::array<Tool, 4>& table() {
     static const std::array<Tool, 4> table = {
         {
             {"search_meetings",
@@ -66,7 +52,9 @@ const std::array<Tool, 4>& tools() {
                   {},
                   R"(When true, each result includes the meeting's full verbatim .md content, so you can summarize or act on it without a separate read_meeting call (one fewer tool-approval prompt). Pair with a small limit (1–3) — transcripts are large. Default false.)"},
              },
-             {}},
+             {},
+             &ToolExecutor::searchMeetings,
+             "query"},
             {"read_meeting",
              "Read one meeting transcript",
              R"(Return one meeting's .md file verbatim: YAML frontmatter (title, date, started_at, participants, duration), the user's notes, the speaker-labeled transcript, and any AI summary sections. Only paths inside the transcript folder are readable.)",
@@ -74,8 +62,10 @@ const std::array<Tool, 4>& tools() {
                "string",
                {},
                "Absolute path of the transcript, exactly as returned by search_meetings."}},
-             {"path"}},
-            {"list_participants", "List meeting participants", R"(Aggregate everyone who appears in the user's meetings: name, number of meetings attended, and the most recent meeting's date and title. Entries with is_generic_label true are unrenamed 'Speaker N' diarization placeholders — per-meeting labels, not one person across meetings.)", {}, {}},
+             {"path"},
+             &ToolExecutor::readMeeting,
+             nullptr},
+            {"list_participants", "List meeting participants", R"(Aggregate everyone who appears in the user's meetings: name, number of meetings attended, and the most recent meeting's date and title. Entries with is_generic_label true are unrenamed 'Speaker N' diarization placeholders — per-meeting labels, not one person across meetings.)", {}, {}, &ToolExecutor::listParticipants, nullptr},
             {"ask_meetings",
              "Find the meetings that answer a question",
              R"(Find the meetings that answer a question asked in plain words ('what did Ana say about the pricing roadmap?', 'why did we drop the annual discount last month?'), best first. Prefer it over search_meetings when you have a question rather than exact words: it weighs every word of the question by how rare it is, so a meeting need not hold them all, favours meetings where the question's words stand together and where a speaker it names talks, and reads time phrases ('last week', 'in March', 'the last 3 meetings') as a date scope. Rows carry the path for read_meeting, relevance, the question's words each meeting holds, and up to three speaker-labeled snippets from the turns that carry the answer. Then read_meeting the best one or two and answer with citations (title + date); if nothing comes back, say so honestly — never invent a meeting or a citation. Use search_meetings to list meetings or to match exact words and phrases.)",
@@ -89,7 +79,9 @@ const std::array<Tool, 4>& tools() {
                  dateToFilter(),
                  {"limit", "integer", {}, R"(Maximum meetings to return (default 5, max 20).)"},
              },
-             {"question"}},
+             {"question"},
+             &ToolExecutor::askMeetings,
+             "question"},
         }};
     return table;
 }
@@ -116,11 +108,20 @@ const nlohmann::json& readOnlyAnnotations() {
     return annotations;
 }
 
+std::span<const Tool> tools(bool withAskTool) {
+    return std::span<const Tool>(table()).first(withAskTool ? 4 : 3);
+}
+
+const Tool* find(std::string_view name, bool withAskTool) {
+    for (const Tool& tool : tools(withAskTool))
+        if (tool.name == name) return &tool;
+    return nullptr;
+}
+
 const nlohmann::json& toolDefinitions(bool withAskTool) {
-    auto build = [](size_t count) {
+    auto build = [](bool ask) {
         auto array = nlohmann::json::array();
-        for (size_t i = 0; i < count; ++i) {
-            const Tool& tool = tools()[i];
+        for (const Tool& tool : tools(ask)) {
             array.push_back({{"name", tool.name},
                              {"title", tool.title},
                              {"description", tool.description},
@@ -129,19 +130,8 @@ const nlohmann::json& toolDefinitions(bool withAskTool) {
         }
         return array;
     };
-    static const nlohmann::json three = build(3), four = build(4);
+    static const nlohmann::json three = build(false), four = build(true);
     return withAskTool ? four : three;
-}
-
-std::vector<std::string_view> toolNames(bool withAskTool) {
-    std::vector<std::string_view> names;
-    for (size_t i = 0; i < (withAskTool ? 4u : 3u); ++i) names.push_back(tools()[i].name);
-    return names;
-}
-
-bool isKnownTool(std::string_view name, bool withAskTool) {
-    auto names = toolNames(withAskTool);
-    return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 } // namespace zelmor::ToolCatalogue

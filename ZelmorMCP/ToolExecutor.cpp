@@ -21,8 +21,6 @@ namespace {
 
 using json = nlohmann::json;
 
-constexpr int invalidParamsCode = -32602;
-
 std::optional<std::string> stringArgument(const json& arguments, const char* key) {
     auto found = arguments.find(key);
     if (found == arguments.end() || !found->is_string()) return std::nullopt;
@@ -72,8 +70,25 @@ std::string fileStem(std::string path) {
 
 } // namespace
 
-ToolExecutor::ToolExecutor(const MCPServer& server, Clock now, CalendarFactory calendar)
-    : server_(server), now_(std::move(now)), calendar_(std::move(calendar)) {}
+ToolExecutor::ActivityAttribution
+ToolExecutor::attribution(const std::map<std::string, std::string>& environment) {
+    auto isOne = [&](const char* name) {
+        auto found = environment.find(name);
+        return found != environment.end() && found->second == "1";
+    };
+    if (isOne("ZELMOR_CONNECT_PROBE")) return ActivityAttribution::probe;
+    if (isOne("ZELMOR_TRIGGERED_RUN")) return ActivityAttribution::zelmorTriggered;
+    return ActivityAttribution::user;
+}
+
+ToolExecutor::ToolExecutor(TranscriptFolderResolver resolver, ActivityAttribution attribution, Clock now,
+                           CalendarFactory calendar)
+    : resolver_(std::move(resolver)), attribution_(attribution), now_(std::move(now)),
+      calendar_(std::move(calendar)) {}
+
+const json& ToolExecutor::definitions() const {
+    return ToolCatalogue::toolDefinitions(askTool_);
+}
 
 std::string ToolExecutor::describe(const MeetingStore::StoreError& error) {
     using Kind = MeetingStore::StoreError::Kind;
@@ -103,47 +118,6 @@ std::string ToolExecutor::describe(const MeetingStore::StoreError& error) {
     return "Unexpected error: " + path;
 }
 
-namespace {
-
-/// One row per tool the catalogue offers: what runs a call, and the argument the activity feed
-/// shows as its detail (read_meeting's detail, the meeting's title, is made from its result).
-struct ToolHandler {
-    std::string_view name;
-    json (*run)(const ToolExecutor& executor, const MeetingStore& store, const json& arguments);
-    const char* detailArgument;
-};
-
-const ToolHandler toolHandlers[] = {
-    {"search_meetings",
-     [](const ToolExecutor&, const MeetingStore& store, const json& arguments) {
-         return ToolExecutor::jsonToolResult(ToolExecutor::searchMeetings(store, arguments));
-     },
-     "query"},
-    {"read_meeting",
-     [](const ToolExecutor&, const MeetingStore& store, const json& arguments) {
-         return ToolExecutor::readMeeting(store, arguments);
-     },
-     nullptr},
-    {"list_participants",
-     [](const ToolExecutor&, const MeetingStore& store, const json&) {
-         return ToolExecutor::jsonToolResult(ToolExecutor::listParticipants(store));
-     },
-     nullptr},
-    {"ask_meetings",
-     [](const ToolExecutor& executor, const MeetingStore& store, const json& arguments) {
-         return executor.askMeetings(store, arguments);
-     },
-     "question"},
-};
-
-const ToolHandler* handlerFor(std::string_view name) {
-    for (const ToolHandler& handler : toolHandlers)
-        if (handler.name == name) return &handler;
-    return nullptr;
-}
-
-} // namespace
-
 json ToolExecutor::jsonToolResult(const json& data) {
     return {{"content", json::array({{{"type", "text"}, {"text", JSONWriter::pretty(data).value_or("{}")}}})},
             {"structuredContent", data},
@@ -154,26 +128,31 @@ json ToolExecutor::textToolResult(const std::string& text) {
     return {{"content", json::array({{{"type", "text"}, {"text", text}}})}, {"isError", false}};
 }
 
-json ToolExecutor::toolCall(const json& id, const json& params) const {
+ToolExecutor::Outcome ToolExecutor::call(const json& params) const {
     auto nameMember = params.find("name");
     if (nameMember == params.end() || !nameMember->is_string())
-        return MCPServer::errorResponse(id, invalidParamsCode, "Invalid params: missing tool name");
-    const std::string name = nameMember->get<std::string>();
+        return {{}, "Invalid params: missing tool name"};
+    const std::string& name = nameMember->get_ref<const std::string&>();
+    const ToolCatalogue::Tool* tool = ToolCatalogue::find(name, askTool_);
+    if (!tool) {
+        std::string available;
+        for (const ToolCatalogue::Tool& offered : ToolCatalogue::tools(askTool_))
+            available += (available.empty() ? "" : ", ") + std::string(offered.name);
+        return {{}, "Unknown tool: " + name + ". Available tools: " + available};
+    }
     static const json emptyArguments = json::object();
     auto argumentsMember = params.find("arguments");
     const json& arguments =
         argumentsMember != params.end() && argumentsMember->is_object() ? *argumentsMember : emptyArguments;
 
-    const auto& resolver = server_.resolver();
-    auto folders = resolver.folders();
+    auto folders = resolver_.folders();
     MeetingStore store(std::move(folders.transcripts), std::move(folders.memoryFolderName));
-    const std::string support = resolver.supportDirectory();
-    const bool known = ToolCatalogue::isKnownTool(name, server_.askToolEnabled());
-    const bool probe = server_.activityAttribution() == MCPServer::ActivityAttribution::probe;
+    const std::string support = resolver_.supportDirectory();
+    const bool probe = attribution_ == ActivityAttribution::probe;
 
     // Counted before the tool runs, so failed calls count too. The activity files are the app's
     // business: no failure there (not even running out of memory) may fail the call.
-    if (known && !probe) {
+    if (!probe) {
         try {
             if (auto calendar = calendar_())
                 AgentActivityLog::recordCall(name, AgentActivityLog::fileURL(support), now_(), *calendar);
@@ -181,17 +160,9 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
         }
     }
 
-    const ToolHandler* handler = known ? handlerFor(name) : nullptr;
-    if (!handler) {
-        std::string available;
-        for (std::string_view tool : ToolCatalogue::toolNames(server_.askToolEnabled()))
-            available += (available.empty() ? "" : ", ") + std::string(tool);
-        return MCPServer::errorResponse(id, invalidParamsCode,
-                                        "Unknown tool: " + name + ". Available tools: " + available);
-    }
     json result;
     try {
-        result = handler->run(*this, store, arguments);
+        result = (this->*tool->run)(store, arguments);
     } catch (const MeetingStore::StoreError& error) {
         result = MCPServer::toolErrorResult(describe(error));
     } catch (const std::exception& error) {
@@ -200,20 +171,20 @@ json ToolExecutor::toolCall(const json& id, const json& params) const {
 
     if (!probe && !result.value("isError", false)) {
         try {
-            recordFeedEntry(name, arguments, result, support);
+            recordFeedEntry(tool->name, tool->feedDetail, arguments, result, support);
         } catch (...) {
         }
     }
-    return MCPServer::successResponse(id, std::move(result));
+    return {std::move(result), std::nullopt};
 }
 
-void ToolExecutor::recordFeedEntry(const std::string& tool, const json& arguments, const json& result,
-                                   const std::string& supportDirectory) const {
+void ToolExecutor::recordFeedEntry(std::string_view tool, const char* feedDetail, const json& arguments,
+                                   const json& result, const std::string& supportDirectory) const {
     AgentActivityFeed::Entry entry;
     entry.ts = now_();
-    entry.tool = tool;
-    if (const ToolHandler* handler = handlerFor(tool); handler && handler->detailArgument) {
-        if (auto asked = stringArgument(arguments, handler->detailArgument)) {
+    entry.tool = std::string(tool);
+    if (feedDetail) {
+        if (auto asked = stringArgument(arguments, feedDetail)) {
             std::string trimmed(Whitespace::trim(*asked));
             if (!trimmed.empty()) entry.detail = trimmed;
         }
@@ -223,12 +194,12 @@ void ToolExecutor::recordFeedEntry(const std::string& tool, const json& argument
         entry.path = *path;
         entry.detail = titleFromReadResult(result).value_or(fileStem(*path));
     }
-    entry.triggered = server_.activityAttribution() == MCPServer::ActivityAttribution::zelmorTriggered;
-    entry.client = server_.clientContext()->name;
+    entry.triggered = attribution_ == ActivityAttribution::zelmorTriggered;
+    entry.client = clientContext_.name;
     if (auto calendar = calendar_()) AgentActivityFeed::append(entry, supportDirectory, now_(), *calendar);
 }
 
-json ToolExecutor::searchMeetings(const MeetingStore& store, const json& arguments) {
+json ToolExecutor::searchMeetings(const MeetingStore& store, const json& arguments) const {
     MeetingStore::SearchFilters filters;
     filters.query = stringArgument(arguments, "query");
     filters.participant = stringArgument(arguments, "participant");
@@ -245,12 +216,12 @@ json ToolExecutor::searchMeetings(const MeetingStore& store, const json& argumen
     for (const auto& hit : found.hits) rows.push_back(searchRow(store, hit, hasQuery, includeContent));
     const auto count = static_cast<long long>(rows.size());
     const bool relevance = filters.ordersByRelevance();
-    return {{"total", found.total},
-            {"count", count},
-            {"offset", found.offset},
-            {"has_more", found.offset + count < found.total},
-            {"sort", relevance ? "relevance" : "newest"},
-            {"meetings", std::move(rows)}};
+    return jsonToolResult({{"total", found.total},
+                           {"count", count},
+                           {"offset", found.offset},
+                           {"has_more", found.offset + count < found.total},
+                           {"sort", relevance ? "relevance" : "newest"},
+                           {"meetings", std::move(rows)}});
 }
 
 json ToolExecutor::searchRow(const MeetingStore& store, const MeetingStore::SearchHit& hit, bool hasQuery,
@@ -272,7 +243,7 @@ json ToolExecutor::searchRow(const MeetingStore& store, const MeetingStore::Sear
     return row;
 }
 
-json ToolExecutor::readMeeting(const MeetingStore& store, const json& arguments) {
+json ToolExecutor::readMeeting(const MeetingStore& store, const json& arguments) const {
     auto path = stringArgument(arguments, "path");
     if (!path || path->empty())
         return MCPServer::toolErrorResult("Missing required argument 'path'. Pass the transcript path "
@@ -357,7 +328,7 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
     return jsonToolResult(data);
 }
 
-json ToolExecutor::listParticipants(const MeetingStore& store) {
+json ToolExecutor::listParticipants(const MeetingStore& store, const json&) const {
     auto rows = json::array();
     for (const auto& summary : store.participants()) {
         rows.push_back({{"name", summary.name},
@@ -366,7 +337,7 @@ json ToolExecutor::listParticipants(const MeetingStore& store) {
                         {"last_meeting_title", summary.lastMeetingTitle},
                         {"is_generic_label", summary.isGenericLabel}});
     }
-    return {{"total", rows.size()}, {"participants", std::move(rows)}};
+    return jsonToolResult({{"total", rows.size()}, {"participants", std::move(rows)}});
 }
 
 std::optional<std::string> ToolExecutor::titleFromReadResult(const json& result) {

@@ -1,7 +1,8 @@
 // zelmor-mcp: flags and wiring only.
 #include "ZelmorMCP/CommandLine.h"
 #include "ZelmorMCP/LineLoop.h"
-#include "ZelmorMCP/ServedFolder.h"
+#include "ZelmorMCP/MCPServer.h"
+#include "ZelmorMCP/ToolExecutor.h"
 #include "platform/FileSystem.h"
 
 #include <csignal>
@@ -39,18 +40,18 @@ int main(int argc, char** argv) {
             environment.emplace(std::string(pair.substr(0, equals)), std::string(pair.substr(equals + 1)));
     }
 
-    ServedFolder served(
-        TranscriptFolderResolver{home, commandLine.transcriptsFolder}, MCPServer::attribution(environment),
+    ToolExecutor tools(
+        TranscriptFolderResolver{home, commandLine.transcriptsFolder}, ToolExecutor::attribution(environment),
         [] { return std::chrono::system_clock::now(); },
         [] {
             // The user's calendar and time zone as they are now, for the activity files' day keys.
             UErrorCode status = U_ZERO_ERROR;
             return std::unique_ptr<icu::Calendar>(icu::Calendar::createInstance(status));
         });
-    MCPServer& server = served.server;
-    if (commandLine.askTool) server.enableAskTool();
+    if (commandLine.askTool) tools.enableAskTool();
+    const MCPServer server(tools);
     std::fprintf(stderr, "zelmor-mcp %s serving %s\n", CommandLine::version,
-                 server.resolver().resolve().c_str());
+                 tools.resolver().resolve().c_str());
     std::fflush(stderr);
     return LineLoop::run(
         STDIN_FILENO, STDOUT_FILENO, [&](std::string_view line) { return server.handle(line); },

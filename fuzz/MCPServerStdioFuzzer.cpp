@@ -4,7 +4,8 @@
 // and the participant list run on real transcripts with fuzzed arguments.
 #include "FuzzInput.h"
 #include "ZelmorMCP/LineLoop.h"
-#include "ZelmorMCP/ServedFolder.h"
+#include "ZelmorMCP/MCPServer.h"
+#include "ZelmorMCP/ToolExecutor.h"
 
 #include <unicode/gregocal.h>
 #include <unicode/timezone.h>
@@ -25,17 +26,18 @@ namespace {
 // A home folder that does not exist, and a probe's attribution, so that no call writes the
 // activity files: nothing the fuzzer sends may change real files. The folder is only read. A
 // fixed clock and calendar, so that a finding reproduces.
-zelmor::ServedFolder& served() {
-    static zelmor::ServedFolder folder{
+const zelmor::MCPServer& server() {
+    static zelmor::ToolExecutor tools{
         zelmor::TranscriptFolderResolver{"/nonexistent/zelmor-fuzz-home", ZELMOR_FUZZ_MEETINGS_FOLDER},
-        zelmor::MCPServer::ActivityAttribution::probe,
+        zelmor::ToolExecutor::ActivityAttribution::probe,
         [] { return std::chrono::system_clock::time_point(std::chrono::seconds(1794996000)); },
         [] {
             UErrorCode status = U_ZERO_ERROR;
             return std::unique_ptr<icu::Calendar>(
                 new icu::GregorianCalendar(icu::TimeZone::createTimeZone("Europe/Berlin"), status));
         }};
-    return folder;
+    static const zelmor::MCPServer served(tools);
+    return served;
 }
 
 void setNonBlocking(int fd) {
@@ -74,7 +76,7 @@ std::string drain(int fd, bool leaveEarly) {
 // executable's; the high nibble the size of the pieces written. The rest is the input stream.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using zelmor::fuzz::require;
-    static zelmor::ServedFolder& folder = served();
+    static const zelmor::MCPServer& served = server();
     static const bool ignoringSigpipe = std::signal(SIGPIPE, SIG_IGN) != SIG_ERR;
     require(ignoringSigpipe, "SIGPIPE can be ignored, as the executable does");
     if (size == 0) return 0;
@@ -91,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::thread writer(feed, input[1], stream, piece);
     std::thread reader([&] { written = drain(output[0], leaveEarly); });
     int status = zelmor::LineLoop::run(
-        input[0], output[1], [](std::string_view line) { return folder.server.handle(line); },
+        input[0], output[1], [](std::string_view line) { return served.handle(line); },
         &zelmor::MCPServer::parseErrorReply, (flags & 8) ? 4096 : zelmor::LineLoop::defaultMaxLineBytes);
     ::close(output[1]);
     ::close(input[0]);

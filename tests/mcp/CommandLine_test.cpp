@@ -1,5 +1,5 @@
 // The executable's command line: output streams, exit status and the folder it serves.
-#include "ZelmorMCP/MCPServer.h"
+#include "ZelmorMCP/ToolExecutor.h"
 #include "tests/support/Subprocess.h"
 #include "tests/support/TempFolder.h"
 
@@ -41,14 +41,14 @@ TEST(CommandLine, StreamsAndExitStatusFollowTheOptions) {
 }
 
 TEST(CommandLine, AttributionFromEnvironment) {
-    using A = MCPServer::ActivityAttribution;
-    EXPECT_EQ(MCPServer::attribution({}), A::user);
-    EXPECT_EQ(MCPServer::attribution({{"ZELMOR_CONNECT_PROBE", "1"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
+    using A = ToolExecutor::ActivityAttribution;
+    EXPECT_EQ(ToolExecutor::attribution({}), A::user);
+    EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_CONNECT_PROBE", "1"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
               A::probe);
-    EXPECT_EQ(MCPServer::attribution({{"ZELMOR_CONNECT_PROBE", "true"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
+    EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_CONNECT_PROBE", "true"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
               A::zelmorTriggered);
-    EXPECT_EQ(MCPServer::attribution({{"ZELMOR_TRIGGERED_RUN", "yes"}}), A::user);
-    EXPECT_EQ(MCPServer::attribution({{"ZELMOR_TRIGGERED_RUN", ""}}), A::user);
+    EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_TRIGGERED_RUN", "yes"}}), A::user);
+    EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_TRIGGERED_RUN", ""}}), A::user);
 }
 
 } // namespace

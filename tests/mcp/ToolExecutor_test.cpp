@@ -35,14 +35,10 @@ protected:
     }
 
     json call(const json& params,
-              MCPServer::ActivityAttribution attribution = MCPServer::ActivityAttribution::user,
+              ToolExecutor::ActivityAttribution attribution = ToolExecutor::ActivityAttribution::user,
               std::optional<std::string> client = "test-client") {
-        auto context = std::make_shared<MCPClientContext>();
-        context->name = client;
-        MCPServer server(TranscriptFolderResolver{home.path(), folder}, attribution, context);
-        server.enableAskTool();
         ToolExecutor executor(
-            server,
+            TranscriptFolderResolver{home.path(), folder}, attribution,
             [] {
                 return std::chrono::system_clock::time_point(std::chrono::seconds(1795341600));
             }, // 2026-11-22T10:00:00Z
@@ -51,7 +47,10 @@ protected:
                 return std::unique_ptr<icu::Calendar>(
                     new icu::GregorianCalendar(icu::TimeZone::createTimeZone("Europe/Berlin"), status));
             });
-        return executor.toolCall(7, params);
+        executor.enableAskTool();
+        if (client) executor.clientNamed(*client);
+        const MCPServer server(executor);
+        return server.handleMessage({{"id", 7}, {"method", "tools/call"}, {"params", params}}).value();
     }
 
     std::vector<json> feed() const {
@@ -85,7 +84,7 @@ TEST_F(ToolExecutorTest, UnknownToolsAndNamelessCallsRecordNothing) {
 
 TEST_F(ToolExecutorTest, ProbeRunsAreAnsweredButNotRecorded) {
     json reply = call({{"name", "search_meetings"}, {"arguments", {{"query", "pricing"}}}},
-                      MCPServer::ActivityAttribution::probe);
+                      ToolExecutor::ActivityAttribution::probe);
     EXPECT_EQ(reply["result"]["structuredContent"]["total"], 2);
     EXPECT_FALSE(std::filesystem::exists(countsFile));
     EXPECT_FALSE(std::filesystem::exists(feedFile));
@@ -94,9 +93,9 @@ TEST_F(ToolExecutorTest, ProbeRunsAreAnsweredButNotRecorded) {
 TEST_F(ToolExecutorTest, FeedEntriesDescribeSuccessfulCalls) {
     call({{"name", "search_meetings"}, {"arguments", {{"query", "  pricing \n"}}}});
     call({{"name", "search_meetings"}, {"arguments", {{"query", " \t"}}}},
-         MCPServer::ActivityAttribution::zelmorTriggered);
+         ToolExecutor::ActivityAttribution::zelmorTriggered);
     call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/2026/Pricing review.md"}}}},
-         MCPServer::ActivityAttribution::user, std::nullopt);
+         ToolExecutor::ActivityAttribution::user, std::nullopt);
     call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/2026/../2026-10-02.md"}}}});
     call({{"name", "read_meeting"}, {"arguments", {{"path", folder + "/missing.md"}}}});
     call({{"name", "list_participants"}, {"arguments", {{"path", "ignored"}}}});
