@@ -10,6 +10,7 @@
 #include "ZelmorMarkdownKit/text/ICUText.h"
 #include "ZelmorMarkdownKit/text/UTF8.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
+#include "ZelmorMarkdownKit/text/Workers.h"
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 
@@ -20,7 +21,6 @@
 #include <mutex>
 #include <new>
 #include <optional>
-#include <thread>
 
 namespace zelmor {
 
@@ -28,15 +28,6 @@ namespace {
 
 /// Below this many files a second thread costs more than it saves.
 constexpr size_t filesPerWorker = 16;
-/// Reading is bound by the disk as much as by parsing; more threads than this only contend.
-constexpr unsigned maxWorkers = 8;
-
-unsigned workerCount(unsigned asked, size_t files) {
-    unsigned workers =
-        asked != 0 ? asked : std::max(1u, std::min(maxWorkers, std::thread::hardware_concurrency()));
-    return static_cast<unsigned>(
-        std::max<size_t>(1, std::min<size_t>(workers, (files + filesPerWorker - 1) / filesPerWorker)));
-}
 
 /// Where a kept transcript goes in the newest-first order.
 struct OrderKey {
@@ -86,52 +77,43 @@ std::vector<size_t> MeetingStore::visitFiles(const std::vector<std::string>& fil
                                              const std::function<bool(size_t, FileVisit&)>& visit,
                                              unsigned workers) const {
     std::vector<std::optional<OrderKey>> keys(files.size());
-    std::atomic<size_t> next{0};
+    std::atomic<bool> failed{false};
     std::mutex failureLock;
     std::exception_ptr failure;
+    workers = Workers::count(workers, (files.size() + filesPerWorker - 1) / filesPerWorker);
+    std::vector<std::string> buffers(workers); // one per thread, reused from file to file
 
-    // Each worker claims the next unvisited index and writes only that index's slots, so the
-    // outcome is the same for any number of workers.
-    auto work = [&] {
-        std::string buffer;
-        for (size_t i = next++; i < files.size(); i = next++) {
-            std::optional<TranscriptDocument> header;
-            std::string path;
-            std::string_view text;
-            try {
-                auto length = platform::readFileInto(files[i], buffer, FileLimits::transcriptBytes);
-                if (!length) continue;
-                text = std::string_view(buffer.data(), *length);
-                if (!UTF8::isValid(text) || !ZelmorTranscriptMarker::declares(text)) continue;
-                header = MarkdownTranscriptParser::parseFrontmatter(text);
-                if (!header) continue;
-                path = platform::standardizePath(files[i]);
-            } catch (...) {
-                continue; // one bad file (even out of memory on a huge one) never ends the scan
-            }
-            OrderKey key{header->startedAt.empty() ? header->date : header->startedAt, path};
-            try {
-                FileVisit file{path, *header, text};
-                if (visit(i, file)) keys[i] = std::move(key);
-            } catch (const std::bad_alloc&) {
-                // Out of memory on one file is that file's fault, as in the read above: left out.
-            } catch (...) {
-                std::lock_guard<std::mutex> hold(failureLock);
-                if (!failure) failure = std::current_exception();
-                next = files.size(); // the other workers stop at their next claim
-            }
+    // Each index's slots are written by the one thread that takes it, so the outcome is the same
+    // for any number of workers.
+    Workers::forEachIndex(files.size(), workers, [&](size_t i, unsigned worker) {
+        if (failed) return; // a visitor failed: the rest of the list is left
+        std::string& buffer = buffers[worker];
+        std::optional<TranscriptDocument> header;
+        std::string path;
+        std::string_view text;
+        try {
+            auto length = platform::readFileInto(files[i], buffer, FileLimits::transcriptBytes);
+            if (!length) return;
+            text = std::string_view(buffer.data(), *length);
+            if (!UTF8::isValid(text) || !ZelmorTranscriptMarker::declares(text)) return;
+            header = MarkdownTranscriptParser::parseFrontmatter(text);
+            if (!header) return;
+            path = platform::standardizePath(files[i]);
+        } catch (...) {
+            return; // one bad file (even out of memory on a huge one) never ends the scan
         }
-    };
-    workers = workerCount(workers, files.size());
-    std::vector<std::thread> threads;
-    try {
-        threads.reserve(workers);
-        for (unsigned k = 1; k < workers; ++k) threads.emplace_back(work);
-    } catch (...) {
-        // No more threads to be had: the ones running and this one finish the list.
-    }
-    work();
-    for (auto& thread : threads) thread.join();
+        OrderKey key{header->startedAt.empty() ? header->date : header->startedAt, path};
+        try {
+            FileVisit file{path, *header, text};
+            if (visit(i, file)) keys[i] = std::move(key);
+        } catch (const std::bad_alloc&) {
+            // Out of memory on one file is that file's fault, as in the read above: left out.
+        } catch (...) {
+            std::lock_guard<std::mutex> hold(failureLock);
+            if (!failure) failure = std::current_exception();
+            failed = true;
+        }
+    });
     if (failure) std::rethrow_exception(failure);
 
     std::vector<size_t> order;

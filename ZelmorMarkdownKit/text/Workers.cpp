@@ -8,7 +8,7 @@
 namespace zelmor::Workers {
 
 namespace {
-/// Tokenizing is bound by the cores; more threads than this only contend.
+/// More threads than this only contend, for the cores when tokenizing, for the disk when reading.
 constexpr unsigned maxWorkers = 8;
 } // namespace
 
