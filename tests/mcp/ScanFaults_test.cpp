@@ -97,24 +97,6 @@ TEST(ScanFaults, FolderLinkLoopsDoNotTrapTheWalk) {
     }
 }
 
-TEST(ScanFaults, FiftyThousandFilesInOneFolder) {
-    test::TempFolder root;
-    std::string note = root.write("note.txt", "not a meeting\n");
-    // Hard links to one small file: fifty thousand names, one file's worth of disk.
-    char name[32];
-    for (int i = 0; i < 50000; ++i) {
-        std::snprintf(name, sizeof name, "/n%05d.md", i);
-        ASSERT_EQ(::link(note.c_str(), (root.path() + name).c_str()), 0) << name;
-    }
-    root.write("n50000.md", transcript("2026-01-01"));
-    auto listed = platform::listFilesRecursively(root.path());
-    ASSERT_TRUE(listed);
-    ASSERT_EQ(listed->size(), 50002u);
-    EXPECT_EQ(listed->front(), root / "n00000.md");
-    EXPECT_EQ((*listed)[50000], root / "n50000.md");
-    EXPECT_EQ(scanned(MeetingStore{root.path()}), Paths{root / "n50000.md"});
-}
-
 /// Creates the folders of `relative` below an open folder one at a time, so that the whole path
 /// may be longer than the system would take at once; gives the innermost, open.
 int makeFoldersAt(int folder, const Paths& names) {
