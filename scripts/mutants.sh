@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # A mutation run: how many small faults planted in the product code the tests catch.
 #
-#   scripts/mutants.sh [--sample N] [--seed S] [--list]
+#   scripts/mutants.sh [--sample N] [--seed S] [--jobs J] [--rev REV] [--list]
 #
 # A fixed, seeded sample of N single-site mutations of the product code (never of tests):
 # comparison and arithmetic operators swapped, integer constants moved by one, a condition
@@ -11,44 +11,69 @@
 # stress suite is left out): killed when a test fails, the build fails or a test executable runs
 # past its limit; survived when everything passes. The same seed and sample give the same
 # mutants as long as the product code is the same, so two runs compare test suites.
-# --list prints the sample without running it. The last lines give the surviving mutants and
-# the kill rate; the whole report is also written to build/mutants/report-SEED-N.txt.
+# --jobs J judges J mutants at a time, each in a copy of its own (a mutant that hangs waits out
+# its limit mostly asleep); the verdicts do not depend on it. --rev REV judges the tree of that
+# commit instead of the working tree as it is (to measure an earlier suite). --list prints the
+# sample without running it. The last lines give the surviving mutants and
+# the kill rate; the whole report is also written to build/mutants/report-SEED-N-TIME.txt.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
-sample=150 seed=1 list=0
-usage() { echo "usage: scripts/mutants.sh [--sample N] [--seed S] [--list]"; }
+sample=150 seed=1 jobs=1 list=0 rev=
+usage() { echo "usage: scripts/mutants.sh [--sample N] [--seed S] [--jobs J] [--rev REV] [--list]"; }
 while (($#)); do
     case "$1" in
         --sample) sample=${2:?--sample needs a number}; shift 2 ;;
         --seed) seed=${2:?--seed needs a number}; shift 2 ;;
+        --jobs) jobs=${2:?--jobs needs a number}; shift 2 ;;
+        --rev) rev=${2:?--rev needs a commit}; shift 2 ;;
         --list) list=1; shift ;;
         -h | --help) usage; exit 0 ;;
         *) echo "scripts/mutants.sh: unknown option '$1'" >&2; usage >&2; exit 1 ;;
     esac
 done
-[[ $sample =~ ^[0-9]+$ && $seed =~ ^[0-9]+$ ]] || { usage >&2; exit 1; }
+[[ $sample =~ ^[0-9]+$ && $seed =~ ^[0-9]+$ && $jobs =~ ^[1-9][0-9]*$ ]] || { usage >&2; exit 1; }
 
 work=$root/build/mutants
-tree=$work/tree
+trees=()
 if ((!list)); then
-    EXTRA_PACKAGES=python3 scripts/setup.sh debug >/dev/null
-    mkdir -p "$tree"
-    # The tracked and new files as they are now; tar keeps their times, so that a second run
-    # rebuilds only what changed.
-    git ls-files -z --cached --others --exclude-standard | tar --null -T - -cf - | tar -xf - -C "$tree"
-    echo "building the copy in $tree/build…" >&2
-    cmake -S "$tree" -B "$tree/build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 \
-        -DZELMOR_WERROR=OFF -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=gold >"$work/configure.log" 2>&1 ||
-        { cat "$work/configure.log" >&2; exit 1; }
-    cmake --build "$tree/build" --target kit_tests mcp_tests protocol_tests >"$work/build.log" 2>&1 ||
-        { tail -n 30 "$work/build.log" >&2; exit 1; }
+    EXTRA_PACKAGES=python3 scripts/setup.sh --packages-only debug
+    for ((j = 0; j < jobs; ++j)); do
+        tree=$work/tree
+        ((j == 0)) || tree+=$j
+        trees+=("$tree")
+        # The tree as it is now (or at REV), staged, then only what differs copied over, so
+        # that the build of an earlier run is reused and sees what changed.
+        stage=$work/stage
+        rm -rf "$stage" && mkdir -p "$stage" "$tree"
+        if [[ -n $rev ]]; then
+            git archive "$rev" | tar -xf - -C "$stage"
+        else
+            git ls-files -z --cached --others --exclude-standard | tar --null -T - -cf - | tar -xf - -C "$stage"
+        fi
+        (cd "$stage" && find . -type f -print0) | while IFS= read -r -d '' f; do
+            cmp -s "$stage/$f" "$tree/$f" || { mkdir -p "$(dirname "$tree/$f")" && cp "$stage/$f" "$tree/$f"; }
+        done
+        (cd "$tree" && find . -path ./build -prune -o -type f -print0) | while IFS= read -r -d '' f; do
+            [[ -e $stage/$f ]] || rm "$tree/$f"
+        done
+        rm -rf "$stage"
+        echo "building the copy in $tree/build…" >&2
+        cmake -S "$tree" -B "$tree/build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 \
+            -DZELMOR_WERROR=OFF -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=gold >"$work/configure.log" 2>&1 ||
+            { cat "$work/configure.log" >&2; exit 1; }
+        cmake --build "$tree/build" --target kit_tests mcp_tests protocol_tests >"$work/build.log" 2>&1 ||
+            { tail -n 30 "$work/build.log" >&2; exit 1; }
+    done
 fi
 
-exec python3 - "$root" "$tree" "$sample" "$seed" "$list" <<'PYTHON'
-import os, random, re, subprocess, sys, time
+exec python3 - "$root" "$sample" "$seed" "$list" "${trees[@]}" <<'PYTHON'
+import os, platform, queue, random, re, subprocess, sys, time
+from concurrent.futures import ThreadPoolExecutor
 
-root, tree, sample, seed, list_only = sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4]), sys.argv[5] == "1"
+root, sample, seed, list_only, trees = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4] == "1", sys.argv[5:]
+# Sources of the other system are not built here: their mutants could never be killed.
+other_system = "-linux.cpp" if platform.system() == "Darwin" else "-macos.cpp"
 product = ("ZelmorMarkdownKit/", "ZelmorMCP/", "platform/", "tools/zelmor-kit/")
 tests = ["kit_tests", "mcp_tests", "protocol_tests"]
 test_limit = 60  # seconds per test executable; far above a passing run's
@@ -133,7 +158,7 @@ def sites_in(path):
 
 files = sorted(os.path.relpath(os.path.join(d, f), root)
                for top in product for d, _, names in os.walk(os.path.join(root, top))
-               for f in names if f.endswith(".cpp"))
+               for f in names if f.endswith(".cpp") and not f.endswith(other_system))
 sites = sorted(s for path in files for s in sites_in(path))
 picked = sorted(random.Random(seed).sample(range(len(sites)), min(sample, len(sites))))
 mutants = [sites[i] for i in picked]
@@ -148,11 +173,15 @@ if list_only:
         print(describe(m))
     sys.exit(0)
 
-build = os.path.join(tree, "build")
-report, survivors, killed = [], [], 0
-started = time.time()
-for k, m in enumerate(mutants, 1):
+free = queue.Queue()
+for tree in trees:
+    free.put(tree)
+
+def judge(m):
+    """Applies one mutant to a free copy, builds and tests it there, and restores the copy."""
     path, line, column, old, new = m
+    tree = free.get()
+    build = os.path.join(tree, "build")
     target = os.path.join(tree, path)
     original = open(target, encoding="utf-8").read()
     lines = original.split("\n")
@@ -160,9 +189,9 @@ for k, m in enumerate(mutants, 1):
     assert text[column:column + len(old)] == old, describe(m)
     lines[line - 1] = text[:column] + new + text[column + len(old):]
     t0 = time.time()
+    verdict = None
     try:
         open(target, "w", encoding="utf-8").write("\n".join(lines))
-        verdict = None
         if subprocess.run(["cmake", "--build", build, "--target", *tests],
                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode != 0:
             verdict = "killed (build)"
@@ -180,22 +209,30 @@ for k, m in enumerate(mutants, 1):
                     break
     finally:
         open(target, "w", encoding="utf-8").write(original)
-    if verdict:
-        killed += 1
-    else:
-        verdict = "survived"
-        survivors.append(m)
-    entry = f"[{k}/{len(mutants)}] {verdict:28} {describe(m)}  {time.time() - t0:.0f} s"
-    report.append(entry)
-    print(entry, flush=True)
+        free.put(tree)
+    return verdict or "survived", time.time() - t0
 
-# Leave the copy built as the tree is, for the next run.
-subprocess.run(["cmake", "--build", build, "--target", *tests], stdout=subprocess.DEVNULL)
+report, survivors, killed = [], [], 0
+started = time.time()
+with ThreadPoolExecutor(max_workers=len(trees)) as pool:
+    for k, (m, (verdict, seconds)) in enumerate(zip(mutants, pool.map(judge, mutants)), 1):
+        if verdict == "survived":
+            survivors.append(m)
+        else:
+            killed += 1
+        entry = f"[{k}/{len(mutants)}] {verdict:28} {describe(m)}  {seconds:.0f} s"
+        report.append(entry)
+        print(entry, flush=True)
+
+# Leave the copies built as the tree is, for the next run.
+for tree in trees:
+    subprocess.run(["cmake", "--build", os.path.join(tree, "build"), "--target", *tests], stdout=subprocess.DEVNULL)
 minutes = (time.time() - started) / 60
 summary = [f"survivors ({len(survivors)}):"] + ["  " + describe(m) for m in survivors] + [
     f"kill rate {killed}/{len(mutants)} = {100.0 * killed / max(len(mutants), 1):.1f}% "
     f"(seed {seed}, sample {len(mutants)}, {minutes:.0f} min)"]
 print("\n".join(summary))
-with open(os.path.join(root, "build", "mutants", f"report-{seed}-{len(mutants)}.txt"), "w") as out:
+stamp = time.strftime("%Y%m%d-%H%M%S")
+with open(os.path.join(root, "build", "mutants", f"report-{seed}-{len(mutants)}-{stamp}.txt"), "w") as out:
     out.write("\n".join(report + summary) + "\n")
 PYTHON

@@ -3,11 +3,14 @@
 # the preset and builds it, or only the given targets:
 #   scripts/setup.sh [PRESET [TARGET...]]      PRESET: debug (default), sanitize, release, package,
 #                                              demo or fuzz
+#   scripts/setup.sh --packages-only [PRESET]  installs the packages and stops
 # Progress goes to standard error as short lines; apt's and the build's own output go to
 # build/logs/, and the end of a log is shown when its step fails. EXTRA_PACKAGES names more
 # packages to install (the demo's jq, for instance).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+packagesOnly=0
+[[ ${1:-} == --packages-only ]] && packagesOnly=1 && shift
 preset="${1:-debug}"
 shift || true
 targets=("$@")
@@ -56,6 +59,8 @@ if ((${#missing[@]})); then
     } >"$logs/apt.log" 2>&1 || fail "installing packages" "$logs/apt.log"
     echo "installed in $((SECONDS - started)) s" >&2
 fi
+
+((packagesOnly)) && exit 0
 
 log="$logs/build-$preset.log"
 cmake --preset "$preset" >"$log" 2>&1 || fail "configuring $preset" "$log"

@@ -1,53 +1,52 @@
-// Answer ranking: rare keywords weigh more, frequency saturates, age decays, the user's own
-// meetings are boosted, and a question about nothing in the folder gets no answer at all.
+// The answer ranking (rare keywords weigh more, frequency saturates, age decays, the user's own
+// meetings are boosted) and the question ranking (the wording carries no weight, keywords side by
+// side and named speakers count, answer turns lie where the question gathers); neither answers a
+// question about nothing the folder holds.
 #include "ZelmorMarkdownKit/answer/AnswerRanking.h"
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-namespace zelmor::RankedTranscriptSearch {
+namespace zelmor {
 namespace {
 
-using std::chrono::system_clock;
+using namespace RankedTranscriptSearch;
 using Items = std::vector<std::pair<std::string, TranscriptDocument>>;
+using Strings = std::vector<std::string>;
+using Order = std::vector<size_t>;
 
-TranscriptDocument meeting(const std::string& date, std::vector<std::pair<std::string, std::string>> turns,
-                           const std::string& title = "") {
+/// A meeting whose participants are its speakers.
+TranscriptDocument meeting(std::vector<TranscriptDocument::Turn> turns,
+                           const std::string& date = "2026-11-01", const std::string& title = "") {
     TranscriptDocument document;
     document.title = title;
     document.date = date;
-    for (auto& [speaker, text] : turns) document.turns.push_back({speaker, text});
+    for (const auto& turn : turns) document.participants.push_back(turn.speaker);
+    document.turns = std::move(turns);
     return document;
 }
 
-AnswerRankOptions plain(double k = 1) {
+AnswerRankOptions plain(double k = 1, bool idf = false) {
     AnswerRankOptions options;
-    options.useIDF = false;
+    options.useIDF = idf;
     options.tfSaturationK = k;
     options.now = *utcMidnight("2026-11-22");
     return options;
 }
 
-std::vector<std::string> ids(const std::vector<AnswerHit<std::string>>& hits) {
-    std::vector<std::string> result;
+Strings ids(const std::vector<AnswerHit<std::string>>& hits) {
+    Strings result;
     for (const auto& hit : hits) result.push_back(hit.id);
     return result;
-}
-
-TEST(AnswerRanking, QuestionsWithoutContentKeywordsFindNothing) {
-    Items items{{"a", meeting("2026-11-01", {{"Ana", "what did we do last week"}})}};
-    EXPECT_TRUE(answerRank(items, "what did we do last week?", plain()).empty());
 }
 
 TEST(AnswerRanking, RareKeywordsWeighMoreThanUbiquitousOnes) {
     Items items;
     for (int i = 0; i < 9; ++i)
-        items.push_back({"m" + std::to_string(i),
-                         meeting("2026-11-01", {{"Ana", i == 4 ? "budget roadmap" : "budget"}})});
-    AnswerRankOptions options = plain(1);
-    options.useIDF = true;
-    auto hits = answerRank(items, "budget roadmap", options);
+        items.push_back({"m" + std::to_string(i), meeting({{"Ana", i == 4 ? "budget roadmap" : "budget"}})});
+    auto hits = answerRank(items, "budget roadmap", plain(1, true));
     ASSERT_EQ(hits.size(), 9u);
     EXPECT_EQ(hits[0].id, "m4");
     EXPECT_EQ(hits[0].matchedKeywords, 2);
@@ -56,61 +55,60 @@ TEST(AnswerRanking, RareKeywordsWeighMoreThanUbiquitousOnes) {
     EXPECT_DOUBLE_EQ(hits[1].relevance, 1);
 }
 
-TEST(AnswerRanking, FrequencySaturates) {
-    Items items{{"once", meeting("2026-11-01", {{"Ana", "budget"}})},
-                {"thrice", meeting("2026-11-01", {{"Ana", "budget budget"}, {"Bo", "the budget"}})}};
-    auto hits = answerRank(items, "budget", plain(1));
-    ASSERT_EQ(ids(hits), (std::vector<std::string>{"thrice", "once"}));
-    EXPECT_DOUBLE_EQ(hits[0].relevance, 1.5);
-    EXPECT_DOUBLE_EQ(hits[1].relevance, 1.0);
-    EXPECT_EQ(hits[0].match.matchingTurns, 2);
-}
-
-TEST(AnswerRanking, TitleAndParticipantHitsCountMore) {
-    TranscriptDocument titled = meeting("2026-11-01", {}, "Budget review");
-    TranscriptDocument listed = meeting("2026-11-01", {});
+TEST(AnswerRanking, FrequencySaturatesAndTitleAndParticipantHitsCountMore) {
+    TranscriptDocument listed = meeting({});
     listed.participants = {"Budget Office"};
-    Items items{{"titled", titled}, {"listed", listed}};
-    auto hits = answerRank(items, "budget", plain(0));
+    Items items{{"once", meeting({{"Ana", "budget"}})},
+                {"thrice", meeting({{"Ana", "budget budget"}, {"Bo", "the budget"}})},
+                {"titled", meeting({}, "2026-11-01", "Budget review")},
+                {"listed", listed}};
+    // A title hit counts three times and a participant hit twice; equal scores keep their order.
+    auto hits = answerRank(items, "budget", plain(1));
+    ASSERT_EQ(ids(hits), (Strings{"thrice", "titled", "listed", "once"}));
+    EXPECT_DOUBLE_EQ(hits[0].relevance, 1.5);
+    EXPECT_DOUBLE_EQ(hits[1].relevance, 1.5);
+    EXPECT_DOUBLE_EQ(hits[2].relevance, 4.0 / 3);
+    EXPECT_DOUBLE_EQ(hits[3].relevance, 1.0);
+    EXPECT_EQ(hits[0].match.matchingTurns, 2);
+    EXPECT_EQ(hits[1].match.score, 3);
+    EXPECT_EQ(hits[2].match.score, 2);
+    EXPECT_TRUE(hits[1].match.snippets.empty());
     // With K = 0 every matched keyword contributes its weight, whatever the frequency.
-    EXPECT_DOUBLE_EQ(hits[0].relevance, 1);
-    EXPECT_EQ(hits[0].match.score, 3);
-    EXPECT_EQ(hits[1].match.score, 2);
-    EXPECT_TRUE(hits[0].match.snippets.empty());
+    EXPECT_DOUBLE_EQ(answerRank(items, "budget", plain(0))[0].relevance, 1);
 }
 
 TEST(AnswerRanking, UnmatchedWeightAboveTheLimitRefusesTheWholeQuestion) {
-    Items items{{"a", meeting("2026-11-01", {{"Ana", "budget"}})},
-                {"b", meeting("2026-11-01", {{"Ana", "pricing"}})}};
-    AnswerRankOptions options = plain(1);
-    options.useIDF = true;
+    Items items{{"a", meeting({{"Ana", "budget"}})}, {"b", meeting({{"Ana", "pricing"}})}};
+    AnswerRankOptions options = plain(1, true);
     // "budget" is in one of two meetings (weight ln(3/2) + 1), "zeppelin" in none (ln 3 + 1).
     const double share = (std::log(3.0) + 1) / (std::log(1.5) + 1 + std::log(3.0) + 1);
     options.unmatchedMassLimit = share - 0.01;
     EXPECT_TRUE(answerRank(items, "budget zeppelin", options).empty());
     options.unmatchedMassLimit = share + 0.01;
-    EXPECT_EQ(ids(answerRank(items, "budget zeppelin", options)), std::vector<std::string>{"a"});
+    EXPECT_EQ(ids(answerRank(items, "budget zeppelin", options)), Strings{"a"});
     // A single keyword is never refused, and without IDF the test is off.
     options.unmatchedMassLimit = 0;
     EXPECT_TRUE(answerRank(items, "zeppelin", options).empty());
     EXPECT_EQ(answerRank(items, "budget", options).size(), 1u);
     options.useIDF = false;
     EXPECT_EQ(answerRank(items, "budget zeppelin", options).size(), 1u);
+    // A question without content keywords finds nothing.
+    EXPECT_TRUE(answerRank(items, "what did we do last week?", options).empty());
 }
 
 TEST(AnswerRanking, AgeDecaysByHalfLivesAndTiesGoToTheNewerMeeting) {
-    EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", *utcMidnight("2026-11-22"), 7.0), 0.25);
-    EXPECT_DOUBLE_EQ(recencyFactor("2026-12-01", *utcMidnight("2026-11-22"), 7.0), 1);
-    EXPECT_DOUBLE_EQ(recencyFactor("not a day", *utcMidnight("2026-11-22"), 7.0), 1);
-    EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", *utcMidnight("2026-11-22"), std::nullopt), 1);
-    EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", *utcMidnight("2026-11-22"), 0.0), 1);
+    const auto now = *utcMidnight("2026-11-22");
+    EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", now, 7.0), 0.25);
+    EXPECT_DOUBLE_EQ(recencyFactor("2026-12-01", now, 7.0), 1);
+    EXPECT_DOUBLE_EQ(recencyFactor("not a day", now, 7.0), 1);
+    EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", now, std::nullopt), 1);
+    EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", now, 0.0), 1);
     EXPECT_FALSE(utcMidnight("2026-02-30"));
     EXPECT_FALSE(utcMidnight("2026-2-3"));
-
-    Items items{{"old", meeting("2026-10-01", {{"Ana", "budget"}})},
-                {"new", meeting("2026-11-01", {{"Ana", "budget"}})},
-                {"same", meeting("2026-11-01", {{"Bo", "budget"}})}};
-    EXPECT_EQ(ids(answerRank(items, "budget", plain())), (std::vector<std::string>{"new", "same", "old"}));
+    Items items{{"old", meeting({{"Ana", "budget"}}, "2026-10-01")},
+                {"new", meeting({{"Ana", "budget"}})},
+                {"same", meeting({{"Bo", "budget"}})}};
+    EXPECT_EQ(ids(answerRank(items, "budget", plain())), (Strings{"new", "same", "old"}));
     AnswerRankOptions decaying = plain();
     decaying.recencyHalfLifeDays = 30;
     auto hits = answerRank(items, "budget", decaying);
@@ -119,43 +117,117 @@ TEST(AnswerRanking, AgeDecaysByHalfLivesAndTiesGoToTheNewerMeeting) {
 }
 
 TEST(AnswerRanking, MeetingsWhereTheUserSpokeAreBoosted) {
-    Items items{{"listened", meeting("2026-11-01", {{"Ana", "the budget needs another look soon"}})},
-                {"spoke", meeting("2026-10-01", {{"Ana", "the budget is fine"},
-                                                 {"Me", "I think the budget needs cuts now"},
-                                                 {"Me", "and the hiring plan waits until March"}})}};
+    Items items{{"listened", meeting({{"Ana", "the budget needs another look soon"}})},
+                {"spoke", meeting({{"Ana", "the budget is fine"},
+                                   {"Me", "I think the budget needs cuts now"},
+                                   {"Me", "and the hiring plan waits until March"}},
+                                  "2026-10-01")}};
     AnswerRankOptions options = plain(0);
     options.participation = ParticipationBoost{{"Me"}, 0.5, 2};
     auto hits = answerRank(items, "budget", options);
-    EXPECT_EQ(ids(hits), (std::vector<std::string>{"spoke", "listened"}));
+    EXPECT_EQ(ids(hits), (Strings{"spoke", "listened"}));
     EXPECT_DOUBLE_EQ(hits[0].relevance, 1.5);
     options.participation->minTurns = 3;
-    EXPECT_EQ(ids(answerRank(items, "budget", options)), (std::vector<std::string>{"listened", "spoke"}));
+    EXPECT_EQ(ids(answerRank(items, "budget", options)), (Strings{"listened", "spoke"}));
 }
 
-TEST(AnswerRanking, SnippetsShowEachKeywordInItsOwnTurn) {
+TEST(AnswerRanking, SnippetsShowEachKeywordInItsOwnTurnAndTheScopeComesFirst) {
     TranscriptDocument document =
-        meeting("2026-11-01", {{"Ana", "Budgets first."}, {"Bo", "The hiring plan, then budgets."}});
+        meeting({{"Ana", "Budgets first."}, {"Bo", "The hiring plan, then budgets."}}, "2026-11-03");
     document.summary = "We talked about the roadmap.";
-    Items items{{"a", document}};
-    auto hits = answerRank(items, "budget hiring roadmap", plain());
-    ASSERT_EQ(hits.size(), 1u);
-    EXPECT_EQ(hits[0].match.snippets,
-              (std::vector<std::string>{"**Ana:** Budgets first.", "**Bo:** The hiring plan, then budgets.",
-                                        "We talked about the roadmap."}));
+    Items items{{"/m/c.md", document},
+                {"/m/b.md", meeting({{"Ana", "budget"}}, "2026-11-02")},
+                {"/m/a.md", meeting({{"Ana", "budget"}}, "2026-10-01")}};
+    auto result = answerRank(items, "budget hiring roadmap",
+                             AnswerScope{.dateFrom = "2026-11-01", .lastN = 1}, plain());
+    EXPECT_EQ(result.scannedCount, 1);
+    ASSERT_EQ(ids(result.hits), Strings{"/m/c.md"});
+    EXPECT_EQ(result.hits[0].match.snippets,
+              (Strings{"**Ana:** Budgets first.", "**Bo:** The hiring plan, then budgets.",
+                       "We talked about the roadmap."}));
 }
 
-TEST(AnswerRanking, TheScopeComesFirstAndCountsWhatIsLeft) {
-    Items items{{"/m/c.md", meeting("2026-11-03", {{"Ana", "budget"}})},
-                {"/m/b.md", meeting("2026-11-02", {{"Ana", "budget"}})},
-                {"/m/a.md", meeting("2026-10-01", {{"Ana", "budget"}})}};
-    AnswerScope scope;
-    scope.dateFrom = "2026-11-01";
-    scope.lastN = 1;
-    auto result = answerRank(items, "budget", scope, plain());
-    EXPECT_EQ(result.scannedCount, 1);
-    ASSERT_EQ(result.hits.size(), 1u);
-    EXPECT_EQ(result.hits[0].id, "/m/c.md");
+std::vector<QuestionRanking::Hit> ranked(const std::vector<TranscriptDocument>& meetings,
+                                         std::string_view question, unsigned workers = 0) {
+    std::vector<const TranscriptDocument*> documents;
+    for (const auto& document : meetings) documents.push_back(&document);
+    return QuestionRanking::rank(documents, question, {workers});
+}
+
+/// The positions of the ranked meetings, best first.
+Order order(const std::vector<TranscriptDocument>& meetings, std::string_view question,
+            unsigned workers = 0) {
+    Order positions;
+    for (const auto& hit : ranked(meetings, question, workers)) positions.push_back(hit.index);
+    return positions;
+}
+
+// Filler that holds none of the questions' words, so that meetings differ only where a test says.
+const std::string filler = "we went over the schedule and the hiring plan for the spring";
+
+TEST(QuestionRanking, TheQuestionsWordingIsNoKeywordAndOnlyAQuestionAboutNothingHeldGoesUnanswered) {
+    EXPECT_EQ(QuestionRanking::keywords(
+                  "What did the team discuss about the pricing roadmap? Summarize what Ana said."),
+              (Strings{"pric", "roadmap", "ana"}));
+    std::vector<TranscriptDocument> meetings{meeting({{"Ana", "the pricing roadmap " + filler}})};
+    EXPECT_EQ(order(meetings, "What did we decide about the pricing zorblax?"), Order{0})
+        << "one absent word does not empty the answer";
+    EXPECT_TRUE(order(meetings, "What about the zorblax quuxification?").empty());
+    EXPECT_TRUE(order(meetings, "Summarize the discussion.").empty());
+}
+
+TEST(QuestionRanking, KeywordsSideBySideBeatTheSameKeywordsApart) {
+    // The second meeting is a word longer, so only the pair puts it first.
+    std::vector<TranscriptDocument> meetings{
+        meeting({{"Ana", "the pricing is late " + filler}, {"Bo", "the roadmap is late " + filler}}),
+        meeting({{"Ana", "the pricing roadmap is late " + filler}, {"Bo", "the report is late " + filler}}),
+        meeting({{"Ana", filler}})};
+    EXPECT_EQ(order(meetings, "What is the pricing roadmap?"), (Order{1, 0}));
+}
+
+TEST(QuestionRanking, ANamedSpeakersMeetingAndTurnsCount) {
+    std::vector<TranscriptDocument> meetings{
+        meeting({{"Ana", "the budget holds " + filler}, {"Bo", filler}, {"Bo", "budget too"}}),
+        meeting({{"Gareth Pierce", "the budget holds " + filler}, {"Bo", filler}, {"Ana", "budget too"}})};
+    auto hits = ranked(meetings, "What did Gareth Pierce say about the budget?");
+    ASSERT_EQ(hits.size(), 2u);
+    EXPECT_EQ(hits[0].index, 1u);
+    EXPECT_EQ(hits[0].answerTurns.front(), 0u) << "Gareth's own turn carries the answer";
+    EXPECT_EQ(hits[0].matchedKeywords, (Strings{"gareth", "pierce", "budget"}))
+        << "the name is held where its speaker talks";
+    // A lone capital letter names a speaker so labelled; "A" and "I" are words.
+    meetings = {meeting({{"C", "the budget " + filler}}), meeting({{"D", "the budget " + filler}})};
+    EXPECT_EQ(order(meetings, "What did D think of the budget?"), (Order{1, 0}));
+}
+
+TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {
+    // Far apart (more than six turns), so that each turn's neighbourhood is its own.
+    std::vector<TranscriptDocument::Turn> turns{{"Ana", "the pricing of the roadmap"},
+                                                {"Bo", "pricing and roadmap and pricing roadmap"}};
+    for (int i = 0; i < 8; ++i) turns.push_back({"Bo", filler});
+    turns.push_back({"Cy", "pricing, then a new roadmap"});
+    for (int i = 0; i < 8; ++i) turns.push_back({"Bo", filler});
+    turns.push_back({"Ana", "the pricing roadmap"});
+    std::vector<TranscriptDocument> meetings{meeting(turns)};
+    // Turns 0 and 1 gather the most; a turn that holds the pair beats one that holds the words apart.
+    EXPECT_EQ(ranked(meetings, "What about the pricing roadmap?").at(0).answerTurns, (Order{1, 0, 19}));
+    // A named speaker's turns first, however much others said.
+    EXPECT_EQ(ranked(meetings, "What did Cy say about the pricing roadmap?").at(0).answerTurns,
+              (Order{10, 1, 0}));
+    // Snippets come from the file read again; turns it no longer has are left out.
+    EXPECT_EQ(QuestionRanking::snippets(meetings[0], {0, 1, {"pricing"}, {1, 40}}),
+              Strings{"**Bo:** pricing and roadmap and pricing roadmap"});
+}
+
+TEST(QuestionRanking, LengthIsNormalisedAndTiesKeepTheOrderGiven) {
+    std::string longTalk;
+    for (int i = 0; i < 40; ++i) longTalk += filler + " ";
+    std::vector<TranscriptDocument> meetings{meeting({{"Ana", "the launch date " + longTalk}}),
+                                             meeting({{"Ana", "the launch date " + filler}}),
+                                             meeting({{"Bo", "the launch date " + filler}})};
+    EXPECT_EQ(order(meetings, "When is the launch?"), (Order{1, 2, 0}));
+    EXPECT_EQ(order(meetings, "When is the launch?", 1), order(meetings, "When is the launch?", 3));
 }
 
 } // namespace
-} // namespace zelmor::RankedTranscriptSearch
+} // namespace zelmor

@@ -1,5 +1,8 @@
-// Scope tests: each restriction, the order-preserving cut, merging, the folder test, JSON.
+// Scope tests: each restriction, the order-preserving cut, merging, the folder test, JSON; and the
+// user's aliases and which of the user's turns count as taking part.
 #include "ZelmorMarkdownKit/answer/AnswerScope.h"
+#include "ZelmorMarkdownKit/answer/Participation.h"
+#include "ZelmorMarkdownKit/answer/SpeakerIdentity.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -7,69 +10,65 @@
 namespace zelmor {
 namespace {
 
-TranscriptDocument meeting(std::string date, std::vector<std::string> participants = {}) {
+using Strings = std::vector<std::string>;
+using Item = std::pair<std::string, TranscriptDocument>;
+using IDs = std::set<std::string>;
+using nlohmann::json;
+
+TranscriptDocument meeting(std::string date, Strings participants = {},
+                           std::vector<TranscriptDocument::Turn> turns = {}) {
     TranscriptDocument document;
-    document.title = "Sync";
     document.date = std::move(date);
     document.participants = std::move(participants);
+    document.turns = std::move(turns);
     return document;
 }
 
-using Item = std::pair<std::string, TranscriptDocument>;
-
 TEST(AnswerScopeTest, OnlyTheEmptyScopeIsAllButEmptyStringsStillAdmitEverything) {
-    EXPECT_TRUE(AnswerScope::all().isAll());
     EXPECT_TRUE(AnswerScope{}.isAll());
-    AnswerScope blanks{.dateFrom = "", .dateTo = "", .participant = "", .folder = ""};
-    EXPECT_FALSE(blanks.isAll()) << "an empty date is still a member that \"all\" does not have";
-    for (AnswerScope one : {AnswerScope{.dateFrom = ""}, AnswerScope{.dateTo = ""},
-                            AnswerScope{.participant = ""}, AnswerScope{.folder = ""}})
+    for (AnswerScope one :
+         {AnswerScope{.dateFrom = ""}, AnswerScope{.dateTo = ""}, AnswerScope{.participant = ""},
+          AnswerScope{.folder = ""}, AnswerScope{.meetingIDs = IDs{}}, AnswerScope{.lastN = 0}})
         EXPECT_FALSE(one.isAll());
-    EXPECT_TRUE(blanks.admits("/x/a.md", meeting("")));
+    AnswerScope blanks{.dateFrom = "", .dateTo = "", .participant = "", .folder = ""};
     std::vector<Item> items{{"/x/a.md", meeting("2024-01-01")}, {"/y/b.md", meeting("")}};
     EXPECT_EQ(blanks.apply(items), items);
-    EXPECT_FALSE(AnswerScope{.meetingIDs = std::set<std::string>{}}.isAll());
-    EXPECT_FALSE(AnswerScope{.lastN = 0}.isAll());
 }
 
-TEST(AnswerScopeTest, DatesCompareAsInclusiveStrings) {
+TEST(AnswerScopeTest, EachRestrictionAdmitsOnlyItsMeetings) {
     AnswerScope march{.dateFrom = "2024-03-01", .dateTo = "2024-03-31"};
-    EXPECT_TRUE(march.admits("a", meeting("2024-03-01")));
-    EXPECT_TRUE(march.admits("a", meeting("2024-03-31")));
-    EXPECT_FALSE(march.admits("a", meeting("2024-02-29")));
-    EXPECT_FALSE(march.admits("a", meeting("2024-04-01")));
-    EXPECT_FALSE(march.admits("a", meeting("")));
-    // Plain string order: a day with a time after it sorts after the bare last day.
-    EXPECT_FALSE(march.admits("a", meeting("2024-03-31T10:00")));
-    EXPECT_TRUE(AnswerScope{.dateTo = "2024-03-31"}.admits("a", meeting("")));
-}
-
-TEST(AnswerScopeTest, ParticipantIsContainedIgnoringCaseAndDiacritics) {
-    AnswerScope ann{.participant = "ann"};
-    EXPECT_TRUE(ann.admits("a", meeting("2024-01-01", {"Bo", "Joanna"})));
-    EXPECT_FALSE(ann.admits("a", meeting("2024-01-01", {"Bo", "An Li"})));
-    EXPECT_FALSE(ann.admits("a", meeting("2024-01-01")));
-    EXPECT_TRUE(AnswerScope{.participant = "JOSE"}.admits("a", meeting("2024-01-01", {"José Núñez"})));
-    EXPECT_TRUE(AnswerScope{.participant = "Núñez"}.admits("a", meeting("2024-01-01", {"jose nunez"})));
-}
-
-TEST(AnswerScopeTest, MeetingIDsAreExactMembers) {
-    AnswerScope two{.meetingIDs = std::set<std::string>{"/m/a.md", "/m/b.md"}};
-    EXPECT_TRUE(two.admits("/m/b.md", meeting("2024-01-01")));
-    EXPECT_FALSE(two.admits("/m/B.md", meeting("2024-01-01")));
-    EXPECT_FALSE(AnswerScope{.meetingIDs = std::set<std::string>{}}.admits("/m/a.md", meeting("2024-01-01")));
+    const std::tuple<AnswerScope, const char*, TranscriptDocument, bool> cases[] = {
+        // Dates compare as inclusive strings: a day with a time after it sorts after the bare day.
+        {march, "a", meeting("2024-03-01"), true},
+        {march, "a", meeting("2024-03-31"), true},
+        {march, "a", meeting("2024-02-29"), false},
+        {march, "a", meeting("2024-04-01"), false},
+        {march, "a", meeting(""), false},
+        {march, "a", meeting("2024-03-31T10:00"), false},
+        {AnswerScope{.dateTo = "2024-03-31"}, "a", meeting(""), true},
+        // A participant is contained, ignoring case and diacritics.
+        {AnswerScope{.participant = "ann"}, "a", meeting("", {"Bo", "Joanna"}), true},
+        {AnswerScope{.participant = "ann"}, "a", meeting("", {"Bo", "An Li"}), false},
+        {AnswerScope{.participant = "JOSE"}, "a", meeting("", {"José Núñez"}), true},
+        {AnswerScope{.participant = "Núñez"}, "a", meeting("", {"jose nunez"}), true},
+        // Meeting identifiers are exact members.
+        {AnswerScope{.meetingIDs = IDs{"/m/a.md", "/m/b.md"}}, "/m/b.md", meeting(""), true},
+        {AnswerScope{.meetingIDs = IDs{"/m/a.md", "/m/b.md"}}, "/m/B.md", meeting(""), false},
+        {AnswerScope{.folder = "acme"}, "/beta/a.md", meeting(""), false},
+        {AnswerScope{.folder = "acme"}, "/Acme/a.md", meeting(""), true},
+    };
+    for (const auto& [scope, id, document, admitted] : cases)
+        EXPECT_EQ(scope.admits(id, document), admitted) << json(scope).dump() << " " << id;
 }
 
 TEST(AnswerScopeTest, FolderRunMayStandAnywhereAmongTheFolders) {
     EXPECT_TRUE(AnswerScope::pathIsInFolder("/Users/me/Work/clients/acme/2024/a.md", "Clients/Acme"));
     EXPECT_TRUE(AnswerScope::pathIsInFolder("clients/acme/a.md", "/clients/acme/"));
+    EXPECT_TRUE(AnswerScope::pathIsInFolder("/Ärzte/a.md", "ärzte"));
     EXPECT_FALSE(AnswerScope::pathIsInFolder("/clients/x/acme/a.md", "clients/acme"));
     EXPECT_FALSE(AnswerScope::pathIsInFolder("/clients/acme.md", "acme.md"));
     EXPECT_FALSE(AnswerScope::pathIsInFolder("/clients/acme/a.md", "/"));
     EXPECT_FALSE(AnswerScope::pathIsInFolder("acme", "acme"));
-    EXPECT_TRUE(AnswerScope::pathIsInFolder("/Ärzte/a.md", "ärzte"));
-    EXPECT_FALSE(AnswerScope{.folder = "acme"}.admits("/beta/a.md", meeting("2024-01-01")));
-    EXPECT_TRUE(AnswerScope{.folder = "acme"}.admits("/Acme/a.md", meeting("2024-01-01")));
 }
 
 TEST(AnswerScopeTest, ApplyKeepsCallerOrderAndCutsLastNAfterFiltering) {
@@ -77,94 +76,112 @@ TEST(AnswerScopeTest, ApplyKeepsCallerOrderAndCutsLastNAfterFiltering) {
                             {"x", meeting("2023-01-01")},
                             {"b", meeting("2024-03-02")},
                             {"a", meeting("2024-03-01")}};
-    auto ids = [](const std::vector<Item>& kept) {
-        std::vector<std::string> out;
-        for (const auto& item : kept) out.push_back(item.first);
+    auto ids = [&](const AnswerScope& scope) {
+        Strings out;
+        for (const auto& item : scope.apply(items)) out.push_back(item.first);
         return out;
     };
-    EXPECT_EQ(ids(AnswerScope::all().apply(items)), (std::vector<std::string>{"c", "x", "b", "a"}));
-    AnswerScope lastTwo{.dateFrom = "2024-01-01", .lastN = 2};
-    EXPECT_EQ(ids(lastTwo.apply(items)), (std::vector<std::string>{"c", "b"}));
-    EXPECT_TRUE(AnswerScope{.lastN = 0}.apply(items).empty());
-    EXPECT_TRUE(AnswerScope{.lastN = -3}.apply(items).empty());
+    EXPECT_EQ(ids(AnswerScope::all()), (Strings{"c", "x", "b", "a"}));
+    EXPECT_EQ(ids(AnswerScope{.dateFrom = "2024-01-01", .lastN = 2}), (Strings{"c", "b"}));
+    EXPECT_TRUE(ids(AnswerScope{.lastN = 0}).empty());
+    EXPECT_TRUE(ids(AnswerScope{.lastN = -3}).empty());
 }
 
-TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestriction) {
-    AnswerScope mine{.dateFrom = "2024-01-01",
-                     .dateTo = "2024-06-30",
-                     .lastN = 5,
-                     .participant = "Ann",
-                     .meetingIDs = std::set<std::string>{"a", "b", "c"},
-                     .speaker = SpeakerFilter{"Dana", 3},
-                     .folder = "work"};
-    AnswerScope theirs{.dateFrom = "2024-02-01",
-                       .dateTo = "2024-12-31",
-                       .lastN = 10,
-                       .participant = "",
-                       .meetingIDs = std::set<std::string>{"b", "c", "d"},
-                       .speaker = SpeakerFilter{"", 1},
-                       .folder = "clients"};
-    AnswerScope merged = mine.merging(theirs);
-    EXPECT_EQ(merged.dateFrom, "2024-02-01");
-    EXPECT_EQ(merged.dateTo, "2024-06-30");
-    EXPECT_EQ(merged.lastN, 5);
-    EXPECT_EQ(merged.participant, "Ann");
-    EXPECT_EQ(merged.meetingIDs, (std::set<std::string>{"b", "c"}));
-    EXPECT_EQ(merged.speaker, (SpeakerFilter{"Dana", 3}));
-    EXPECT_EQ(merged.folder, "clients");
-
+TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestrictionAndDropsEmptyStrings) {
+    AnswerScope mine{"2024-01-01", "2024-06-30", 5, "Ann", IDs{"a", "b", "c"}, SpeakerFilter{"Dana", 3},
+                     "work"};
+    AnswerScope theirs{"2024-02-01",       "2024-12-31",         10,       "",
+                       IDs{"b", "c", "d"}, SpeakerFilter{"", 1}, "clients"};
+    EXPECT_EQ(mine.merging(theirs), (AnswerScope{"2024-02-01", "2024-06-30", 5, "Ann", IDs{"b", "c"},
+                                                 SpeakerFilter{"Dana", 3}, "clients"}));
     AnswerScope named{.participant = "Bo", .speaker = SpeakerFilter{"Eve", 1}};
     EXPECT_EQ(mine.merging(named).participant, "Bo");
     EXPECT_EQ(mine.merging(named).speaker, (SpeakerFilter{"Eve", 3}));
-}
-
-TEST(AnswerScopeTest, MergingWithAllDropsEmptyStringsOnly) {
-    AnswerScope given{.dateFrom = "",
-                      .dateTo = "2024-05-01",
-                      .participant = "",
-                      .speaker = SpeakerFilter{"Me", 0},
-                      .folder = "f"};
-    AnswerScope expected{.dateTo = "2024-05-01", .speaker = SpeakerFilter{"Me", 0}, .folder = "f"};
+    AnswerScope given{"", "2024-05-01", {}, "", {}, SpeakerFilter{"Me", 0}, "f"};
+    AnswerScope expected{{}, "2024-05-01", {}, {}, {}, SpeakerFilter{"Me", 0}, "f"};
     EXPECT_EQ(AnswerScope::all().merging(given), expected);
     EXPECT_EQ(given.merging(AnswerScope::all()), expected);
-}
-
-TEST(AnswerScopeTest, DisjointMergesAdmitNothing) {
-    AnswerScope january{.dateFrom = "2024-01-01", .dateTo = "2024-01-31"};
-    AnswerScope march{.dateFrom = "2024-03-01", .dateTo = "2024-03-31"};
-    AnswerScope neither = january.merging(march);
-    EXPECT_EQ(neither.dateFrom, "2024-03-01");
-    EXPECT_EQ(neither.dateTo, "2024-01-31");
+    // Disjoint merges admit nothing.
+    AnswerScope neither =
+        AnswerScope{.dateFrom = "2024-01-01", .dateTo = "2024-01-31", .meetingIDs = IDs{"a"}}.merging(
+            AnswerScope{.dateFrom = "2024-03-01", .dateTo = "2024-03-31", .meetingIDs = IDs{"b"}});
+    EXPECT_EQ(neither, (AnswerScope{.dateFrom = "2024-03-01", .dateTo = "2024-01-31", .meetingIDs = IDs{}}));
     EXPECT_FALSE(neither.admits("a", meeting("2024-01-15")));
-    EXPECT_FALSE(neither.admits("a", meeting("2024-03-15")));
-
-    AnswerScope ids = AnswerScope{.meetingIDs = std::set<std::string>{"a"}}.merging(
-        AnswerScope{.meetingIDs = std::set<std::string>{"b"}});
-    ASSERT_TRUE(ids.meetingIDs.has_value());
-    EXPECT_TRUE(ids.meetingIDs->empty());
-    EXPECT_FALSE(ids.admits("a", meeting("2024-01-01")));
 }
 
-TEST(AnswerScopeJSONTest, WritesOnlyPresentFieldsAndReadsThemBack) {
-    EXPECT_EQ(nlohmann::json(AnswerScope::all()).dump(), "{}");
-    AnswerScope scope{.dateFrom = "2024-01-01",
-                      .lastN = 3,
-                      .meetingIDs = std::set<std::string>{"b", "a"},
-                      .speaker = SpeakerFilter{"Dana", 2}};
+TEST(AnswerScopeJSONTest, WritesOnlyPresentFieldsAndReadsThemBackWithDefaults) {
+    EXPECT_EQ(json(AnswerScope::all()).dump(), "{}");
+    AnswerScope scope{"2024-01-01", {}, 3, {}, IDs{"b", "a"}, SpeakerFilter{"Dana", 2}, {}};
     EXPECT_EQ(
-        nlohmann::json(scope).dump(),
+        json(scope).dump(),
         R"({"dateFrom":"2024-01-01","lastN":3,"meetingIDs":["a","b"],"speaker":{"minTurns":2,"userName":"Dana"}})");
-    EXPECT_EQ(nlohmann::json(scope).get<AnswerScope>(), scope);
-    AnswerScope full{"a", "b", 1, "p", std::set<std::string>{}, SpeakerFilter{"u", 4}, "f"};
-    EXPECT_EQ(nlohmann::json(full).get<AnswerScope>(), full);
+    AnswerScope full{"a", "b", 1, "p", IDs{}, SpeakerFilter{"u", 4}, "f"};
+    EXPECT_EQ(json(full).get<AnswerScope>(), full);
+    EXPECT_EQ(json::parse("{}").get<SpeakerFilter>(), (SpeakerFilter{"", 2}));
+    EXPECT_EQ(json::parse(R"({"minTurns":0})").get<SpeakerFilter>(), (SpeakerFilter{"", 0}));
+    EXPECT_EQ(json::parse(R"({"speaker":{"userName":"Bo"}})").get<AnswerScope>().speaker,
+              (SpeakerFilter{"Bo", 2}));
+    EXPECT_EQ(json::parse(R"({"dateTo":null})").get<AnswerScope>(), AnswerScope::all());
 }
 
-TEST(AnswerScopeJSONTest, SpeakerFilterDefaultsMissingKeys) {
-    EXPECT_EQ(nlohmann::json::parse("{}").get<SpeakerFilter>(), (SpeakerFilter{"", 2}));
-    EXPECT_EQ(nlohmann::json::parse(R"({"minTurns":0})").get<SpeakerFilter>(), (SpeakerFilter{"", 0}));
-    EXPECT_EQ(nlohmann::json::parse(R"({"speaker":{"userName":"Bo"}})").get<AnswerScope>().speaker,
-              (SpeakerFilter{"Bo", 2}));
-    EXPECT_EQ(nlohmann::json::parse(R"({"dateTo":null})").get<AnswerScope>(), AnswerScope::all());
+TEST(SpeakerIdentityTest, AliasesFromTheUserNameMatchTrimmedAndFolded) {
+    EXPECT_EQ(SpeakerIdentity::fromUserName("  Dana Ruiz \n").aliases,
+              (Strings{"Me", "You", "Dana Ruiz", "Dana"}));
+    EXPECT_EQ(SpeakerIdentity::fromUserName("Dana").aliases, (Strings{"Me", "You", "Dana"}));
+    EXPECT_EQ(SpeakerIdentity::fromUserName(" \t ").aliases, (Strings{"Me", "You"}));
+    SpeakerIdentity dana = SpeakerIdentity::fromUserName("Dána Ruiz");
+    for (const char* label : {"  me ", "YOU", "dana", "DANA RUIZ"}) EXPECT_TRUE(dana.matches(label)) << label;
+    for (const char* label : {"Mel", "Dana R", "   "}) EXPECT_FALSE(dana.matches(label)) << label;
+    EXPECT_FALSE(SpeakerIdentity::fromAliases({""}).matches(""));
+    EXPECT_FALSE(SpeakerIdentity::fromAliases({"Host"}).matches("Me"));
+}
+
+TEST(ParticipationTest, SubstantiveMeansFourWordsAndEchoesRepeatTheEarlierText) {
+    EXPECT_TRUE(Participation::isSubstantive(" a\tb\nc  d "));
+    EXPECT_FALSE(Participation::isSubstantive("yes I agree"));
+    EXPECT_FALSE(Participation::isEcho("we ship on friday", std::nullopt));
+    EXPECT_TRUE(Participation::isEcho("We ship on Friday.", "we ship on friday"));
+    EXPECT_FALSE(Participation::isEcho("a b c", "we ship"));
+    EXPECT_FALSE(Participation::isEcho("we ship", "!?"));
+    // Ten distinct tokens, nine shared: exactly at the threshold.
+    EXPECT_TRUE(Participation::isEcho("alpha bravo charlie delta echo foxtrot golf hotel india juliet",
+                                      "alpha bravo charlie delta echo foxtrot golf hotel india"));
+    EXPECT_FALSE(Participation::isEcho("alpha bravo charlie delta echo foxtrot golf hotel india",
+                                       "alpha bravo charlie delta echo foxtrot golf hotel kilo"));
+    EXPECT_TRUE(Participation::isEcho("meetings planned", "planning meeting"));
+}
+
+TEST(ParticipationTest, CountsTheUsersNonEchoTurnsAgainstTheLastOtherSpeaker) {
+    SpeakerIdentity dana = SpeakerIdentity::fromUserName("Dana");
+    auto doc = meeting("2024-05-01", {},
+                       {
+                           {"Me", "I opened the meeting today"}, // first turn: nothing to echo
+                           {"Bo", "we ship the beta on friday"},
+                           {"Dana", "we ship the beta on friday"},    // echo of Bo
+                           {"Dana", "and the docs follow next week"}, // compared with Bo, not with Dana
+                           {"Me", "yes I agree"},                     // too short
+                           {" me ", "we ship the beta on friday"},    // still compared with Bo
+                           {"", "an unlabelled turn becomes the reference"},
+                           {"You", "an unlabelled turn becomes the reference"},
+                       });
+    EXPECT_EQ(Participation::substantiveTurnCount(doc, dana), 2u);
+    EXPECT_TRUE(Participation::spoke(doc, dana, 2));
+    EXPECT_FALSE(Participation::spoke(doc, dana, 3));
+    EXPECT_EQ(Participation::substantiveTurnCount(doc, SpeakerIdentity::fromAliases({"Bo"})), 1u);
+    // Minimum turns below one still need one.
+    SpeakerIdentity me = SpeakerIdentity::fromUserName("");
+    EXPECT_FALSE(Participation::spoke(meeting(""), me, 0));
+    EXPECT_TRUE(Participation::spoke(meeting("", {}, {{"Me", "this one really counts"}}), me, 0));
+}
+
+TEST(ParticipationTest, SpeakerScopeAdmitsMeetingsWhereTheUserTookPart) {
+    auto doc =
+        meeting("2024-05-01", {}, {{"Ann", "and the budget?"}, {"Dana", "the budget is fine for now"}});
+    EXPECT_TRUE((AnswerScope{.speaker = SpeakerFilter{"Dana", 0}}).admits("a", doc));
+    // The first word of the name is an alias too.
+    EXPECT_TRUE((AnswerScope{.speaker = SpeakerFilter{"Dana Ruiz", 1}}).admits("a", doc));
+    EXPECT_FALSE((AnswerScope{.speaker = SpeakerFilter{"Dana", 2}}).admits("a", doc));
+    EXPECT_FALSE((AnswerScope{.speaker = SpeakerFilter{"Ann", 1}}).admits("a", doc));
 }
 
 } // namespace

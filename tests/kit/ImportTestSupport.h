@@ -1,4 +1,4 @@
-// Shared by the import tests: fixture reading and short ways to build turns.
+// Shared by the import tests: fixture reading and a short name for turns.
 #pragma once
 
 #include "ZelmorMarkdownKit/format/TranscriptDocument.h"
@@ -9,12 +9,8 @@
 
 namespace zelmor::test {
 
-inline std::string importFixturePath(const std::string& name) {
-    return std::string(ZELMOR_SOURCE_DIR) + "/tests/fixtures/import/" + name;
-}
-
 inline std::string importFixture(const std::string& name) {
-    return readFile(importFixturePath(name));
+    return readFile(std::string(ZELMOR_SOURCE_DIR) + "/tests/fixtures/import/" + name);
 }
 
 using Turns = std::vector<TranscriptDocument::Turn>;

@@ -1,5 +1,8 @@
-// Derived flags of a transcript document, its constructor, and the JSON form of a turn.
+// Derived flags of a transcript document, the JSON form of a turn, which texts declare that the
+// recorder wrote them, and which paths lie in the skills folder under the memory folder.
+#include "ZelmorMarkdownKit/format/SkillsFolder.h"
 #include "ZelmorMarkdownKit/format/TranscriptDocument.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -7,91 +10,70 @@
 namespace zelmor {
 namespace {
 
-TranscriptDocument withNotes(std::string notes) {
-    return TranscriptDocument("T", "2025-03-14", {}, 0, "Zelmor", std::move(notes), {});
-}
+using Turn = TranscriptDocument::Turn;
 
 TEST(TranscriptDocument, UserNotesIgnoreWhiteSpaceAndThePlaceholder) {
-    std::string placeholder = TranscriptDocument::notesPlaceholder;
-    EXPECT_FALSE(withNotes("").hasUserNotes());
-    EXPECT_FALSE(withNotes(" \n\t\u2029").hasUserNotes());
-    EXPECT_FALSE(withNotes(placeholder).hasUserNotes());
-    EXPECT_FALSE(withNotes("\n\n" + placeholder + "\n  ").hasUserNotes());
-    EXPECT_TRUE(withNotes(placeholder + ".").hasUserNotes());
-    EXPECT_TRUE(withNotes("x").hasUserNotes());
+    const std::string placeholder = TranscriptDocument::notesPlaceholder;
+    for (auto [notes, has] : {std::pair{std::string(""), false},
+                              {" \n\t\u2029", false},
+                              {placeholder, false},
+                              {"\n\n" + placeholder + "\n  ", false},
+                              {placeholder + ".", true},
+                              {"x", true}})
+        EXPECT_EQ(TranscriptDocument("T", "", {}, 0, "Zelmor", notes, {}).hasUserNotes(), has) << notes;
 }
 
 TEST(TranscriptDocument, PendingIsReadFromAsrAndIncompleteFromStatus) {
-    TranscriptDocument doc = withNotes("");
-    doc.asr = "Pending";
-    EXPECT_FALSE(doc.isPendingTranscription());
-    EXPECT_FALSE(doc.isRetryable());
-
-    doc.asr = "";
-    doc.status = "pending";
-    EXPECT_FALSE(doc.isPendingTranscription());
-    EXPECT_FALSE(doc.isIncomplete());
-    EXPECT_FALSE(doc.isRetryable());
-
-    doc.asr = "pending";
-    EXPECT_TRUE(doc.isPendingTranscription());
-    EXPECT_TRUE(doc.isRetryable());
-
-    doc.asr = "incomplete";
-    doc.status = "incomplete";
-    EXPECT_FALSE(doc.isPendingTranscription());
-    EXPECT_TRUE(doc.isIncomplete());
-    EXPECT_TRUE(doc.isRetryable());
-}
-
-/// Every field set, each to a value no other field holds, so a swapped argument shows.
-TranscriptDocument everyFieldSet() {
-    return TranscriptDocument("t", "d", {"p"}, 3, "s", "n", {{"A", "x"}}, "sa", "asr", "st", "cal", {"a.m4a"},
-                              1.5, true, "why", "sp", "hint", "asum", "app", {"tag"}, "sum", "mn", "ai", "km",
-                              true);
-}
-
-TEST(TranscriptDocument, ConstructorFillsEveryFieldInOrder) {
-    TranscriptDocument full = everyFieldSet();
-    EXPECT_EQ(full.title, "t");
-    EXPECT_EQ(full.date, "d");
-    EXPECT_EQ(full.participants, std::vector<std::string>{"p"});
-    EXPECT_EQ(full.durationMin, 3);
-    EXPECT_EQ(full.source, "s");
-    EXPECT_EQ(full.notes, "n");
-    EXPECT_EQ(full.turns, (std::vector<TranscriptDocument::Turn>{{"A", "x"}}));
-    EXPECT_EQ(full.startedAt, "sa");
-    EXPECT_EQ(full.asr, "asr");
-    EXPECT_EQ(full.status, "st");
-    EXPECT_EQ(full.calendarEventID, "cal");
-    EXPECT_EQ(full.pendingAudioPaths, std::vector<std::string>{"a.m4a"});
-    EXPECT_EQ(full.pendingOffsetSeconds, 1.5);
-    EXPECT_TRUE(full.hasPendingOffset);
-    EXPECT_EQ(full.pendingReason, "why");
-    EXPECT_EQ(full.spendID, "sp");
-    EXPECT_EQ(full.topicHint, "hint");
-    EXPECT_EQ(full.asrSummary, "asum");
-    EXPECT_EQ(full.sourceApp, "app");
-    EXPECT_EQ(full.tags, std::vector<std::string>{"tag"});
-    EXPECT_EQ(full.summary, "sum");
-    EXPECT_EQ(full.meetingNotes, "mn");
-    EXPECT_EQ(full.actionItems, "ai");
-    EXPECT_EQ(full.keyMoments, "km");
-    EXPECT_TRUE(full.isPrivate);
+    struct Case {
+        const char *asr, *status;
+        bool pending, incomplete;
+    };
+    for (auto [asr, status, pending, incomplete] : {Case{"Pending", "", false, false},
+                                                    {"", "pending", false, false},
+                                                    {"pending", "pending", true, false},
+                                                    {"incomplete", "incomplete", false, true}}) {
+        TranscriptDocument doc;
+        doc.asr = asr;
+        doc.status = status;
+        EXPECT_EQ(doc.isPendingTranscription(), pending) << asr;
+        EXPECT_EQ(doc.isIncomplete(), incomplete) << status;
+        EXPECT_EQ(doc.isRetryable(), pending || incomplete) << asr << status;
+    }
 }
 
 TEST(TranscriptDocument, TurnJSONHasExactlySpeakerAndText) {
-    TranscriptDocument::Turn turn{"Tomás", "Hola \"todos\""};
-    EXPECT_EQ(nlohmann::json(turn).dump(), R"({"speaker":"Tomás","text":"Hola \"todos\""})");
-    EXPECT_EQ(
-        nlohmann::json::parse(R"({"text":"t","speaker":"s","extra":1})").get<TranscriptDocument::Turn>(),
-        (TranscriptDocument::Turn{"s", "t"}));
-    EXPECT_THROW(nlohmann::json::parse(R"({"speaker":"s"})").get<TranscriptDocument::Turn>(),
-                 nlohmann::json::exception);
-    EXPECT_THROW(nlohmann::json::parse(R"({"text":"t"})").get<TranscriptDocument::Turn>(),
-                 nlohmann::json::exception);
-    EXPECT_THROW(nlohmann::json::parse(R"({"speaker":1,"text":"t"})").get<TranscriptDocument::Turn>(),
-                 nlohmann::json::exception);
+    EXPECT_EQ(nlohmann::json(Turn{"Tomás", "Hola \"todos\""}).dump(),
+              R"({"speaker":"Tomás","text":"Hola \"todos\""})");
+    EXPECT_EQ(nlohmann::json::parse(R"({"text":"t","speaker":"s","extra":1})").get<Turn>(), (Turn{"s", "t"}));
+    for (const char* bad : {R"({"speaker":"s"})", R"({"text":"t"})", R"({"speaker":1,"text":"t"})"})
+        EXPECT_THROW(nlohmann::json::parse(bad).get<Turn>(), nlohmann::json::exception) << bad;
+}
+
+TEST(ZelmorTranscriptMarker, ExactLineFollowedByALineBreakAnywhere) {
+    for (const char* text : {"source: Zelmor\nno frontmatter at all", "---\ntitle: x\nsource: Zelmor\n---\n",
+                             "body text\nsource: Zelmor\n", "---\r\ntitle: x\r\nsource: Zelmor\r\n---\r\n",
+                             "source: Zelmor\r\n", "source: Zelmorx\nsource: Zelmor\n"})
+        EXPECT_TRUE(ZelmorTranscriptMarker::declares(text)) << text;
+    for (const char* text :
+         {"---\nsource:  Zelmor\n---\n", "---\nSource: Zelmor\n---\n", "---\nsource: Zelmor \n---\n",
+          "---\nsource: zelmor\n---\n", "---\n source: Zelmor\n---\n", "---\nxsource: Zelmor\n---\n",
+          "---\nsource: Zelmor", "source: Zelmor\r", "source: Zelmor\r\r\n", "x\rsource: Zelmor\n", ""})
+        EXPECT_FALSE(ZelmorTranscriptMarker::declares(text)) << text;
+}
+
+TEST(SkillsFolder, HeldAtAnyDepthInAnyCaseRightUnderTheMemoryFolder) {
+    for (const char* held :
+         {"/Users/a/Notes/memory/SKILLS/x.md", "Memory/Skills/x.md", "//t//Memory//Skills//deeper//x.md",
+          "Memory/Skills/folder", "/t/Skills/Memory/Skills/x.md"})
+        EXPECT_TRUE(SkillsFolder::holds(held, "Memory")) << held;
+    EXPECT_TRUE(SkillsFolder::holds("/t/Mémoire/skills/x.md", "MÉMOIRE"));
+    EXPECT_TRUE(SkillsFolder::holds("/t/brain/skills/x.md", "Brain"));
+    EXPECT_FALSE(SkillsFolder::holds("/t/Memory/Skills/x.md", "Brain"));
+    // Skills must follow the memory folder directly, and something must follow Skills.
+    for (const char* outside :
+         {"Memory/Skills", "Memory/Skills/", "Skills/Memory/x.md", "/t/Memory/x.md",
+          "/t/Memory/notes/Skills/x.md", "/t/Memory/Skills.md", "/t/MemoryX/Skills/x.md", ""})
+        EXPECT_FALSE(SkillsFolder::holds(outside, "Memory")) << outside;
 }
 
 } // namespace

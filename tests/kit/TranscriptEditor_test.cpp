@@ -1,241 +1,256 @@
 // Line edits and the machine-written block, checked on whole texts so that every byte around an
-// edit is seen to survive.
+// edit is seen to survive; the writer that puts agent sections into a file and its mirror; and
+// turn identifiers, found again after inserts, edits, moves and duplicates.
 #include "ZelmorMarkdownKit/edit/TranscriptEditor.h"
 
-#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/edit/NotesBlockWriter.h"
+#include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
+#include "ZelmorMarkdownKit/text/TextNormalize.h"
+#include "platform/FileSystem.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
+#include <unicode/gregocal.h>
+#include <unicode/timezone.h>
 
 namespace zelmor {
 namespace {
 
-namespace Editor = TranscriptEditor;
+using namespace TranscriptEditor;
+namespace Writer = NotesBlockWriter;
+using namespace TranscriptTurnID;
 
-const std::string head = "---\n"
-                         "title: Weekly sync\n"
-                         "date: 2025-03-14\n"
-                         "participants:\n"
-                         "  - Speaker 1\n"
-                         "  - Speaker 10\n"
-                         "source: Zelmor\n"
-                         "---\n"
-                         "\n"
-                         "## Notes\n"
-                         "\n"
-                         "Bring the budget.\n"
-                         "\n"
-                         "## Transcript\n"
-                         "\n";
-const std::string turns = "**Speaker 1:** Good morning.\n"
-                          "\n"
-                          "**Speaker 10:** Morning.\n"
-                          "\n"
-                          "Speaker 1: this continuation names no one.\n";
-const std::string transcript = head + turns;
-
-TEST(RenameSpeaker, RenamesTurnsAndParticipantItemsButNotLongerLabels) {
-    std::string renamed = Editor::renameSpeaker(transcript, "Speaker 1", "Ana");
-    EXPECT_EQ(renamed, "---\ntitle: Weekly sync\ndate: 2025-03-14\nparticipants:\n  - Ana\n  - Speaker 10\n"
-                       "source: Zelmor\n---\n\n## Notes\n\nBring the budget.\n\n## Transcript\n\n"
-                       "**Ana:** Good morning.\n\n**Speaker 10:** Morning.\n\n"
-                       "Speaker 1: this continuation names no one.\n");
-    for (auto [from, to] :
-         {std::pair{"Speaker 1", ""}, {"", "Ana"}, {"Speaker 1", "Speaker 1"}, {"Nobody", "Ana"}})
-        EXPECT_EQ(Editor::renameSpeaker(transcript, from, to), transcript) << from << " -> " << to;
+/// A transcript whose first participant and speaker is `one`, with `notes` under its notes heading.
+std::string sync(const std::string& one = "Speaker 1", const std::string& notes = "Bring the budget.\n\n") {
+    return "---\ntitle: Weekly sync\ndate: 2025-03-14\nparticipants:\n  - " + one +
+           "\n  - Speaker 10\nsource: Zelmor\n---\n\n## Notes\n\n" + notes + "## Transcript\n\n**" + one +
+           ":** Good morning.\n\n**Speaker 10:** Morning.\n\nSpeaker 1: this continuation names no one.\n";
 }
-
-TEST(RenameSpeaker, LeavesItemsWrittenOtherWaysAndLabelsInsideLines) {
-    const std::string untouched = "participants:\n"
-                                  "  - \"Ana\"\n"
-                                  " - Ana\n"
-                                  "   - Ana\n"
-                                  "  - Ana \n"
-                                  "tags: [Ana]\n"
-                                  "  **Ana:** indented\n"
-                                  "He said **Ana:** hi\n"
-                                  "**ana:** lower case\n"
-                                  "  - Ana\r\n";
-    // A "\r" is part of its line: it blocks the whole-line item match but not a turn prefix.
-    EXPECT_EQ(Editor::renameSpeaker(untouched + "**Ana:**\r\n", "Ana", "Bo"), untouched + "**Bo:**\r\n");
-}
-
-TEST(SetTitle, QuotesTitlesWithColonNumberSignApostropheOrQuote) {
-    auto titleLine = [](std::string_view title) {
-        std::string edited = Editor::setTitle("---\ntitle: x\n---\n", title);
-        return edited.substr(4, edited.size() - 4 - 5);
-    };
-    EXPECT_EQ(titleLine("Q3: plan"), "title: \"Q3: plan\"");
-    EXPECT_EQ(titleLine("Issue #4"), "title: \"Issue #4\"");
-    EXPECT_EQ(titleLine("Ana's 1:1"), "title: \"Ana's 1:1\"");
-    EXPECT_EQ(titleLine("The \"big\" one"), "title: \"The \\\"big\\\" one\"");
-    EXPECT_EQ(titleLine("  Weekly sync  "), "title:   Weekly sync  ");
-    EXPECT_EQ(MarkdownTranscriptParser::parse(Editor::setTitle(transcript, "The \"big\" one: Q3"))->title,
-              "The \"big\" one: Q3");
-}
-
-TEST(SetTitle, ChangesOnlyTheFirstTitleLineIfAny) {
-    EXPECT_EQ(Editor::setTitle("---\n title: x\nTitle: y\n", "new"), "---\n title: x\nTitle: y\n");
-    EXPECT_EQ(Editor::setTitle("a\ntitle: one\ntitle: two\n", "new"), "a\ntitle: new\ntitle: two\n");
-    EXPECT_EQ(Editor::setTitle("---\ntitle: one\r\n", "new"), "---\ntitle: new\n");
-}
-
-TEST(SetNotes, TrimmedTextBetweenSingleBlankLinesAndEmptyNotesLeaveNoPlaceholder) {
-    EXPECT_EQ(Editor::setNotes(transcript, "  \n Call Sam back.\n\n"),
-              head.substr(0, head.find("Bring")) + "Call Sam back.\n\n## Transcript\n\n" + turns);
-    std::string expected = head.substr(0, head.find("Bring")) + "\n## Transcript\n\n" + turns;
-    EXPECT_EQ(Editor::setNotes(transcript, ""), expected);
-    EXPECT_EQ(Editor::setNotes(transcript, " \n\t\n"), expected);
-    EXPECT_EQ(MarkdownTranscriptParser::parse(expected)->notes, "");
-}
-
-TEST(SetNotes, NeedsBothHeadingsInOrder) {
-    EXPECT_EQ(Editor::setNotes("## Notes\nold\n", "new"), "## Notes\nold\n");
-    EXPECT_EQ(Editor::setNotes("## Transcript\n\n## Notes\nold\n", "new"),
-              "## Transcript\n\n## Notes\nold\n");
-    EXPECT_EQ(Editor::setNotes("## Notes \nold\n## Transcript\n", "new"), "## Notes \nold\n## Transcript\n");
-}
-
-const std::string marker(Editor::enhancedBlockEndMarker);
-const std::string withBlock = transcript +
-                              "\n## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n"
-                              "## Action Items\n\n- Ana: send numbers\n\n" +
-                              marker + "\n";
-
-TEST(MachineBlock, RunsFromTheLineBreakBeforeItsFirstHeadingThroughTheMarker) {
-    auto range = Editor::machineBlockRange(withBlock);
-    ASSERT_TRUE(range.has_value());
-    EXPECT_EQ(range->start, transcript.size());
-    EXPECT_EQ(range->end, withBlock.size() - 1);
-    EXPECT_EQ(
-        *Editor::enhancedSections(withBlock),
-        "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers");
-}
-
-TEST(MachineBlock, OpensAtTheEarliestOfItsStartHeadings) {
-    std::string text =
-        "## Transcript\n\n**A:** x\n\n## Key Moments\n\nk\n\n## Action Items\n\na\n\n" + marker;
-    EXPECT_EQ(Editor::machineBlockRange(text),
-              (Editor::ByteRange{text.find("\n## Key Moments"), text.size()}));
-}
-
-TEST(MachineBlock, NotFoundBeforeTheTranscriptWithoutMarkerOrWithOnlyMeetingNotes) {
-    std::string sectionsFirst = "## Summary\n\nEarly.\n\n" + marker + "\n\n## Transcript\n\n**A:** x\n";
-    EXPECT_FALSE(Editor::machineBlockRange(sectionsFirst).has_value());
-    EXPECT_FALSE(Editor::machineBlockRange(transcript + "\n## Summary\n\nNo marker.\n").has_value());
-    EXPECT_FALSE(
-        Editor::machineBlockRange(transcript + "\n## Meeting Notes\n\n- Q3\n\n" + marker).has_value());
-    EXPECT_FALSE(
-        Editor::machineBlockRange(transcript + "\n" + marker + "\n## Summary\n\nAfter.\n").has_value());
-    EXPECT_FALSE(Editor::enhancedSections(transcript).has_value());
-}
-
-TEST(MachineBlock, InsideMeansAfterTheTranscriptHeadingAndBeforeTheMarker) {
-    size_t summary = withBlock.find("Budget agreed");
-    size_t markerStart = withBlock.find(marker);
-    size_t headingEnd = withBlock.find("## Transcript") + 13;
-    EXPECT_TRUE(Editor::isInsideMachineBlock({summary, summary + 6}, withBlock));
-    EXPECT_TRUE(Editor::isInsideMachineBlock({headingEnd, markerStart}, withBlock));
-    EXPECT_FALSE(Editor::isInsideMachineBlock({headingEnd - 1, headingEnd + 2}, withBlock));
-    EXPECT_FALSE(Editor::isInsideMachineBlock({markerStart, markerStart + 2}, withBlock));
-    EXPECT_FALSE(Editor::isInsideMachineBlock({4, 9}, withBlock));
-    EXPECT_FALSE(
-        Editor::isInsideMachineBlock({summary, summary + 6}, transcript + "\n## Summary\n\nBudget agreed."));
-}
-
-TEST(SetEnhancedSections, AppendsAfterTrailingWhitespaceWithOneBlankLine) {
-    EXPECT_EQ(Editor::setEnhancedSections(transcript + " \n\n \n", "\n## Summary\n\nDone.\n\n"),
-              transcript.substr(0, transcript.size() - 1) + "\n\n## Summary\n\nDone.\n\n" + marker + "\n");
-    EXPECT_EQ(Editor::setEnhancedSections("", "## Summary\nx"), "\n\n## Summary\nx\n\n" + marker + "\n");
-    std::string appended = Editor::setEnhancedSections(transcript, "## Summary\nx");
-    EXPECT_EQ(Editor::setEnhancedSections(appended, "## Summary\nx"), appended);
-}
-
-TEST(SetEnhancedSections, ReplacesTheBlockAndKeepsWhatFollowsTheMarker) {
-    std::string text = withBlock + "\nTrailing text.\n";
-    EXPECT_EQ(Editor::setEnhancedSections(text, "  ## Key Moments\n- one\n  "),
-              transcript + "\n## Key Moments\n- one\n\n" + marker + "\n\nTrailing text.\n");
-}
-
-TEST(SetEnhancedSections, EmptySectionsRemoveTheBlockOrChangeNothing) {
-    EXPECT_EQ(Editor::setEnhancedSections(withBlock, " \n"), transcript + "\n");
-    EXPECT_EQ(Editor::setEnhancedSections(transcript, ""), transcript);
-}
-
-TEST(MachineProvenance, GivesTheLastWrittenByCommentTrimmed) {
-    std::string text = transcript +
-                       "\n## Summary\n<!-- zelmor:written-by agent A -->\nText.\n"
-                       "\t<!-- zelmor:written-by agent B --> \n<!-- other -->\n\n" +
-                       marker;
-    EXPECT_EQ(Editor::machineProvenance(text),
-              std::optional<std::string>("<!-- zelmor:written-by agent B -->"));
-    EXPECT_FALSE(Editor::machineProvenance(withBlock).has_value());
-    EXPECT_FALSE(Editor::machineProvenance(transcript + "<!-- zelmor:written-by x -->\n").has_value());
-    EXPECT_FALSE(
-        Editor::machineProvenance(transcript + "\n## Summary\n<!-- zelmor:written-by-x -->\n" + marker)
-            .has_value());
-}
-
+const std::string transcript = sync();
+const std::string marker(enhancedBlockEndMarker);
 std::string block(const std::string& sections) {
     return transcript + "\n" + sections + "\n\n" + marker + "\n";
 }
+const std::string withBlock = block(
+    "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers");
 
-TEST(SetAISection, ReplacesTheFirstSectionWithTheHeaderWhereItStands) {
-    EXPECT_EQ(Editor::setAISection(withBlock, "## Meeting Notes", "\n- Q4\n- hiring\n"),
+TEST(RenameSpeaker, RenamesTurnsAndParticipantItemsButNotLongerLabelsOrItemsWrittenOtherWays) {
+    EXPECT_EQ(renameSpeaker(transcript, "Speaker 1", "Ana"), sync("Ana"));
+    for (auto [from, to] :
+         {std::pair{"Speaker 1", ""}, {"", "Ana"}, {"Speaker 1", "Speaker 1"}, {"Nobody", "Ana"}})
+        EXPECT_EQ(renameSpeaker(transcript, from, to), transcript) << from << " -> " << to;
+    const std::string untouched =
+        "participants:\n  - \"Ana\"\n - Ana\n   - Ana\n  - Ana \ntags: [Ana]\n"
+        "  **Ana:** indented\nHe said **Ana:** hi\n**ana:** lower case\n  - Ana\r\n";
+    // A "\r" is part of its line: it blocks the whole-line item match but not a turn prefix.
+    EXPECT_EQ(renameSpeaker(untouched + "**Ana:**\r\n", "Ana", "Bo"), untouched + "**Bo:**\r\n");
+}
+
+TEST(SetTitle, QuotesTitlesWithColonNumberSignApostropheOrQuoteAndChangesOnlyTheFirstTitleLine) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"Q3: plan", "title: \"Q3: plan\""},           {"Issue #4", "title: \"Issue #4\""},
+        {"Ana's 1:1", "title: \"Ana's 1:1\""},         {"The \"big\" one", "title: \"The \\\"big\\\" one\""},
+        {"  Weekly sync  ", "title:   Weekly sync  "},
+    };
+    for (const auto& [title, line] : cases)
+        EXPECT_EQ(setTitle("---\ntitle: x\n---\n", title), "---\n" + std::string(line) + "\n---\n");
+    EXPECT_EQ(setTitle("---\n title: x\nTitle: y\n", "new"), "---\n title: x\nTitle: y\n");
+    EXPECT_EQ(setTitle("a\ntitle: one\ntitle: two\n", "new"), "a\ntitle: new\ntitle: two\n");
+    EXPECT_EQ(setTitle("---\ntitle: one\r\n", "new"), "---\ntitle: new\n");
+}
+
+TEST(SetNotes, TrimmedTextBetweenBothHeadingsAndEmptyNotesLeaveNoPlaceholder) {
+    EXPECT_EQ(setNotes(transcript, "  \n Call Sam back.\n\n"), sync("Speaker 1", "Call Sam back.\n\n"));
+    EXPECT_EQ(setNotes(transcript, " \n\t\n"), sync("Speaker 1", "\n"));
+    for (const char* text :
+         {"## Notes\nold\n", "## Transcript\n\n## Notes\nold\n", "## Notes \nold\n## Transcript\n"})
+        EXPECT_EQ(setNotes(text, "new"), text);
+}
+
+TEST(MachineBlock, RunsFromTheLineBreakBeforeItsEarliestStartHeadingThroughTheMarker) {
+    EXPECT_EQ(machineBlockRange(withBlock), (ByteRange{transcript.size(), withBlock.size() - 1}));
+    EXPECT_EQ(
+        *enhancedSections(withBlock),
+        "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers");
+    std::string keyFirst =
+        "## Transcript\n\n**A:** x\n\n## Key Moments\n\nk\n\n## Action Items\n\na\n\n" + marker;
+    EXPECT_EQ(machineBlockRange(keyFirst), (ByteRange{keyFirst.find("\n## Key Moments"), keyFirst.size()}));
+    // Not before the transcript, not without the marker, not with only meeting notes.
+    for (const std::string& text :
+         {"## Summary\n\nEarly.\n\n" + marker + "\n\n## Transcript\n\n**A:** x\n",
+          transcript + "\n## Summary\n\nNo marker.\n", transcript + "\n## Meeting Notes\n\n- Q3\n\n" + marker,
+          transcript + "\n" + marker + "\n## Summary\n\nAfter.\n"})
+        EXPECT_FALSE(machineBlockRange(text).has_value()) << text;
+    EXPECT_FALSE(enhancedSections(transcript).has_value());
+}
+
+TEST(MachineBlock, InsideMeansAfterTheTranscriptHeadingAndBeforeTheMarker) {
+    size_t summary = withBlock.find("Budget agreed"), markerStart = withBlock.find(marker);
+    size_t headingEnd = withBlock.find("## Transcript") + 13;
+    EXPECT_TRUE(isInsideMachineBlock({headingEnd, markerStart}, withBlock));
+    EXPECT_FALSE(isInsideMachineBlock({headingEnd - 1, headingEnd + 2}, withBlock));
+    EXPECT_FALSE(isInsideMachineBlock({markerStart, markerStart + 2}, withBlock));
+    EXPECT_FALSE(isInsideMachineBlock({summary, summary + 6}, transcript + "\n## Summary\n\nBudget agreed."));
+}
+
+TEST(SetEnhancedSections, AppendsAfterTrailingWhitespaceReplacesTheBlockOrRemovesIt) {
+    EXPECT_EQ(setEnhancedSections(transcript + " \n\n \n", "\n## Summary\n\nDone.\n\n"),
+              transcript.substr(0, transcript.size() - 1) + "\n\n## Summary\n\nDone.\n\n" + marker + "\n");
+    EXPECT_EQ(setEnhancedSections("", "## Summary\nx"), "\n\n## Summary\nx\n\n" + marker + "\n");
+    EXPECT_EQ(setEnhancedSections(withBlock + "\nTrailing text.\n", "  ## Key Moments\n- one\n  "),
+              transcript + "\n## Key Moments\n- one\n\n" + marker + "\n\nTrailing text.\n");
+    EXPECT_EQ(setEnhancedSections(withBlock, " \n"), transcript + "\n");
+    EXPECT_EQ(setEnhancedSections(transcript, ""), transcript);
+}
+
+TEST(MachineProvenance, GivesTheLastWrittenByCommentTrimmed) {
+    EXPECT_EQ(machineProvenance(block("## Summary\n<!-- zelmor:written-by agent A -->\nText.\n"
+                                      "\t<!-- zelmor:written-by agent B --> \n<!-- other -->")),
+              "<!-- zelmor:written-by agent B -->");
+    EXPECT_FALSE(machineProvenance(withBlock).has_value());
+    EXPECT_FALSE(machineProvenance(transcript + "<!-- zelmor:written-by x -->\n").has_value());
+    EXPECT_FALSE(machineProvenance(block("## Summary\n<!-- zelmor:written-by-x -->")).has_value());
+}
+
+TEST(SetAISection, ReplacesTheFirstSectionWithTheHeaderWhereItStandsOrCreatesTheBlock) {
+    EXPECT_EQ(setAISection(withBlock, "## Meeting Notes", "\n- Q4\n- hiring\n"),
               block("## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q4\n- hiring\n\n"
                     "## Action Items\n\n- Ana: send numbers"));
-    EXPECT_EQ(Editor::setAISection(block("## Summary\n\none\n\n## Summary\n\ntwo"), "## Summary", "new"),
+    EXPECT_EQ(setAISection(block("## Summary\n\none\n\n## Summary\n\ntwo"), "## Summary", "new"),
               block("## Summary\n\nnew\n\n## Summary\n\ntwo"));
-    EXPECT_EQ(Editor::setAISection(withBlock, "## Notes", "x"), withBlock);
-    EXPECT_EQ(Editor::setAISection(withBlock, "## summary", "x"), withBlock);
+    EXPECT_EQ(setAISection(withBlock, "## Notes", "x"), withBlock);
+    EXPECT_EQ(setAISection(withBlock, "## summary", "x"), withBlock);
+    EXPECT_EQ(setAISection(transcript, "## Action Items", " - Ana: call Sam "),
+              block("## Action Items\n\n- Ana: call Sam"));
 }
 
-TEST(SetAISection, InsertsNewSectionsInCanonicalOrder) {
-    std::string text = block("## Action Items\n\n- a");
-    text = Editor::setAISection(text, "## Key Moments", "k");
-    text = Editor::setAISection(text, "## Summary", "s");
-    text = Editor::setAISection(text, "## Meeting Notes", "m");
+TEST(SetAISection, InsertsNewSectionsInCanonicalOrderBeforeTheClosingComments) {
+    std::string text = block("## Action Items\n\n- a\n\n<!-- zelmor:written-by agent -->");
+    text = setAISection(text, "## Key Moments", "k");
+    text = setAISection(text, "## Summary", "s");
+    text = setAISection(text, "## Meeting Notes", "m");
     EXPECT_EQ(
         text,
-        block("## Summary\n\ns\n\n## Meeting Notes\n\nm\n\n## Action Items\n\n- a\n\n## Key Moments\n\nk"));
-    auto document = MarkdownTranscriptParser::parse(text);
-    EXPECT_EQ(document->summary, "s");
-    EXPECT_EQ(document->meetingNotes, "m");
-    EXPECT_EQ(document->actionItems, "- a");
-    EXPECT_EQ(document->keyMoments, "k");
-}
-
-TEST(SetAISection, CreatesTheBlockWhenThereIsNone) {
-    EXPECT_EQ(Editor::setAISection(transcript, "## Action Items", " - Ana: call Sam "),
-              transcript + "\n## Action Items\n\n- Ana: call Sam\n\n" + marker + "\n");
+        block("## Summary\n\ns\n\n## Meeting Notes\n\nm\n\n## Action Items\n\n- a\n\n## Key Moments\n\nk"
+              "\n\n<!-- zelmor:written-by agent -->"));
 }
 
 TEST(SetAISection, EmptyBodyRemovesTheSectionThenTheBlock) {
-    std::string text = Editor::setAISection(withBlock, "## Meeting Notes", "");
+    std::string text = setAISection(withBlock, "## Meeting Notes", "");
     EXPECT_EQ(text, block("## Summary\n\nBudget agreed.\n\n## Action Items\n\n- Ana: send numbers"));
-    text = Editor::setAISection(text, "## Summary", " ");
+    text = setAISection(text, "## Summary", " ");
     EXPECT_EQ(text, block("## Action Items\n\n- Ana: send numbers"));
-    EXPECT_EQ(Editor::setAISection(text, "## Action Items", ""), transcript + "\n");
-    EXPECT_EQ(Editor::setAISection(text, "## Key Moments", ""), text);
-    EXPECT_EQ(Editor::setAISection(transcript, "## Summary", ""), transcript);
+    EXPECT_EQ(setAISection(text, "## Action Items", ""), transcript + "\n");
+    EXPECT_EQ(setAISection(text, "## Key Moments", ""), text);
+    EXPECT_EQ(setAISection(transcript, "## Summary", ""), transcript);
 }
 
 TEST(SetAISection, MeetingNotesNeverOpenTheBlock) {
-    EXPECT_EQ(Editor::setAISection(transcript, "## Meeting Notes", "m"), transcript);
-    std::string actions = block("## Action Items\n\n- a");
-    EXPECT_EQ(Editor::setAISection(actions, "## Meeting Notes", "m"),
+    EXPECT_EQ(setAISection(transcript, "## Meeting Notes", "m"), transcript);
+    EXPECT_EQ(setAISection(block("## Action Items\n\n- a"), "## Meeting Notes", "m"),
               block("## Action Items\n\n- a\n\n## Meeting Notes\n\nm"));
     std::string summaryAndNotes = block("## Summary\n\ns\n\n## Meeting Notes\n\nm");
-    EXPECT_EQ(Editor::setAISection(summaryAndNotes, "## Summary", ""), summaryAndNotes);
-    EXPECT_EQ(Editor::setAISection(withBlock, "## Summary", ""),
+    EXPECT_EQ(setAISection(summaryAndNotes, "## Summary", ""), summaryAndNotes);
+    EXPECT_EQ(setAISection(withBlock, "## Summary", ""),
               block("## Action Items\n\n- Ana: send numbers\n\n## Meeting Notes\n\n- Q3"));
 }
 
-TEST(SetAISection, KeepsTheClosingCommentsAtTheEndOfTheBlock) {
-    std::string text = block("## Summary\n\ns\n\n<!-- zelmor:written-by agent -->");
-    std::string edited = Editor::setAISection(text, "## Key Moments", "k");
-    EXPECT_EQ(edited, block("## Summary\n\ns\n\n## Key Moments\n\nk\n\n<!-- zelmor:written-by agent -->"));
-    EXPECT_EQ(Editor::machineProvenance(edited),
-              std::optional<std::string>("<!-- zelmor:written-by agent -->"));
+TEST(NotesBlockWriter, SanitizingDropsPreambleFilesOtherHeadingsUnderSummaryAndBlankGivesNothing) {
+    const std::pair<const char*, std::optional<std::string>> cases[] = {
+        {"  We agreed on the budget.\n", "## Summary\nWe agreed on the budget."},
+        {"Here are your notes:\n\n## Action Items\n- a\n\n## Summary\ns\n",
+         "## Action Items\n- a\n\n## Summary\ns"},
+        {"## Key Moments\n- k\n## Summary\ns", "## Key Moments\n- k\n## Summary\ns"},
+        {"## Decisions\nShip it.", "## Summary\n## Decisions\nShip it."},
+        {"intro ## Summary inline", "## Summary\nintro ## Summary inline"},
+        {" \n\t\n", std::nullopt},
+    };
+    for (const auto& [text, sections] : cases) EXPECT_EQ(Writer::sanitizedSections(text), sections) << text;
+}
+
+TEST(NotesBlockWriter, ProvenanceDayIsInTheCalendarsTimeZoneAndTheMirrorIsTheTextTwin) {
+    UErrorCode status = U_ZERO_ERROR;
+    // 2025-03-14T03:00:00Z: still March 13 in Los Angeles.
+    auto instant = std::chrono::system_clock::time_point(std::chrono::seconds(1741921200));
+    icu::GregorianCalendar losAngeles(icu::TimeZone::createTimeZone("America/Los_Angeles"), status);
+    ASSERT_TRUE(U_SUCCESS(status));
+    EXPECT_EQ(Writer::provenanceLine(instant, losAngeles),
+              "_Written by your agent on Mar 13, 2025. Regenerate or delete anytime._");
+    EXPECT_EQ(Writer::mirrorPath("/a/b/Weekly sync.md"), "/a/b/Weekly sync.txt");
+    EXPECT_EQ(Writer::mirrorPath("/a/v1.2/notes"), "/a/v1.2/notes.txt");
+}
+
+TEST(NotesBlockWriter, WritesTheFileAndAnExistingMirrorOnlyWhenTheTextChanges) {
+    test::TempFolder folder;
+    std::string file = folder.write("Sync.md", transcript), mirror = folder.write("Sync.txt", transcript);
+    std::string lone = folder.write("Lone.md", transcript);
+    std::string summary = block("## Summary\n\nHi.");
+    ASSERT_TRUE(Writer::apply("## Summary\n\nHi.", transcript, file));
+    EXPECT_EQ(test::readFile(file), summary);
+    EXPECT_EQ(test::readFile(mirror), summary);
+    ASSERT_TRUE(Writer::apply("## Summary\n\nHi.", transcript, lone));
+    EXPECT_FALSE(platform::exists(folder / "Lone.txt"));
+    ASSERT_TRUE(Writer::clearBlock(summary, file));
+    EXPECT_EQ(test::readFile(file), transcript + "\n");
+    EXPECT_EQ(test::readFile(mirror), transcript + "\n");
+    std::string absent = folder / "absent.md";
+    EXPECT_FALSE(Writer::apply("\n## Summary\n\nHi.\n", summary, absent));
+    EXPECT_FALSE(Writer::clearBlock(transcript, absent));
+    EXPECT_FALSE(platform::exists(absent));
+    EXPECT_FALSE(Writer::apply("## Summary\nx", transcript, folder / "no-such-folder/Sync.md"));
+}
+
+std::vector<TranscriptDocument::Turn> turnsSaying(std::vector<std::string> texts) {
+    std::vector<TranscriptDocument::Turn> turns;
+    for (auto& text : texts) turns.push_back({"Ana", std::move(text)});
+    return turns;
+}
+
+TEST(TextNormalize, LowerCasesAndKeepsOnlyLettersMarksAndDigitsAsWords) {
+    using TextNormalize::words;
+    EXPECT_EQ(words("  Hello,\tWORLD!\n\nIt's 9:30 "), "hello world it s 9 30");
+    EXPECT_EQ(words("snake_case—and…more"), "snake case and more");
+    EXPECT_EQ(words("Ça VA? Cafe\u0301"), "ça va cafe\u0301");
+    EXPECT_EQ(words("日本語、テスト。"), "日本語 テスト");
+    EXPECT_EQ(words("ΣΟΦΙΑ Ⅻ ٣ ?! \n"), "σοφια ⅻ ٣");
+    EXPECT_EQ(words(std::string("bad\xff") + "byte"), "bad byte");
+}
+
+TEST(TranscriptTurnID, IdentifierIsPaddedPositionAndSHA256PrefixOfTheWordsAndMalformedOnesAreMissing) {
+    // SHA-256 of "hello world" begins b94d27.
+    EXPECT_EQ(make(0, "Hello, world!"), "t001-b94d27");
+    EXPECT_EQ(make(41, "hello   WORLD"), "t042-b94d27");
+    EXPECT_EQ(make(12344, "hello world"), "t12345-b94d27");
+    auto turns = turnsSaying({"hello world"});
+    for (const char* id :
+         {"t01-b94d27", "t000-b94d27", "x001-b94d27", "t001-b94d", "t001-b94d277", "t001b94d27", "", "t",
+          "t-b94d27", "tabc-b94d27", "t+01-b94d27", "t99999999999999999999999-b94d27"})
+        EXPECT_EQ(locate(id, turns), Match(Missing{})) << id;
+}
+
+TEST(TranscriptTurnID, UnchangedWordsAreExactAChangedWordIsStale) {
+    auto turns = turnsSaying({"first", "We should ship on Friday.", "last"});
+    std::string id = make(1, turns[1].text);
+    turns[1].text = "we should SHIP, on friday!";
+    EXPECT_EQ(locate(id, turns), Match(Exact{1}));
+    EXPECT_EQ(locate("t0002" + id.substr(4), turns), Match(Exact{1}));
+    turns[1].text = "We should ship on Monday.";
+    EXPECT_EQ(locate(id, turns), Match(Stale{1}));
+    EXPECT_EQ(locate("t002-ABCDEF", turns), Match(Stale{1}));
+}
+
+TEST(TranscriptTurnID, MovedTurnIsFoundAtItsNearestCopyWithTiesGoingEarlier) {
+    auto turns = turnsSaying({"a", "b", "same words", "c", "different", "d", "Same words!", "e"});
+    std::vector<std::string> before = ids(turns);
+    EXPECT_EQ(locate(make(4, "same words"), turns), Match(Moved{2}));
+    turns.insert(turns.begin(), TranscriptDocument::Turn{"Bo", "pushes everything down"});
+    EXPECT_EQ(locate(before[1], turns), Match(Moved{2}));
+    EXPECT_EQ(locate(make(4, "same words"), turns), Match(Moved{3}));
+    EXPECT_EQ(locate(make(6, "same words"), turns), Match(Moved{7}));
+    // Past the end a turn is moved when its words remain, else missing.
+    EXPECT_EQ(locate(make(99, "nothing like it"), turns), Match(Missing{}));
+    EXPECT_EQ(locate(make(99, "B"), turns), Match(Moved{2}));
+    EXPECT_EQ(locate(make(0, "a"), {}), Match(Missing{}));
 }
 
 } // namespace

@@ -1,7 +1,9 @@
-// Format names, detection order, and the refusals of conversion.
+// Format names, detection order, conversion and its refusals, every fixture whole and truncated,
+// and the rendered transcript byte for byte with the names and titles that go into it.
 #include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
 #include "ZelmorMarkdownKit/import/TranscriptImport.h"
+#include "ZelmorMarkdownKit/import/TranscriptImportRendering.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -11,34 +13,12 @@ namespace {
 
 using namespace TranscriptImport;
 using test::importFixture;
+using test::Turns;
+using Strings = std::vector<std::string>;
 
 TEST(ImportFormat, RawValueLookupIsExactAndCaseSensitive) {
     for (Format format : allFormats) EXPECT_EQ(formatFromRawValue(rawValue(format)), format);
     for (const char* raw : {"WebVTT", "json", ""}) EXPECT_EQ(formatFromRawValue(raw), std::nullopt) << raw;
-}
-
-TEST(ImportDetection, EachFixtureIsItsOwnFormat) {
-    const std::pair<const char*, Format> expected[] = {
-        {"standup-2025-03-14.vtt", Format::webVTT},
-        {"design-review.vtt", Format::webVTT},
-        {"interview.srt", Format::srt},
-        {"Budget Planning Transcript.txt", Format::otterText},
-        {"granola-notes.md", Format::granolaMarkdown},
-        {"limitless-2025-02-03.md", Format::limitlessMarkdown},
-        {"retro.md", Format::speakerMarkdown},
-        {"lifelog.json", Format::genericJSON},
-        {"fathom.json", Format::genericJSON},
-        {"segments.json", Format::genericJSON},
-        {"granola-export.csv", Format::granolaCSV},
-    };
-    for (const auto& [name, format] : expected) {
-        // Conversion hands detection the text with "\r\n" already turned into "\n".
-        std::string text;
-        for (char c : importFixture(name)) {
-            if (c != '\r') text += c;
-        }
-        EXPECT_EQ(detect(text), format) << name;
-    }
 }
 
 TEST(ImportDetection, RulesInTheirOrder) {
@@ -46,13 +26,10 @@ TEST(ImportDetection, RulesInTheirOrder) {
         {"\nWEBVTT\n\n1\n00:00:01,000 --> 00:00:02,000\nHi\n", Format::webVTT}, // header after a blank line
         // SRT needs comma milliseconds and a number line directly above.
         {"1\n00:00:01,000 --> 00:00:02,000\nHi\n", Format::srt},
-        {"1\n00:00:01.000 --> 00:00:02.000\nHi\n", Format::webVTT},
-        {"1\nHi\n00:00:01,000 --> 00:00:02,000\n", Format::webVTT},
         {"00:00:01,000 --> 00:00:02,000\nHi\n", Format::webVTT},
         // JSON comes first but needs a meeting.
         {R"({"segments":[{"speaker":"A","text":"Hi --> there"}]})", Format::genericJSON},
         {R"(["Ana: hello", "Ben: hi"])", std::nullopt},
-        {R"({"name": "settings", "value": 3})", std::nullopt},
         // CSV needs two header fields, one mentioning a transcript.
         {"Title,Full Transcript\nA,\"Ana: hi\"\n", Format::granolaCSV},
         {"Transcript\nAna: hi\n", Format::speakerMarkdown},
@@ -68,35 +45,30 @@ TEST(ImportDetection, RulesInTheirOrder) {
         // A bold label that is no name skips the inline rule, but export lines are still read.
         {"**Key points, round two:** budget\n", std::nullopt},
         {"[SYS] 00:01 hello\n", Format::speakerMarkdown},
-        {"", std::nullopt},
-        {"Remember to buy milk.\nAnd eggs.\n", std::nullopt},
     };
     for (const auto& [text, format] : cases) EXPECT_EQ(detect(text), format) << text.substr(0, 60);
 }
 
-TEST(ImportConversion, OwnTranscriptsAreRefusedBeforeDetection) {
-    EXPECT_EQ(
-        std::get<Failure>(convertAll(importFixture("own-transcript.md"), "own-transcript.md", std::nullopt)),
-        Failure::alreadyZelmor);
-    std::string vtt = "source: Zelmor\nWEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi\n";
-    EXPECT_EQ(std::get<Failure>(convertAll(vtt, "a.vtt", std::nullopt)), Failure::alreadyZelmor);
-    EXPECT_EQ(std::get<Failure>(convertAll("---\r\nsource: Zelmor\r\n---\r\n", "a.md", std::nullopt)),
-              Failure::alreadyZelmor);
+TEST(ImportConversion, RefusalsOwnTranscriptsFirstThenUnknownFormatsThenNoTurns) {
+    const std::pair<std::string, Failure> cases[] = {
+        {importFixture("own-transcript.md"), Failure::alreadyZelmor},
+        {"source: Zelmor\nWEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi\n", Failure::alreadyZelmor},
+        {"---\r\nsource: Zelmor\r\n---\r\n", Failure::alreadyZelmor},
+        {"", Failure::unrecognizedFormat},
+        {std::string(100000, '[') + std::string(100000, ']'), Failure::unrecognizedFormat},
+        {"WEBVTT\n\nNOTE nothing was said\n", Failure::noSpeech},
+        {R"({"segments":[{"speaker":"A"}]})", Failure::noSpeech},
+        {R"({"segments":[],"turns":[{"speaker":"A","text":"hi"}]})", Failure::noSpeech},
+        {"Title,Transcript\nA,\n", Failure::noSpeech},
+        {"\"unterminated,\"x\n<v\n**:**\n[MIC]", Failure::noSpeech},
+    };
+    for (const auto& [text, failure] : cases)
+        EXPECT_EQ(std::get<Failure>(convertAll(text, "a.txt", std::nullopt)), failure) << text.substr(0, 40);
     // Only the exact line counts; with a trailing space it is an ordinary "Name: text" line.
     auto spaced = std::get<std::vector<Result>>(convertAll("note\nsource: Zelmor \n", "a.txt", std::nullopt));
-    EXPECT_EQ(spaced[0].participants, (std::vector<std::string>{"source"}));
-}
-
-TEST(ImportConversion, RecognisedFormatWithoutTurnsIsNoSpeech) {
-    EXPECT_EQ(std::get<Failure>(convertAll("WEBVTT\n\nNOTE nothing was said\n", "a.vtt", std::nullopt)),
-              Failure::noSpeech);
-    EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[{"speaker":"A"}]})", "a.json", std::nullopt)),
-              Failure::noSpeech);
-    EXPECT_EQ(std::get<Failure>(convertAll(R"({"segments":[],"turns":[{"speaker":"A","text":"hi"}]})",
-                                           "a.json", std::nullopt)),
-              Failure::noSpeech);
-    EXPECT_EQ(std::get<Failure>(convertAll("Title,Transcript\nA,\n", "a.csv", std::nullopt)),
-              Failure::noSpeech);
+    EXPECT_EQ(spaced[0].participants, Strings{"source"});
+    std::string longLine = "Ana: " + std::string(200000, 'a') + "\n";
+    EXPECT_EQ(std::get<std::vector<Result>>(convertAll(longLine, "long.txt", std::nullopt))[0].turnCount, 1u);
 }
 
 TEST(ImportConversion, DayComesFromContentThenFileNameThenFallback) {
@@ -108,75 +80,93 @@ TEST(ImportConversion, DayComesFromContentThenFileNameThenFallback) {
     EXPECT_EQ(std::get<Result>(convert(markdown, "notes-2024-01-01.md", "2025-01-01")).date, "2023-05-06");
 }
 
-TEST(ImportConversion, ResultCarriesFormatTitleParticipantsAndCount) {
-    Result result = std::get<Result>(
-        convert(importFixture("standup-2025-03-14.vtt"), "standup-2025-03-14.vtt", std::nullopt));
-    EXPECT_EQ(result.format, Format::webVTT);
-    EXPECT_EQ(result.title, "standup");
-    EXPECT_EQ(result.date, "2025-03-14");
-    // "Kind: captions" in the titled header block reads as a speaker line.
-    EXPECT_EQ(result.participants, (std::vector<std::string>{"Kind", "Ana Lopez", "Ben Okafor"}));
-    EXPECT_EQ(result.turnCount, 4u);
-}
-
 TEST(ImportConversion, MultiMeetingExportGivesEveryMeetingButConvertOnlyTheFirst) {
     std::string text = importFixture("weekly-export.json");
     auto all = std::get<std::vector<Result>>(convertAll(text, "weekly-export.json", std::nullopt));
     ASSERT_EQ(all.size(), 3u);
-    EXPECT_EQ(all[0].title, "Monday planning");
     EXPECT_EQ(all[1].title, "Wednesday check-in");
-    EXPECT_EQ(all[2].title, "Friday demo");
     EXPECT_EQ(all[2].date, "2025-03-07");
     EXPECT_EQ(std::get<Result>(convert(text, "weekly-export.json", std::nullopt)), all[0]);
 }
 
-TEST(ImportConversion, EveryTruncatedFixtureFailsCleanlyOrGivesTranscriptsThatReadBack) {
-    const std::pair<const char*, size_t> fixtures[] = {
-        {"standup-2025-03-14.vtt", 1}, {"interview.srt", 1}, {"Budget Planning Transcript.txt", 1},
-        {"granola-notes.md", 1},       {"lifelog.json", 1},  {"fireflies.json", 1},
-        {"granola-export.csv", 2}};
-    for (const auto& [name, meetings] : fixtures) {
+TEST(ImportConversion, EveryFixtureIsItsFormatAndEveryCutOfItFailsCleanlyOrReadsBack) {
+    const std::tuple<const char*, Format, size_t> fixtures[] = {
+        {"standup-2025-03-14.vtt", Format::webVTT, 1},
+        {"design-review.vtt", Format::webVTT, 1},
+        {"interview.srt", Format::srt, 1},
+        {"Budget Planning Transcript.txt", Format::otterText, 1},
+        {"granola-notes.md", Format::granolaMarkdown, 1},
+        {"limitless-2025-02-03.md", Format::limitlessMarkdown, 1},
+        {"retro.md", Format::speakerMarkdown, 1},
+        {"lifelog.json", Format::limitlessLifelog, 1},
+        {"fathom.json", Format::fathomJSON, 1},
+        {"fireflies.json", Format::firefliesJSON, 1},
+        {"segments.json", Format::genericJSON, 1},
+        {"weekly-export.json", Format::genericJSON, 3},
+        {"granola-export.csv", Format::granolaCSV, 2},
+    };
+    for (const auto& [name, format, meetings] : fixtures) {
         std::string text = importFixture(name);
-        std::vector<size_t> lengths;
-        for (size_t length = 0; length < text.size(); length += 5) lengths.push_back(length);
-        lengths.push_back(text.size());
-        for (size_t length : lengths) {
-            std::string where = std::string(name) + " cut at " + std::to_string(length);
+        for (size_t cut = 0; cut < text.size() + 5; cut += 5) { // every fifth length, and the whole text
+            size_t length = std::min(cut, text.size());
+            SCOPED_TRACE(std::string(name) + " cut at " + std::to_string(length));
             Conversion conversion = convertAll(text.substr(0, length), name, std::nullopt);
-            if (const Failure* failure = std::get_if<Failure>(&conversion)) {
-                EXPECT_TRUE(*failure == Failure::unrecognizedFormat || *failure == Failure::noSpeech)
-                    << where;
-                if (length == 0) {
-                    EXPECT_EQ(*failure, Failure::unrecognizedFormat) << where;
-                }
-                EXPECT_NE(length, text.size()) << where << ": the whole fixture converts";
+            const auto* results = std::get_if<std::vector<Result>>(&conversion);
+            if (!results) {
+                EXPECT_NE(std::get<Failure>(conversion), Failure::alreadyZelmor);
+                EXPECT_NE(length, text.size()) << "the whole fixture converts";
                 continue;
             }
-            const auto& results = std::get<std::vector<Result>>(conversion);
-            ASSERT_FALSE(results.empty()) << where;
+            ASSERT_FALSE(results->empty());
             if (length == text.size()) {
-                EXPECT_EQ(results.size(), meetings) << where;
+                EXPECT_EQ(results->size(), meetings);
+                EXPECT_EQ(results->front().format, format);
             }
-            for (const Result& result : results) {
+            for (const Result& result : *results) {
                 // What is written must be one of our transcripts again, with every turn it counted.
-                EXPECT_GE(result.turnCount, 1u) << where;
-                EXPECT_TRUE(ZelmorTranscriptMarker::declares(result.markdown)) << where;
                 std::optional<TranscriptDocument> back = MarkdownTranscriptParser::parse(result.markdown);
-                ASSERT_TRUE(back.has_value()) << where;
-                EXPECT_EQ(back->turns.size(), result.turnCount) << where;
-                EXPECT_EQ(back->participants, result.participants) << where;
+                ASSERT_TRUE(back && ZelmorTranscriptMarker::declares(result.markdown));
+                EXPECT_GE(result.turnCount, 1u);
+                EXPECT_EQ(back->turns.size(), result.turnCount);
+                EXPECT_EQ(back->participants, result.participants);
             }
         }
     }
 }
 
-TEST(ImportConversion, SurvivesHostileShapes) {
-    std::string deep = std::string(100000, '[') + std::string(100000, ']');
-    EXPECT_EQ(std::get<Failure>(convertAll(deep, "deep.json", std::nullopt)), Failure::unrecognizedFormat);
-    std::string longLine = "Ana: " + std::string(200000, 'a') + "\n";
-    EXPECT_EQ(std::get<std::vector<Result>>(convertAll(longLine, "long.txt", std::nullopt))[0].turnCount, 1u);
-    EXPECT_EQ(std::get<Failure>(convertAll("\"unterminated,\"x\n<v\n**:**\n[MIC]", "odd.txt", std::nullopt)),
-              Failure::noSpeech);
+TEST(Render, ByteForByte) {
+    Turns turns = {{"Ana", "Hello: everyone."}, {"Ben", "\"Hi\" — with quotes."}};
+    EXPECT_EQ(render("Standup: day 2", "2025-03-14", {"Ana", "Ben"}, turns, Format::webVTT, "standup.vtt"),
+              "---\ntitle: Standup: day 2\ndate: 2025-03-14\nparticipants:\n  - Ana\n  - Ben\n"
+              "duration_min: 0\nsource: Zelmor\nasr: imported (vtt)\nimported_from: standup.vtt\n---\n\n"
+              "## Notes\n\n_(User-added context. Empty until the user types here in the Library window.)_\n\n"
+              "## Transcript\n\n**Ana:** Hello: everyone.\n\n**Ben:** \"Hi\" — with quotes.\n");
+}
+
+TEST(Render, ValuesThatWouldBreakTheirLineStayOnIt) {
+    std::string text = render("Weekly\nprivate: true\nparticipants:\n  - CEO", std::nullopt,
+                              {"Ana\r\n  - Mallory", "Ben\u2028x\u0085y\x1b"}, {{"Ana\nB", "Hi."}},
+                              Format::genericJSON, "call\nsource: Zelmor.json");
+    EXPECT_EQ(text.substr(0, text.find("## Notes")),
+              "---\ntitle: Weekly private: true participants:   - CEO\nparticipants:\n  - Ana    - Mallory\n"
+              "  - Ben x y \nduration_min: 0\nsource: Zelmor\nasr: imported (json)\n"
+              "imported_from: call source: Zelmor.json\n---\n\n");
+    EXPECT_NE(text.find("**Ana B:** Hi."), std::string::npos);
+}
+
+TEST(TitleFromFilename, SeparatorsSpacedFirstDateAndTrailingWordsCutOnceEach) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"team__sync--weekly", "team sync weekly"},
+        {"a  \t b", "a b"},
+        {"2025-03-14_standup_2025-03-15", "standup 2025 03 15"},
+        {"board_recording", "board"},
+        {"standup recording TRANSCRIPT", "standup"},
+        {"sales transcript export", "sales transcript"},
+        {"transcript", "transcript"},
+        {"2025-03-14", "Imported meeting"},
+        {"__--", "Imported meeting"},
+    };
+    for (const auto& [name, title] : cases) EXPECT_EQ(titleFromFilename(name), title) << name;
 }
 
 } // namespace

@@ -1,5 +1,8 @@
-// Caption, Otter and speaker-markdown readers, on hand-made snippets and on the fixtures.
+// Caption, Otter and speaker-markdown readers, and the line rules they share: what counts as a
+// speaker name, how lines name speakers, and merging.
+#include "ZelmorMarkdownKit/import/TranscriptImportSpeakerLines.h"
 #include "ZelmorMarkdownKit/import/TranscriptImportTextParsers.h"
+#include "ZelmorMarkdownKit/text/Split.h"
 #include "tests/kit/ImportTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -8,145 +11,138 @@ namespace zelmor {
 namespace {
 
 using namespace TranscriptImport;
-using test::importFixture;
 using test::Turns;
 
-TEST(CueParser, WebVTTFixtureSkipsNotesAndStylesButReadsTitledHeaderAndIdentifiersAsText) {
-    // Only a bare "WEBVTT" line and integer cue numbers are dropped, so a titled header block
-    // becomes a cue named by its first "Name: text" line, and "intro-1" identifiers and the
-    // timing lines below them stay in the text.
-    EXPECT_EQ(
-        parseCueBased(importFixture("standup-2025-03-14.vtt")),
-        (Turns{{"Kind", "WEBVTT - Daily standup captions en"},
-               {"Ana Lopez", "intro-1 00:00:01.000 --> 00:00:04.200 align:start Morning, everyone. "
-                             "intro-2 00:00:04.200 --> 00:00:07.900 Let's keep it short today."},
-               {"Ben Okafor", "I finished the billing migration yesterday. which means invoices go out from "
-                              "the new system."},
-               {"Ana Lopez", "Great. Any blockers?"}}));
-}
-
-TEST(CueParser, VoiceWithClassAnnotationNamesTheSpeaker) {
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v.first.loud Ana>Hi</v>\n"), (Turns{{"Ana", "Hi"}}));
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\n<v Ana Maria>Hi\n"), (Turns{{"Ana Maria", "Hi"}}));
-}
-
-TEST(CueParser, SpeakerOneUntilSomeoneIsNamedThenThePreviousSpeaker) {
-    std::string text = "00:01.000 --> 00:02.000\nHello?\n\n"
-                       "00:02.000 --> 00:03.000\nBen: Hi there.\n\n"
-                       "00:03.000 --> 00:04.000\nSorry, I was muted.\n";
-    EXPECT_EQ(parseCueBased(text),
-              (Turns{{"Speaker 1", "Hello?"}, {"Ben", "Hi there. Sorry, I was muted."}}));
-}
-
-TEST(CueParser, ConsecutiveCuesOfOneSpeakerBecomeOneTurn) {
-    std::string text = "1\n00:00:01,000 --> 00:00:02,000\nAna: One.\n\n"
-                       "2\n00:00:02,000 --> 00:00:03,000\nAna: Two.\n";
-    EXPECT_EQ(parseCueBased(text), (Turns{{"Ana", "One. Two."}}));
-}
-
-TEST(CueParser, SRTFixtureWithCRLFAndMultiLineCues) {
-    std::string text = importFixture("interview.srt");
-    std::string normalized;
-    for (char c : text) {
-        if (c != '\r') normalized += c;
-    }
-    EXPECT_EQ(parseCueBased(normalized),
-              (Turns{{"INTERVIEWER", "Thanks for joining us today."},
-                     {"Dana Kim", "Happy to be here. I lead the platform team, about twelve engineers."},
-                     {"INTERVIEWER", "How did the team start?"}}));
-}
-
-TEST(CueParser, OnlyASignedOrBareIntegerAboveATimingLineIsACueNumber) {
-    EXPECT_EQ(parseCueBased("42\nthe answer\n"), (Turns{{"Speaker 1", "42 the answer"}}));
-    EXPECT_EQ(parseCueBased("intro\n00:01.000 --> 00:02.000\nHello\n"),
-              (Turns{{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}));
-    EXPECT_EQ(parseCueBased("-7\n00:01.000 --> 00:02.000\nHello\n"), (Turns{{"Speaker 1", "Hello"}}));
-    EXPECT_EQ(parseCueBased("+7\n00:01.000 --> 00:02.000\nHello\n"), (Turns{{"Speaker 1", "Hello"}}));
-    EXPECT_EQ(parseCueBased("7a\n00:01.000 --> 00:02.000\nHello\n"),
-              (Turns{{"Speaker 1", "7a 00:01.000 --> 00:02.000 Hello"}}));
-}
-
-TEST(CueParser, ACueIsOneTurnSpokenByTheFirstSpeakerItNames) {
-    std::string text = "00:01.000 --> 00:03.000\n<v Ana>Ready?\n<v Ben>Go.\n\n"
-                       "00:03.000 --> 00:04.000\nNow.\n\n"
-                       "00:04.000 --> 00:05.000\nthen\nCara: Me next.\n";
-    EXPECT_EQ(parseCueBased(text), (Turns{{"Ana", "Ready? Go. Now."}, {"Cara", "then Me next."}}));
-}
-
-TEST(CueParser, OnlyABareWebVTTLineLeavesItsBlock) {
-    // The rest of the header block is read like any cue.
-    EXPECT_EQ(parseCueBased("WEBVTT\nKind: captions\nLanguage: en\n\n00:01.000 --> 00:02.000\nHi\n"),
-              (Turns{{"Kind", "captions en Hi"}}));
-    EXPECT_EQ(parseCueBased("WEBVTT\n\nREGION\nid:left\n\n00:01.000 --> 00:02.000\nHi\n"),
-              (Turns{{"Speaker 1", "Hi"}}));
-    EXPECT_EQ(parseCueBased("WEBVTT\nNOTE made by hand\n\n00:01.000 --> 00:02.000\nHi\n"),
-              (Turns{{"Speaker 1", "Hi"}}));
-    EXPECT_EQ(parseCueBased("WEBVTT - Standup\n\n00:01.000 --> 00:02.000\nHi\n"),
-              (Turns{{"Speaker 1", "WEBVTT - Standup Hi"}}));
-}
-
-TEST(CueParser, SectionWordLabelsStayInTheText) {
-    EXPECT_EQ(parseCueBased("00:01.000 --> 00:02.000\nAgenda: budget first\n"),
-              (Turns{{"Speaker 1", "Agenda: budget first"}}));
-}
-
-TEST(OtterParser, FixtureTurnsWithTheFooterInTheLastParagraph) {
-    EXPECT_EQ(
-        parseOtter(importFixture("Budget Planning Transcript.txt")),
-        (Turns{{"Ana Lopez", "Okay, let's look at the numbers for next quarter. The travel line is the one "
-                             "that grew."},
-               {"Ben Okafor", "Most of that is the offsite in May."},
-               {"Ana Lopez", "Then let's keep it, but cap hotels. Transcribed by https://otter.ai"}}));
+TEST(CueParser, Snippets) {
+    const std::string cue = "00:01.000 --> 00:02.000\n";
+    const std::pair<std::string, Turns> cases[] = {
+        {cue + "<v.first.loud Ana>Hi</v>\n", {{"Ana", "Hi"}}},
+        // Speaker 1 until someone is named, then the previous speaker; one speaker's cues are one turn.
+        {cue + "Hello?\n\n" + cue + "Ben: Hi there.\n\n" + cue + "Sorry, I was muted.\n\n" + cue +
+             "Ben: Yes.",
+         {{"Speaker 1", "Hello?"}, {"Ben", "Hi there. Sorry, I was muted. Yes."}}},
+        // Only a signed or bare integer above a timing line is a cue number.
+        {"1\n00:00:01,000 --> 00:00:02,000\nAna: One.\n", {{"Ana", "One."}}},
+        {"42\nthe answer\n", {{"Speaker 1", "42 the answer"}}},
+        {"intro\n" + cue + "Hello\n", {{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}},
+        {"-7\n" + cue + "Hello\n", {{"Speaker 1", "Hello"}}},
+        {"7a\n" + cue + "Hello\n", {{"Speaker 1", "7a 00:01.000 --> 00:02.000 Hello"}}},
+        // A cue is one turn spoken by the first speaker it names.
+        {cue + "<v Ana>Ready?\n<v Ben>Go.\n\n" + cue + "Now.\n\n" + cue + "then\nCara: Me next.\n",
+         {{"Ana", "Ready? Go. Now."}, {"Cara", "then Me next."}}},
+        // Only a bare WEBVTT line leaves its block; the rest of it is read like any cue.
+        {"WEBVTT\nKind: captions\nLanguage: en\n\n" + cue + "Hi\n", {{"Kind", "captions en Hi"}}},
+        {"WEBVTT\nNOTE made by hand\n\n" + cue + "Hi\n", {{"Speaker 1", "Hi"}}},
+        {"WEBVTT - Standup\n\n" + cue + "Hi\n", {{"Speaker 1", "WEBVTT - Standup Hi"}}},
+    };
+    for (const auto& [text, turns] : cases) EXPECT_EQ(parseCueBased(text), turns) << text;
 }
 
 TEST(OtterParser, SpeakerOneBeforeTheFirstHeaderAndSelfIsMe) {
-    std::string text = "Intro words\n\nYou  0:05\nHello\n\nsomeone lower 0:09\nstill me\n";
-    EXPECT_EQ(parseOtter(text),
+    EXPECT_EQ(parseOtter("Intro words\n\nYou  0:05\nHello\n\nsomeone lower 0:09\nstill me\n"),
               (Turns{{"Speaker 1", "Intro words"}, {"Me", "Hello someone lower 0:09 still me"}}));
 }
 
-TEST(SpeakerMarkdownParser, FrontmatterTitleAndDateWithQuotes) {
-    SpeakerMarkdown parsed = parse(importFixture("retro.md"));
-    EXPECT_EQ(parsed.title, "Sprint 14 retro");
-    EXPECT_EQ(parsed.date, "2025-01-28");
-    EXPECT_EQ(parsed.turns,
-              (Turns{{"Ana", "What went well this sprint?"},
-                     {"Ben", "The release checklist saved us twice. And on-call was quiet."},
-                     {"Marco", "Flaky tests are still a problem. They failed four times on Tuesday."}}));
+TEST(SpeakerMarkdownParser, TitleAndDateFromFrontmatterHeadingOrBodyAndTheTurns) {
+    EXPECT_EQ(parse("---\ntitle: \"Retro\"\ndate: 2025-01-28\n---\n# Notes\nAna: Hi\nBen: One.\nBen: Two.\n\n"
+                    "**Cy:** Three\nmore\n## Action Items\n- later\n"),
+              (SpeakerMarkdown{
+                  {{"Ana", "Hi"}, {"Ben", "One. Two."}, {"Cy", "Three more"}}, "Retro", "2025-01-28"}));
+    // Only the first title and an accepted date count; unclosed frontmatter is body.
+    EXPECT_EQ(
+        parse(
+            "---\ntitle: ''\ndate: someday\n---\n# First\n# Second\nRef 2024-13-01\nOn 2024_02_29\nAna: hi"),
+        (SpeakerMarkdown{{{"Ana", "hi"}}, "First", "2024-02-29"}));
+    EXPECT_EQ(parse("---\ntitle: Not read\nAna: hi\n"), (SpeakerMarkdown{{{"Ana", "hi"}}, {}, {}}));
 }
 
-TEST(SpeakerMarkdownParser, HeadingTitleAndDatedLineInTheBody) {
-    SpeakerMarkdown parsed = parse(importFixture("granola-notes.md"));
-    EXPECT_EQ(parsed.title, "Q2 roadmap sync");
-    EXPECT_EQ(parsed.date, "2025-04-02");
-    EXPECT_EQ(parsed.turns,
-              (Turns{{"Me", "Can we go through the roadmap first?"},
-                     {"Them", "Sure. Mobile is the big one. It slipped by two weeks because of the "
-                              "payments review."},
-                     {"Me", "Then June is realistic."}}));
+TEST(SpeakerNames, SectionWordsPlausibleAndNameShapedLabels) {
+    for (const char* word : {"Action Items", "AI-generated notes", "HTTPS"})
+        EXPECT_TRUE(isSectionWord(word)) << word;
+    for (const char* word : {"action", "Speaker 1"}) EXPECT_FALSE(isSectionWord(word)) << word;
+    // Length counts characters, not bytes: "e" plus a combining acute is one.
+    std::string accented, combining;
+    for (int i = 0; i < 48; ++i) accented += "é", combining += "e\xCC\x81";
+    for (std::string name : {std::string("Ana"), std::string("Speaker 2"), std::string("Mary Ann de Vries"),
+                             std::string("Zoë Ødegaard"), std::string("山田 太郎"),
+                             std::string("lowercase is fine"), std::string(48, 'a'), accented, combining})
+        EXPECT_TRUE(isPlausibleName(name)) << name;
+    for (std::string name :
+         {std::string(""), std::string("One Two Three Four Five"), std::string("Ana  Lopez"),
+          std::string("ana@example.com"), std::string("1234"), std::string(49, 'a'), combining + "e"})
+        EXPECT_FALSE(isPlausibleName(name)) << name;
+    for (char c : std::string(".!?,;\"'()[]{}<>/\\|@"))
+        EXPECT_FALSE(isPlausibleName(std::string("Ana") + c + "B")) << c;
+    for (const char* name :
+         {"Ana Lopez", "Speaker 1", "O\u2019Brien", "Jean-Luc O'Neil Jr.", "Émile", "2nd Caller"})
+        EXPECT_TRUE(isNameShaped(name)) << name;
+    for (const char* name : {"ana", "Ana lopez", "Ana, Ben", "A B C D E", ""})
+        EXPECT_FALSE(isNameShaped(name)) << name;
 }
 
-TEST(SpeakerMarkdownParser, TimedListLinesAndYouAsMe) {
-    SpeakerMarkdown parsed = parse(importFixture("limitless-2025-02-03.md"));
-    EXPECT_EQ(parsed.title, "Lunch with Priya");
-    EXPECT_EQ(parsed.date, std::nullopt); // the day is only in the file name
-    EXPECT_EQ(parsed.turns, (Turns{{"Priya Shah", "Did you see the draft of the partner agreement?"},
-                                   {"Me", "Only the first half. The payment terms looked odd."},
-                                   {"Priya Shah", "Net ninety. We should push back."}}));
+TEST(SpeakerNames, NormalisingAndStrippingMarkup) {
+    for (const char* self : {"  you ", "ME", "Self", "myself"})
+        EXPECT_EQ(normalizeSpeaker(self), "Me") << self;
+    EXPECT_EQ(normalizeSpeaker("\tdana KIM "), "dana KIM");
+    EXPECT_EQ(normalizeSpeaker("Yours"), "Yours");
+    const std::pair<std::string, std::string> tags[] = {
+        {" <c.yellow>Hello</c> <b>there</b> ", "Hello there"},
+        {"a < b and c > d", "a  d"},
+        {"<a<b>c<d", "c<d"},
+        // A run of "<" with no ">" after it, and one with a ">" at its very end, in linear time.
+        {std::string(200000, '<'), std::string(200000, '<')},
+        {"a" + std::string(200000, '<') + ">b", "ab"},
+    };
+    for (const auto& [text, stripped] : tags) EXPECT_EQ(stripTags(text), stripped) << text.substr(0, 20);
+    EXPECT_EQ(stripBullet("> - * Ana said so"), "Ana said so");
+    EXPECT_EQ(stripBullet("\u2022 item"), "item");
+    EXPECT_EQ(stripBullet("-not a bullet"), "-not a bullet");
 }
 
-TEST(SpeakerMarkdownParser, OnlyTheFirstTitleAndAnAcceptedDateCount) {
-    SpeakerMarkdown parsed = parse("---\ntitle: ''\ndate: someday\n---\n# First\n# Second\n"
-                                   "Ref 2024-13-01\nOn 2024_02_29 we met\nAna: hi\n");
-    EXPECT_EQ(parsed.title, "First");
-    EXPECT_EQ(parsed.date, "2024-02-29");
-    EXPECT_EQ(parsed.turns, (Turns{{"Ana", "hi"}}));
+TEST(SpeakerLines, EachReaderTakesItsOwnShapeAndRefusesTheRest) {
+    using Reader = std::optional<SpeakerLine> (*)(std::string_view);
+    const std::nullopt_t none = std::nullopt;
+    struct Case {
+        Reader read;
+        const char* line;
+        std::optional<SpeakerLine> expected;
+    };
+    const Case cases[] = {
+        {inlineSpeaker, "Ana Lopez: Hello <i>all</i>", SpeakerLine{"Ana Lopez", "Hello all"}},
+        {inlineSpeaker, "you: I'll take it", SpeakerLine{"Me", "I'll take it"}},
+        {inlineSpeaker, "Ana:", SpeakerLine{"Ana", ""}},
+        {inlineSpeaker, "Action items: ship it", none},
+        {inlineSpeaker, "no colon here", none},
+        {markdownSpeakerLine, "**Ana:** Hello", SpeakerLine{"Ana", "Hello"}},
+        {markdownSpeakerLine, "** You :**Fine", SpeakerLine{"Me", "Fine"}},
+        {markdownSpeakerLine, "**Ana**: Hello", none},
+        {markdownSpeakerLine, "**Notes, take one:** x", none},
+        {markdownSpeakerLine, "Ana: Hello", none},
+        {exportSpeechLine, "[SYS] 01:02:03 word", SpeakerLine{"Them", "word"}},
+        {exportSpeechLine, "[MIC] [00:15] Sounds good", SpeakerLine{"Me", "Sounds good"}},
+        {exportSpeechLine, "[MIC]", SpeakerLine{"Me", ""}},
+        {exportSpeechLine, "- Priya Shah (12:31 PM): Did you see it?",
+         SpeakerLine{"Priya Shah", "Did you see it?"}},
+        {exportSpeechLine, "> Ben [9:05]: ok", SpeakerLine{"Ben", "ok"}},
+        {exportSpeechLine, "Ana 10:15:30 am: <b>late</b> start", SpeakerLine{"Ana", "late start"}},
+        {exportSpeechLine, "* **Dana:** on it", SpeakerLine{"Dana", "on it"}},
+        {exportSpeechLine, "ana: hi", none},
+        {exportSpeechLine, "Summary: all good", none},
+    };
+    for (const auto& [read, line, expected] : cases) EXPECT_EQ(read(line), expected) << line;
 }
 
-TEST(SpeakerMarkdownParser, UnclosedFrontmatterIsBody) {
-    SpeakerMarkdown parsed = parse("---\ntitle: Not read\nAna: hi\n");
-    EXPECT_EQ(parsed.title, std::nullopt);
-    EXPECT_EQ(parsed.turns, (Turns{{"Ana", "hi"}}));
+TEST(SpeakerLineTurns, OneSpeakersLinesMergeContinuationsJoinAndHeadingsEndTheTurn) {
+    auto lines =
+        Text::split("Preamble without speaker\nAna: One\nstill Ana\n\n- bullet for Ana\nana: Other\nAna:\n"
+                    "Ana: Three\n## Summary\nnot speech\nBen: Two\n---",
+                    "\n");
+    Turns spoken = {
+        {"Ana", "One still Ana bullet for Ana"}, {"ana", "Other"}, {"Ana", "Three"}, {"Ben", "Two"}};
+    EXPECT_EQ(speakerLineTurns(lines, std::nullopt), spoken);
+    spoken.insert(spoken.begin() + 3, {"Speaker 1", "not speech"});
+    spoken.insert(spoken.begin(), {"Speaker 1", "Preamble without speaker"});
+    EXPECT_EQ(speakerLineTurns(lines, "Speaker 1"), spoken);
 }
 
 } // namespace

@@ -1,38 +1,43 @@
-// The meeting store on real temporary folders: which files are meetings, their order, the path
-// gate for reads, and the participant directory.
+// The meeting store: which files are meetings, their order, the path gate and participants; and its
+// fast scans and search held to a plain sequential reading of a generated folder with tricky files.
 #include "ZelmorMCP/MeetingStore.h"
+#include "ZelmorMarkdownKit/answer/AnswerScope.h"
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/format/ZelmorTranscriptMarker.h"
+#include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
+#include "bench/corpus/CorpusGenerator.h"
 #include "platform/FileSystem.h"
-#include "tests/mcp/StoreErrorPrinting.h"
+#include "platform/FolderListing.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-namespace zelmor {
+#include <algorithm>
+#include <cctype>
+#include <stdexcept>
+#include <tuple>
 
-void PrintTo(const MeetingStore::ParticipantSummary& row, std::ostream* out) {
-    *out << "{" << row.name << ", " << row.meetingCount << ", " << row.lastMeetingDate << ", "
-         << row.lastMeetingTitle << ", " << row.isGenericLabel << "}";
-}
-
+namespace zelmor::test {
 namespace {
 
+using Meetings = std::vector<MeetingStore::Meeting>;
 using Error = MeetingStore::StoreError;
 using Paths = std::vector<std::string>;
 
-std::string transcript(const std::string& title, const std::string& date, const std::string& startedAt = "",
-                       const Paths& participants = {}) {
+std::string transcript(const std::string& date, const std::string& startedAt = "",
+                       const Paths& participants = {}, const std::string& title = "T") {
     std::string text = "---\ntitle: " + title + "\ndate: " + date + "\n";
     if (!startedAt.empty()) text += "started_at: " + startedAt + "\n";
     text += "participants:\n";
     for (const auto& name : participants) text += "  - " + name + "\n";
-    return text + "source: Zelmor\n---\n\n## Notes\n\n## Transcript\n\n**Ana:** Hello.\n";
+    return text + "source: Zelmor\n---\n\n## Transcript\n\n**Ana:** Hello.\n";
 }
 
-Paths pathsOf(const std::vector<MeetingStore::Meeting>& meetings) {
+Paths scanned(const MeetingStore& store) {
     Paths paths;
-    for (const auto& meeting : meetings) paths.push_back(meeting.path);
+    for (const auto& meeting : store.scan()) paths.push_back(meeting.path);
     return paths;
 }
 
@@ -47,194 +52,312 @@ template <typename F> std::optional<Error> errorOf(F&& call) {
 }
 
 TEST(MeetingStoreScan, ListsOnlyVisibleMarkedMarkdownOutsideTheSkillsFolder) {
-    test::TempFolder root, elsewhere;
-    root.write("a.md", transcript("A", "2026-01-09"));
-    root.write("B.MD", transcript("B", "2026-01-08"));
-    root.write("c.markdown", transcript("C", "2026-01-07"));
-    root.write("c.md.txt", transcript("C", "2026-01-07"));
-    root.write(".hidden/d.md", transcript("D", "2026-01-06"));
-    root.write(".e.md", transcript("E", "2026-01-05"));
-    root.write("Memory/Skills/x.md", transcript("Skill", "2026-01-04"));
-    root.write("team/memory/SKILLS/deep/y.md", transcript("Deep skill", "2026-01-04"));
-    root.write("Memory/m.md", transcript("Memory note", "2026-01-03"));
-    root.write("README.md", "# Read me\n\nNot a meeting.\n");
-    root.write("latin1.md", transcript("Caf\xE9", "2026-01-02"));
-    root.write("no-frontmatter.md", "source: Zelmor\n\n**Ana:** hi\n");
-    root.write("folder.md/inside.md", transcript("Inside", "2026-01-01"));
-    ASSERT_EQ(::mkfifo((root / "x.md").c_str(), 0644), 0); // must neither block nor be listed
-    elsewhere.write("linked/far.md", transcript("Far", "2026-02-01"));
-    elsewhere.write("single.md", transcript("Single", "2026-02-02"));
-    ASSERT_EQ(::symlink((elsewhere / "linked").c_str(), (root / "linked").c_str()), 0);
-    ASSERT_EQ(::symlink((elsewhere / "single.md").c_str(), (root / "single-link.md").c_str()), 0);
-
-    auto meetings = MeetingStore{root.path()}.scan();
-    EXPECT_EQ(pathsOf(meetings),
-              (Paths{root / "a.md", root / "B.MD", root / "Memory/m.md", root / "folder.md/inside.md"}))
-        << "neither a linked folder nor a link to a file outside is followed";
-}
-
-TEST(MeetingStoreScan, SkillsFolderFollowsTheMemoryFolderName) {
     test::TempFolder root;
-    root.write("Memory/Skills/x.md", transcript("X", "2026-01-02"));
-    root.write("brain/skills/y.md", transcript("Y", "2026-01-01"));
-    MeetingStore store{root.path(), "Brain"};
-    EXPECT_EQ(pathsOf(store.scan()), Paths{root / "Memory/Skills/x.md"});
+    for (const char* path : {"a.md", "B.MD", "c.markdown", "c.md.txt", ".hidden/d.md", ".e.md",
+                             "Memory/Skills/x.md", "team/memory/SKILLS/deep/y.md", "brain/skills/z.md"})
+        root.write(path, transcript("2026-01-04"));
+    root.write("Memory/m.md", transcript("2026-01-03"));
+    root.write("folder.md/inside.md", transcript("2026-01-01"));
+    EXPECT_EQ(scanned(MeetingStore{root.path()}),
+              (Paths{root / "brain/skills/z.md", root / "a.md", root / "B.MD", root / "Memory/m.md",
+                     root / "folder.md/inside.md"}));
+    // The skills folder follows the memory folder's name.
+    EXPECT_EQ(scanned(MeetingStore{root.path(), "Brain"}),
+              (Paths{root / "team/memory/SKILLS/deep/y.md", root / "a.md", root / "Memory/Skills/x.md",
+                     root / "B.MD", root / "Memory/m.md", root / "folder.md/inside.md"}));
 }
 
-TEST(MeetingStoreScan, EmptyAndMissingFolders) {
-    test::TempFolder root;
-    root.write("plain-file", "");
-    EXPECT_TRUE(MeetingStore{root.path()}.scan().empty());
-    EXPECT_EQ(errorOf([&] { MeetingStore{root / "missing"}.scan(); }),
-              Error::folderMissing(root / "missing"));
-    EXPECT_EQ(errorOf([&] { MeetingStore{root / "plain-file"}.scan(); }),
-              Error::folderMissing(root / "plain-file"));
-}
-
-TEST(MeetingStoreScan, PathsAreStandardisedButLinksKept) {
+TEST(MeetingStoreScan, NewestFirstByStartTimeOrDateThenPathAndPathsStandardisedWithLinksKept) {
     test::TempFolder base;
-    base.write("real/2026/a.md", transcript("A", "2026-01-01"));
-    ASSERT_EQ(::symlink((base / "real").c_str(), (base / "alias").c_str()), 0);
-    EXPECT_EQ(pathsOf(MeetingStore{base.path() + "/./alias/../alias/"}.scan()),
-              Paths{base / "alias/2026/a.md"});
+    const std::string root = base / "real";
+    for (auto [path, date, start] : std::vector<std::tuple<std::string, std::string, std::string>>{
+             {"1.md", "2025-03-14", ""},
+             {"2.md", "2025-03-14", "2025-03-14T09:00"},
+             {"3.md", "2025-03-01", "2025-03-15T08:00"}, // a later start on an earlier date
+             {"a/same.md", "2025-03-10", ""},
+             {"b/same.md", "2025-03-10", ""},
+             {"old.md", "2024-12-31", ""},
+             {"undated.md", "", ""}})
+        base.write("real/" + path, transcript(date, start));
+    ASSERT_EQ(::symlink(root.c_str(), (base / "alias").c_str()), 0);
+    const std::string alias = base / "alias";
+    EXPECT_EQ(scanned(MeetingStore{base.path() + "/./alias/../alias/"}),
+              (Paths{alias + "/3.md", alias + "/2.md", alias + "/1.md", alias + "/b/same.md",
+                     alias + "/a/same.md", alias + "/old.md", alias + "/undated.md"}));
 }
 
-TEST(MeetingStoreScan, NewestFirstByStartTimeOrDateThenPath) {
-    test::TempFolder root;
-    root.write("1.md", transcript("Day only", "2025-03-14"));
-    root.write("2.md", transcript("Started", "2025-03-14", "2025-03-14T09:00"));
-    root.write("3.md", transcript("Later start, earlier date", "2025-03-01", "2025-03-15T08:00"));
-    root.write("a/same.md", transcript("Same day, lesser path", "2025-03-10"));
-    root.write("b/same.md", transcript("Same day, greater path", "2025-03-10"));
-    root.write("old.md", transcript("Old", "2024-12-31"));
-    root.write("undated.md", transcript("Undated", ""));
-    EXPECT_EQ(pathsOf(MeetingStore{root.path()}.scan()),
-              (Paths{root / "3.md", root / "2.md", root / "1.md", root / "b/same.md", root / "a/same.md",
-                     root / "old.md", root / "undated.md"}));
-}
-
-class MeetingStoreResolve : public testing::Test {
-protected:
+TEST(MeetingStoreResolve, AcceptsWhatLiesInsideRefusesTheRestInOrderOutsideNotMarkdownSkills) {
     test::TempFolder base;
     std::string root = base.makeFolder("Meetings");
-    MeetingStore store{root};
-
-    void SetUp() override {
-        base.write("Meetings/a.md", transcript("A", "2026-01-01"));
-        base.write("Meetings/notes.txt", "text");
-        base.write("Meetings/Memory/Skills/s.md", transcript("S", "2026-01-01"));
-        base.write("Meetings-archive/b.md", transcript("B", "2026-01-01"));
-    }
-    std::optional<Error> refusal(const std::string& path) {
-        return errorOf([&] { store.resolveInsideFolder(path); });
-    }
-};
-
-TEST_F(MeetingStoreResolve, AcceptsWhatLiesInsideRefusesTheRestInOrderOutsideNotMarkdownSkills) {
+    base.write("Meetings/a.md", transcript("2026-01-01"));
+    base.write("Meetings/latin1.md", "caf\xE9\n");
     ASSERT_EQ(::symlink((root + "/a.md").c_str(), (base / "in.md").c_str()), 0);
-    ASSERT_EQ(::symlink((base / "Meetings-archive/b.md").c_str(), (root + "/escape.md").c_str()), 0);
+    ASSERT_EQ(::symlink(root.c_str(), (base / "alias").c_str()), 0);
+    MeetingStore store{root};
     for (auto [path, resolved] : std::vector<std::pair<std::string, std::string>>{
-             {root + "/a.md", root + "/a.md"},
-             {root + "/./sub/../a.md", root + "/a.md"},
-             {root + "/Missing.MD", root + "/Missing.MD"},
-             {base / "in.md", root + "/a.md"}}) // a link outside that points in
+             {base / "in.md", root + "/a.md"}, // a link outside that points in
+             {base / "alias/a.md", root + "/a.md"}})
         EXPECT_EQ(store.resolveInsideFolder(path), resolved) << path;
+    EXPECT_EQ(MeetingStore{base / "alias"}.resolveInsideFolder(root + "/a.md"), root + "/a.md")
+        << "a linked folder";
     using Make = Error (*)(std::string);
-    for (auto [path, make] : std::vector<std::pair<std::string, Make>>{
-             {root + "/../Meetings-archive/b.md", Error::outsideFolder}, // a sibling sharing the prefix
-             {"/etc/passwd", Error::outsideFolder},                      // outside wins over not markdown
-             {root + "/escape.md", Error::outsideFolder},
-             {root + "/notes.txt", Error::notMarkdown},
-             {root, Error::notMarkdown}, // the folder itself
-             {root + "/", Error::notMarkdown},
-             {root + "/.md", Error::notMarkdown},
-             {root + "/memory/skills/s.txt", Error::notMarkdown},
-             {root + "/MEMORY/skills/new.md", Error::skillFile}})
-        EXPECT_EQ(refusal(path), make(path)) << path;
-}
-
-TEST_F(MeetingStoreResolve, RelativePathsStartAtTheWorkingFolder) {
+    for (auto [path, make] :
+         std::vector<std::pair<std::string, Make>>{{root + "/", Error::notMarkdown},
+                                                   {root + "/.md", Error::notMarkdown},
+                                                   {root + "/memory/skills/s.txt", Error::notMarkdown}})
+        EXPECT_EQ(errorOf([&] { store.resolveInsideFolder(path); }), make(path)) << path;
+    // Text that is not UTF-8 is not found.
+    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/latin1.md"); }),
+              Error::notFound(root + "/latin1.md"));
+    // Relative paths start at the working folder.
     std::string saved = platform::currentDirectory();
     ASSERT_EQ(::chdir(root.c_str()), 0);
     std::string inside = store.resolveInsideFolder("a.md");
-    auto outside = refusal("../Meetings-archive/b.md");
+    auto outside = errorOf([&] { store.resolveInsideFolder("../b.md"); });
     ASSERT_EQ(::chdir(saved.c_str()), 0);
     EXPECT_EQ(inside, root + "/a.md");
-    EXPECT_EQ(outside, Error::outsideFolder("../Meetings-archive/b.md"));
-}
-
-TEST_F(MeetingStoreResolve, TheFolderItselfNamedMarkdownIsAcceptedButCannotBeRead) {
-    std::string dotted = base.makeFolder("Calls.md");
-    MeetingStore calls{dotted};
-    EXPECT_EQ(calls.resolveInsideFolder(dotted), dotted);
-    EXPECT_EQ(errorOf([&] { calls.readInsideFolder(dotted); }), Error::notFound(dotted));
-}
-
-TEST_F(MeetingStoreResolve, ReadGivesTheRawTextOfAnyMarkdownInside) {
-    std::string raw = "# No marker here\r\nJust notes.\n";
-    base.write("Meetings/plain.md", raw);
-    EXPECT_EQ(store.readInsideFolder(root + "/plain.md"), raw);
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/gone.md"); }),
-              Error::notFound(root + "/gone.md"));
-    base.write("Meetings/latin1.md", "caf\xE9\n");
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/latin1.md"); }),
-              Error::notFound(root + "/latin1.md"));
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/notes.txt"); }),
-              Error::notMarkdown(root + "/notes.txt"));
-    std::string withNul = root + "/a.md" + std::string(1, '\0') + ".md";
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(withNul); }), Error::notFound(withNul));
-}
-
-TEST_F(MeetingStoreResolve, TheFolderMayBeALink) {
-    ASSERT_EQ(::symlink(root.c_str(), (base / "alias").c_str()), 0);
-    MeetingStore linked{base / "alias"};
-    EXPECT_EQ(linked.resolveInsideFolder(base / "alias/a.md"), root + "/a.md");
-    EXPECT_EQ(linked.resolveInsideFolder(root + "/a.md"), root + "/a.md");
-}
-
-TEST_F(MeetingStoreResolve, ServingTheRootFolderLetsNothingBeRead) {
-    // Containment needs the root followed by "/", and no resolved path starts with "//".
+    EXPECT_EQ(outside, Error::outsideFolder("../b.md"));
+    // Serving the root of the disk lets nothing be read: containment needs the root followed by
+    // "/", and no resolved path starts with "//".
     MeetingStore disk{"/"};
-    std::string inside = root + "/a.md";
-    EXPECT_EQ(errorOf([&] { disk.resolveInsideFolder(inside); }), Error::outsideFolder(inside));
-    EXPECT_EQ(errorOf([&] { disk.readInsideFolder(inside); }), Error::outsideFolder(inside));
+    EXPECT_EQ(errorOf([&] { disk.resolveInsideFolder(root + "/a.md"); }),
+              Error::outsideFolder(root + "/a.md"));
+    EXPECT_EQ(errorOf([&] { disk.readInsideFolder(root + "/a.md"); }), Error::outsideFolder(root + "/a.md"));
     EXPECT_EQ(errorOf([&] { disk.resolveInsideFolder("/"); }), Error::notMarkdown("/")) << "the root itself";
 }
 
 TEST(MeetingStoreParticipants, CountsListingsAndKeepsTheNewestMeeting) {
     test::TempFolder root;
     // File names sort against the dates, so disk order cannot stand in for meeting order.
-    root.write("a.md", transcript("Oldest", "2026-10-01", "",
-                                  {"Speaker 12", "Speaker 3b", "speaker 3", "Speaker", "Ana "}));
-    root.write("b.md", transcript("Middle", "2026-10-02", "", {"Bob", "alice", "Ana", "Ana"}));
-    root.write("c.md", transcript("Newest", "2026-10-03", "", {"Ana", "  Bob\t", "Speaker 2", "   "}));
+    root.write("a.md", transcript("2026-10-01", "", {"Speaker 12", "Ana "}, "Oldest"));
+    root.write("b.md", transcript("2026-10-02", "", {"Bob", "alice", "Ana", "Ana"}, "Middle"));
+    root.write("c.md", transcript("2026-10-03", "", {"Ana", "  Bob\t", "Speaker 2", "   "}, "Newest"));
     using Row = MeetingStore::ParticipantSummary;
-    EXPECT_EQ(MeetingStore{root.path()}.participants(), (std::vector<Row>{
-                                                            {"Ana", 4, "2026-10-03", "Newest", false},
-                                                            {"Bob", 2, "2026-10-03", "Newest", false},
-                                                            {"Speaker", 1, "2026-10-01", "Oldest", false},
-                                                            {"Speaker 12", 1, "2026-10-01", "Oldest", true},
-                                                            {"Speaker 2", 1, "2026-10-03", "Newest", true},
-                                                            {"Speaker 3b", 1, "2026-10-01", "Oldest", false},
-                                                            {"alice", 1, "2026-10-02", "Middle", false},
-                                                            {"speaker 3", 1, "2026-10-01", "Oldest", false},
-                                                        }));
-}
-
-TEST(MeetingStoreParticipants, EmptyFolderAndMissingFolder) {
-    test::TempFolder root;
-    EXPECT_TRUE(MeetingStore{root.path()}.participants().empty());
-    EXPECT_EQ(errorOf([&] { MeetingStore{root / "gone"}.participants(); }),
-              Error::folderMissing(root / "gone"));
-}
-
-TEST(MeetingStoreParticipants, GenericLabelIsSpeakerThenNumericCharacters) {
+    EXPECT_EQ(MeetingStore{root.path()}.participants(),
+              (std::vector<Row>{{"Ana", 4, "2026-10-03", "Newest", false},
+                                {"Bob", 2, "2026-10-03", "Newest", false},
+                                {"Speaker 12", 1, "2026-10-01", "Oldest", true},
+                                {"Speaker 2", 1, "2026-10-03", "Newest", true},
+                                {"alice", 1, "2026-10-02", "Middle", false}}));
     for (const char* generic : {"Speaker 1", "Speaker 007", "Speaker ٣", "Speaker Ⅻ"})
         EXPECT_TRUE(MeetingStore::isGenericSpeakerLabel(generic)) << generic;
-    for (const char* person : {"Speaker", "Speaker ", "Speaker A", "speaker 3", "Speaker  3", "Speaker 3 ",
-                               "Speaker -1", "Speakers 3", "SPEAKER 3"})
+    for (const char* person : {"Speaker", "Speaker ", "Speaker A", "speaker 3", "Speaker 3b", "Speaker  3",
+                               "Speaker 3 ", "Speaker -1", "Speakers 3", "SPEAKER 3"})
         EXPECT_FALSE(MeetingStore::isGenericSpeakerLabel(person)) << person;
 }
 
+/// The scan written as plainly as possible (list, filter, read, check, parse, sort, one file at a
+/// time): the reference the store's fast paths are held to.
+Meetings sequentialScan(const std::string& folder) {
+    Meetings meetings;
+    auto listed = platform::listFilesRecursively(folder);
+    for (const auto& path : listed.value()) {
+        std::string name = path.substr(path.rfind('/') + 1);
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](unsigned char c) { return std::tolower(c); });
+        auto text = platform::readFile(path);
+        if (name.size() <= 3 || !name.ends_with(".md") || SkillsFolder::holds(path, "Memory") || !text ||
+            !UTF8::isValid(*text) || !ZelmorTranscriptMarker::declares(*text))
+            continue;
+        if (auto doc = MarkdownTranscriptParser::parse(*text))
+            meetings.push_back({platform::standardizePath(path), std::move(*doc)});
+    }
+    std::sort(meetings.begin(), meetings.end(), [](const auto& a, const auto& b) {
+        const std::string& keyA = a.doc.startedAt.empty() ? a.doc.date : a.doc.startedAt;
+        const std::string& keyB = b.doc.startedAt.empty() ? b.doc.date : b.doc.startedAt;
+        return keyA != keyB ? keyA > keyB : a.path > b.path;
+    });
+    return meetings;
+}
+
+/// The documents as a listing shows them: the frontmatter only.
+Meetings withoutBodies(Meetings meetings) {
+    for (auto& meeting : meetings) {
+        TranscriptDocument& doc = meeting.doc;
+        doc.notes = doc.summary = doc.meetingNotes = doc.actionItems = doc.keyMoments = "";
+        doc.turns.clear();
+    }
+    return meetings;
+}
+
+/// search_meetings as the obvious loop: every meeting parsed whole, scope, match, order, page.
+MeetingStore::SearchResult plainSearch(const Meetings& all, const MeetingStore::SearchFilters& filters) {
+    auto terms = RankedTranscriptSearch::terms(filters.query);
+    MeetingStore::SearchResult result{0, std::max(filters.offset, 0LL), {}};
+    if (filters.query && !filters.query->empty() && terms.empty()) return result;
+    AnswerScope scope;
+    scope.dateFrom = filters.dateFrom;
+    scope.dateTo = filters.dateTo;
+    scope.participant = filters.participant;
+    std::vector<std::pair<MeetingStore::SearchHit, long long>> found;
+    for (const auto& meeting : all) {
+        if (!scope.admits(meeting.path, meeting.doc)) continue;
+        if (terms.empty())
+            found.push_back({{meeting, 0, {}}, 0});
+        else if (auto match = RankedTranscriptSearch::match(meeting.doc, terms))
+            found.push_back({{meeting, match->matchingTurns, match->snippets}, match->score});
+    }
+    std::string sort = filters.sort.value_or("");
+    std::transform(sort.begin(), sort.end(), sort.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (sort == "relevance")
+        std::stable_sort(found.begin(), found.end(), [](auto& a, auto& b) { return a.second > b.second; });
+    result.total = static_cast<long long>(found.size());
+    long long first = std::min(result.offset, result.total);
+    long long last = std::min(result.total, first + std::clamp(filters.limit, 1LL, 100LL));
+    for (long long at = first; at < last; ++at) result.hits.push_back(found[static_cast<size_t>(at)].first);
+    return result;
+}
+
+std::string file(const std::string& frontmatter,
+                 const std::string& body = "## Transcript\n\n**Ana:** Hi.\n") {
+    return "---\n" + frontmatter + "source: Zelmor\n---\n\n" + body;
+}
+
+/// The generated meetings (all before 2031), then files that probe each rule of the scan (dated
+/// 2031 and later) and of the search.
+const std::string& corpus() {
+    static const TempFolder folder;
+    static const bool written = [] {
+        bench::generateCorpus(
+            folder.path(),
+            {.meetings = 120, .minWords = 60, .maxWords = 600, .nonASCIIShare = 0.3, .crlfShare = 0.25});
+        const std::string sameStart =
+            "title: Same start\ndate: 2031-05-05\nstarted_at: 2031-05-05T10:00:00Z\n"
+            "participants:\n  - \" Ana\"\n  -  Ana \n  - Speaker 12\n";
+        for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
+                 {"invalid-utf8.md", file("title: Caf\xE9\ndate: 2031-05-01\n")},
+                 {"no-marker.md", "---\ntitle: Plain notes\ndate: 2031-05-01\n---\n"},
+                 {"marker-in-body.md", "---\ntitle: Body marker\ndate: 2031-05-02\n---\n\nsource: Zelmor\n"},
+                 {"no-frontmatter.md", "source: Zelmor\n\n**Ana:** hi\n"},
+                 {"crlf.md",
+                  "---\r\ntitle: Windows\r\ndate: 2031-05-03\r\nparticipants:\r\n  - Zoë Martin\r\n"
+                  "source: Zelmor\r\n---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** Hej.\r\n"},
+                 // Equal keys: ordered by path.
+                 {"same-day-a.md", file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\n")},
+                 {"same-day-b.md", file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\n")},
+                 {"same-day-c.MD", file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\n")},
+                 {"same-start-1.md", file(sameStart)},
+                 {"same-start-2.md", file(sameStart)},
+                 {"Memory/Skills/skill.md",
+                  file("title: Zanzibar skill\ndate: 2032-01-01\n", "**Ana:** zeppelin\n")},
+                 {".hidden/secret.md", file("title: Hidden\ndate: 2032-01-01\n")},
+                 {"fallback-close.md",
+                  "---\ntitle: Closed at the end\ndate: 2031-05-06\nsource: Zelmor\n---"},
+                 {"empty.md", ""},
+                 // A phrase over a CRLF line end and over a paragraph break with extra blank lines.
+                 {"crlf-phrase.md",
+                  "---\r\ntitle: Line ends\r\ndate: 2030-02-01\r\nparticipants:\r\n  - Zoë Martin\r\nsource: "
+                  "Zelmor\r\n"
+                  "---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** we ship the\r\nwinter build\r\n\r\n\r\n"
+                  "and then the spring one\r\n"},
+                 // A comment line between two lines of the summary disappears from the parsed text.
+                 {"comment.md",
+                  file("title: Comment\ndate: 2030-02-02\n",
+                       "## Summary\n\nalpha\n<!-- aside -->\nomega\n\n## Transcript\n\n**Ana:** Hi.\n")},
+                 // Terms only in the title and only in a quoted participant, with an escaped quote.
+                 {"title-only.md", file("title: \"Quarterly \\\"Zanzibar\\\" roadmap\"\ndate: 2030-02-03\n"
+                                        "participants:\n  - \"Björn Ødegaard\"\n",
+                                        "## Transcript\n\n**Björn Ødegaard:** Nothing to see.\n")},
+                 // Accents written decomposed and precomposed, a ligature and a sharp s.
+                 {"accents.md",
+                  file("title: Accents\ndate: 2030-02-04\n",
+                       "## Transcript\n\n**Ana:** Cafe\xCC\x81 au lait, re\xCC\x81sume\xCC\x81, "
+                       "e\xEF\xAC\x81nal rounds, Stra\xC3\x9F"
+                       "e.\n\n## Notes\n\nRésumé in notes.\n")}})
+            folder.write("tricky/" + name, text);
+        folder.makeFolder("tricky/folder.md");
+        return true;
+    }();
+    (void)written;
+    return folder.path();
+}
+
+const Meetings& reference() {
+    static const Meetings meetings = sequentialScan(corpus());
+    return meetings;
+}
+
+void expectSameSearch(const MeetingStore::SearchFilters& filters) {
+    auto fast = MeetingStore(corpus()).search(filters);
+    auto plain = plainSearch(reference(), filters);
+    std::string label = "query " + filters.query.value_or("(none)") + " sort " + filters.sort.value_or("") +
+                        " limit " + std::to_string(filters.limit);
+    EXPECT_EQ(fast.total, plain.total) << label;
+    EXPECT_EQ(fast.offset, plain.offset) << label;
+    ASSERT_EQ(fast.hits.size(), plain.hits.size()) << label;
+    for (size_t i = 0; i < fast.hits.size(); ++i) {
+        EXPECT_EQ(fast.hits[i].meeting, withoutBodies({plain.hits[i].meeting})[0]) << label << " hit " << i;
+        EXPECT_EQ(fast.hits[i].matchCount, plain.hits[i].matchCount) << label << " hit " << i;
+        EXPECT_EQ(fast.hits[i].snippets, plain.hits[i].snippets) << label << " hit " << i;
+    }
+}
+
+TEST(StoreEquality, ScansOnAnyNumberOfThreadsAreTheSequentialReading) {
+    // The generated meetings, the four search probes and the eight tricky files that pass.
+    ASSERT_EQ(reference().size(), 132u);
+    MeetingStore store(corpus());
+    for (unsigned workers : {0u, 1u, 3u}) {
+        EXPECT_EQ(store.scan(workers), reference()) << workers;
+        EXPECT_EQ(store.scanHeaders(workers), withoutBodies(reference())) << workers;
+    }
+}
+
+TEST(StoreEquality, CollectRethrowsTheVisitorsFirstFailureOnAnyNumberOfThreads) {
+    for (unsigned workers : {1u, 2u}) {
+        auto refuse = [](MeetingStore::FileVisit& file) -> std::optional<int> {
+            if (file.header.title == "Windows") throw std::runtime_error("refused");
+            return 1;
+        };
+        EXPECT_THROW(MeetingStore(corpus()).collect(refuse, workers), std::runtime_error) << workers;
+    }
+}
+
+TEST(StoreEquality, QueriesFiltersOrdersAndPagesGiveWhatThePlainSearchGives) {
+    // The probes of the tricky files must find them, or their equality would prove nothing.
+    const std::vector<std::string> probes = {
+        "\"the\nwinter\"", "\"alpha\nomega\"", "\"zanzibar\" roadmap", "bjorn", "resume", "final", "strasse"};
+    std::vector<std::string> queries = {
+        "zeppelin customer", "\"pricing page\"", "tomás",          "TOMAS",
+        "the winter",        "build and",        "alpha omega",    "zanzibar",
+        "ødegaard",          "café résumé",      "“pricing page”", "zeppelin nowhereword"};
+    queries.insert(queries.end(),
+                   {"\"build\n\nand then\"", bench::CorpusWords::rare, bench::CorpusWords::frequent});
+    queries.insert(queries.end(), probes.begin(), probes.end());
+    for (const std::string& query : queries) {
+        MeetingStore::SearchFilters filters;
+        filters.query = query;
+        filters.limit = 100;
+        for (const char* sort : {"newest", "Relevance"}) {
+            filters.sort = sort;
+            expectSameSearch(filters);
+        }
+        if (std::find(probes.begin(), probes.end(), query) != probes.end()) {
+            EXPECT_GE(MeetingStore(corpus()).search(filters).total, 1) << query;
+        }
+    }
+    auto make = [](std::optional<std::string> query, std::optional<std::string> participant, long long limit,
+                   long long offset = 0, std::optional<std::string> from = {},
+                   std::optional<std::string> to = {}) {
+        MeetingStore::SearchFilters filters;
+        filters.query = std::move(query);
+        filters.participant = std::move(participant);
+        std::tie(filters.limit, filters.offset, filters.dateFrom, filters.dateTo) =
+            std::tie(limit, offset, from, to);
+        filters.sort = "relevance";
+        return filters;
+    };
+    std::string repeated;
+    for (int i = 0; i < 2000; ++i) repeated += i % 2 ? "PRICING " : "customer ";
+    const std::string frequent = bench::CorpusWords::frequent;
+    // Pages clamped to 1 to 100 meetings, filters, repeated terms, a name that folds to nothing, and
+    // one no one has, too long to compare at leisure.
+    for (const auto& filters : std::vector<MeetingStore::SearchFilters>{
+             make(frequent, {}, 500), make(frequent, {}, 0), make({}, {}, 100), make({}, "tomas", 100),
+             make(repeated, "TOMAS", 100), make(frequent, "tomas", 5, 3, "2026-01-01", "2030-12-31"),
+             make(frequent, {}, 5, 10'000), make(frequent, "\xCC\x81", 20)})
+        expectSameSearch(filters);
+    EXPECT_EQ(MeetingStore(corpus()).search(make(frequent, std::string(2 << 20, 'x'), 20)).total, 0);
+}
+
 } // namespace
-} // namespace zelmor
+} // namespace zelmor::test

@@ -69,35 +69,16 @@ async function session(version, expectedVersion) {
   assert.deepEqual(tools.map((t) => t.name), ["search_meetings", "read_meeting", "list_participants"]);
   assert.equal(tools[0].annotations.readOnlyHint, true);
 
+  // The replies' bytes are checked by the protocol case files; here, that the SDK takes them.
   const search = await client.callTool({ name: "search_meetings", arguments: { query: "pricing", sort: "relevance" } });
-  assert.equal(search.isError, false);
-  assert.equal(search.structuredContent.total, 2);
-  assert.equal(search.structuredContent.sort, "relevance");
   assert.deepEqual(JSON.parse(search.content[0].text), search.structuredContent);
-  // The title match outranks the single matching turn.
-  const [first, second] = search.structuredContent.meetings;
-  assert.equal(first.title, "Pricing review");
-  assert.equal(first.match_count, 0);
-  assert.equal(first.snippets, undefined);
-  assert.deepEqual(second.snippets, ["**Wenna Okafor:** The backend candidate did well on the pricing exercise."]);
-
-  const read = await client.callTool({ name: "read_meeting", arguments: { path: first.path } });
-  assert.equal(read.isError, false);
-  assert.equal(read.content[0].text, readFileSync(first.path, "utf8"));
-  assert.equal(read.structuredContent, undefined);
-
+  assert.deepEqual(search.structuredContent.meetings.map((m) => m.title), ["Pricing review", "Hiring sync"]);
+  const read = await client.callTool({ name: "read_meeting", arguments: { path: search.structuredContent.meetings[0].path } });
+  assert.equal(read.content[0].text, readFileSync(join(folder, "pricing.md"), "utf8"));
   const refused = await client.callTool({ name: "read_meeting", arguments: { path: join(root, "outside.md") } });
   assert.equal(refused.isError, true);
-  assert.match(refused.content[0].text, /^Refused: .* is outside the transcript folder\./);
-
-  const missing = await client.callTool({ name: "read_meeting", arguments: {} });
-  assert.equal(missing.isError, true);
-
   const people = await client.callTool({ name: "list_participants", arguments: {} });
   assert.equal(people.structuredContent.total, 3);
-  assert.equal(people.structuredContent.participants[0].name, "Me");
-  assert.equal(people.structuredContent.participants[0].meeting_count, 2);
-
   await assert.rejects(client.callTool({ name: "delete_everything", arguments: {} }), /Unknown tool: delete_everything/);
   await client.ping();
   await client.close();
@@ -116,41 +97,29 @@ async function askSession() {
   assert.deepEqual(tools.map((t) => t.name), ["search_meetings", "read_meeting", "list_participants", "ask_meetings"]);
   assert.deepEqual(tools[3].inputSchema.required, ["question"]);
   const asked = await client.callTool({ name: "ask_meetings", arguments: { question: "What did we decide about the starter plan price?" } });
-  assert.equal(asked.isError, false);
   assert.deepEqual(JSON.parse(asked.content[0].text), asked.structuredContent);
-  const best = asked.structuredContent.meetings[0];
-  assert.equal(best.title, "Pricing review");
-  assert.deepEqual(best.matched_keywords, ["starter", "plan", "price"]);
-  assert.match(best.snippets[0], /^\*\*Ana Ruiz:\*\* We should raise the starter plan price/);
+  assert.equal(asked.structuredContent.meetings[0].title, "Pricing review");
   await client.close();
 }
 
 let failures = 0;
-const cases = [["2024-11-05", "2024-11-05"], ["2025-03-26", "2025-03-26"], ["2025-06-18", "2025-06-18"],
-               ["2025-11-25", "2025-06-18"]];
-for (const [asked, answered] of cases) {
+async function check(name, run) {
   try {
-    await session(asked, answered);
-    console.log(`ok - session with protocol ${asked}`);
+    await run();
+    console.log(`ok - ${name}`);
   } catch (error) {
     failures++;
-    console.log(`not ok - session with protocol ${asked}: ${error.stack ?? error}`);
+    console.log(`not ok - ${name}: ${error.stack ?? error}`);
   }
 }
-try {
-  await askSession();
-  console.log("ok - session with ask_meetings");
-} catch (error) {
-  failures++;
-  console.log(`not ok - session with ask_meetings: ${error.stack ?? error}`);
-}
-const feed = join(home, "Library/Application Support/Zelmor/agent-activity-log.jsonl");
-if (!existsSync(feed) || !readFileSync(feed, "utf8").includes('"client":"sdk-test"')) {
-  failures++;
-  console.log("not ok - activity feed names the SDK client");
-} else {
-  console.log("ok - activity feed names the SDK client");
-}
+const versions = [["2024-11-05", "2024-11-05"], ["2025-03-26", "2025-03-26"], ["2025-06-18", "2025-06-18"],
+                  ["2025-11-25", "2025-06-18"]];
+for (const [asked, answered] of versions) await check(`session with protocol ${asked}`, () => session(asked, answered));
+await check("session with ask_meetings", askSession);
+await check("activity feed names the SDK client", () => {
+  const feed = join(home, "Library/Application Support/Zelmor/agent-activity-log.jsonl");
+  assert.ok(existsSync(feed) && readFileSync(feed, "utf8").includes('"client":"sdk-test"'));
+});
 rmSync(root, { recursive: true, force: true });
-console.log(`${cases.length + 2 - failures} passed, ${failures} failed`);
+console.log(`${versions.length + 2 - failures} passed, ${failures} failed`);
 process.exit(failures === 0 ? 0 : 1);
