@@ -69,10 +69,6 @@ TEST(AnswerRanking, FrequencySaturatesAndTitleAndParticipantHitsCountMore) {
     EXPECT_DOUBLE_EQ(hits[1].relevance, 1.5);
     EXPECT_DOUBLE_EQ(hits[2].relevance, 4.0 / 3);
     EXPECT_DOUBLE_EQ(hits[3].relevance, 1.0);
-    EXPECT_EQ(hits[0].match.matchingTurns, 2);
-    EXPECT_EQ(hits[1].match.score, 3);
-    EXPECT_EQ(hits[2].match.score, 2);
-    EXPECT_TRUE(hits[1].match.snippets.empty());
     // With K = 0 every matched keyword contributes its weight, whatever the frequency.
     EXPECT_DOUBLE_EQ(answerRank(items, "budget", plain(0))[0].relevance, 1);
 }
@@ -103,8 +99,7 @@ TEST(AnswerRanking, AgeDecaysByHalfLivesAndTiesGoToTheNewerMeeting) {
     EXPECT_DOUBLE_EQ(recencyFactor("not a day", now, 7.0), 1);
     EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", now, std::nullopt), 1);
     EXPECT_DOUBLE_EQ(recencyFactor("2026-11-08", now, 0.0), 1);
-    EXPECT_FALSE(utcMidnight("2026-02-30"));
-    EXPECT_FALSE(utcMidnight("2026-2-3"));
+    for (const char* bad : {"2026-02-30", "2026-2-3"}) EXPECT_FALSE(utcMidnight(bad)) << bad;
     Items items{{"old", meeting({{"Ana", "budget"}}, "2026-10-01")},
                 {"new", meeting({{"Ana", "budget"}})},
                 {"same", meeting({{"Bo", "budget"}})}};

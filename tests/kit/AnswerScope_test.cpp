@@ -55,8 +55,7 @@ TEST(AnswerScopeTest, EachRestrictionAdmitsOnlyItsMeetings) {
         {AnswerScope{.meetingIDs = IDs{"/m/a.md", "/m/b.md"}}, "/m/b.md", meeting(""), true},
         {AnswerScope{.meetingIDs = IDs{"/m/a.md", "/m/b.md"}}, "/m/B.md", meeting(""), false},
         {AnswerScope{.folder = "acme"}, "/beta/a.md", meeting(""), false},
-        {AnswerScope{.folder = "acme"}, "/Acme/a.md", meeting(""), true},
-    };
+        {AnswerScope{.folder = "acme"}, "/Acme/a.md", meeting(""), true}};
     for (const auto& [scope, id, document, admitted] : cases)
         EXPECT_EQ(scope.admits(id, document), admitted) << json(scope).dump() << " " << id;
 }
@@ -83,8 +82,7 @@ TEST(AnswerScopeTest, ApplyKeepsCallerOrderAndCutsLastNAfterFiltering) {
     };
     EXPECT_EQ(ids(AnswerScope::all()), (Strings{"c", "x", "b", "a"}));
     EXPECT_EQ(ids(AnswerScope{.dateFrom = "2024-01-01", .lastN = 2}), (Strings{"c", "b"}));
-    EXPECT_TRUE(ids(AnswerScope{.lastN = 0}).empty());
-    EXPECT_TRUE(ids(AnswerScope{.lastN = -3}).empty());
+    for (int none : {0, -3}) EXPECT_TRUE(ids(AnswerScope{.lastN = none}).empty()) << none;
 }
 
 TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestrictionAndDropsEmptyStrings) {
@@ -94,9 +92,9 @@ TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestrictionAndDropsEmptyStrin
                        IDs{"b", "c", "d"}, SpeakerFilter{"", 1}, "clients"};
     EXPECT_EQ(mine.merging(theirs), (AnswerScope{"2024-02-01", "2024-06-30", 5, "Ann", IDs{"b", "c"},
                                                  SpeakerFilter{"Dana", 3}, "clients"}));
-    AnswerScope named{.participant = "Bo", .speaker = SpeakerFilter{"Eve", 1}};
-    EXPECT_EQ(mine.merging(named).participant, "Bo");
-    EXPECT_EQ(mine.merging(named).speaker, (SpeakerFilter{"Eve", 3}));
+    EXPECT_EQ(mine.merging({.participant = "Bo", .speaker = SpeakerFilter{"Eve", 1}}),
+              (AnswerScope{"2024-01-01", "2024-06-30", 5, "Bo", IDs{"a", "b", "c"}, SpeakerFilter{"Eve", 3},
+                           "work"}));
     AnswerScope given{"", "2024-05-01", {}, "", {}, SpeakerFilter{"Me", 0}, "f"};
     AnswerScope expected{{}, "2024-05-01", {}, {}, {}, SpeakerFilter{"Me", 0}, "f"};
     EXPECT_EQ(AnswerScope::all().merging(given), expected);

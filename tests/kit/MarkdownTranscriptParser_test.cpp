@@ -99,9 +99,9 @@ TEST(MarkdownTranscriptParser, DurationIsAWholeSignedIntegerInASCIIDigits) {
     };
     for (const char* zero : {"42.5", "", "1 5", "0x10", "٤٢", "99999999999999999999"})
         EXPECT_EQ(minutes(zero), 0) << zero;
-    EXPECT_EQ(minutes("+7"), 7);
-    EXPECT_EQ(minutes("\t -3 \t"), -3);
-    EXPECT_EQ(minutes("-9223372036854775808"), INT64_MIN);
+    for (auto [value, read] :
+         {std::pair<const char*, int64_t>{"+7", 7}, {"\t -3 \t", -3}, {"-9223372036854775808", INT64_MIN}})
+        EXPECT_EQ(minutes(value), read) << value;
 }
 
 TEST(MarkdownTranscriptParser, PendingOffsetReadsOnlyDecimalNotationAndPrivateOnlyTrueYesOrOne) {
@@ -109,17 +109,14 @@ TEST(MarkdownTranscriptParser, PendingOffsetReadsOnlyDecimalNotationAndPrivateOn
     const std::pair<const char*, double> readable[] = {{"0", 0},      {"-1.5e2", -150}, {"1e3", 1000},
                                                        {"1E+2", 100}, {".5", 0.5},      {"5.", 5},
                                                        {"+2", 2},     {"2.5e-1", 0.25}};
-    for (const auto& [value, seconds] : readable) {
-        D doc = withFrontmatter(std::string("pending_offset: ") + value);
-        EXPECT_EQ(doc.pendingOffsetSeconds, seconds) << value;
-        EXPECT_TRUE(doc.hasPendingOffset) << value;
-    }
+    auto offset = [](const std::string& value) {
+        D doc = withFrontmatter("pending_offset: " + value);
+        return std::pair(doc.pendingOffsetSeconds, doc.hasPendingOffset);
+    };
+    for (const auto& [value, seconds] : readable) EXPECT_EQ(offset(value), std::pair(seconds, true)) << value;
     for (const char* bad : {"soon", "12.5s", "", "\r4", "0x10", "0x1p3", "inf", "-inf", "infinity", "nan",
-                            "NAN", ".", "-", "e5", "1e", "1e+", "1.2.3", "1 000", "\u0664\u0662"}) {
-        D doc = withFrontmatter(std::string("pending_offset: ") + bad);
-        EXPECT_EQ(doc.pendingOffsetSeconds, 0) << bad;
-        EXPECT_FALSE(doc.hasPendingOffset) << bad;
-    }
+                            "NAN", ".", "-", "e5", "1e", "1e+", "1.2.3", "1 000", "\u0664\u0662"})
+        EXPECT_EQ(offset(bad), std::pair(0.0, false)) << bad;
     for (const char* yes : {"true", "YES", "\"1\"", "True", "\"yes\""})
         EXPECT_TRUE(withFrontmatter(std::string("private: ") + yes).isPrivate) << yes;
     for (const char* no : {"on", "false", "", "2", "yes please"})

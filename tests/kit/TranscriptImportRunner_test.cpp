@@ -146,8 +146,7 @@ TEST(ImportOutcomeText, OneLinePerOutcome) {
         {{"/s/e.json", ImportedMany{{"/t/e (1 of 2).md", "/t/e (2 of 2).md"}, Format::fathomJSON, 7}},
          "/s/e.json \u2192 2 meetings: /t/e (1 of 2).md, /t/e (2 of 2).md (fathom, 7 turns)"},
         {{"/s/call.vtt", AlreadyImported{"/t/call.md"}}, "/s/call.vtt: already imported as /t/call.md"},
-        {{"/s/x.md", AlreadyZelmor{}}, "/s/x.md: skipped, already a Zelmor transcript"},
-    };
+        {{"/s/x.md", AlreadyZelmor{}}, "/s/x.md: skipped, already a Zelmor transcript"}};
     for (const auto& [outcome, line] : cases) EXPECT_EQ(describe(outcome), line);
 }
 

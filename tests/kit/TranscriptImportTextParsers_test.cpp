@@ -33,8 +33,7 @@ TEST(CueParser, Snippets) {
         // Only a bare WEBVTT line leaves its block; the rest of it is read like any cue.
         {"WEBVTT\nKind: captions\nLanguage: en\n\n" + cue + "Hi\n", {{"Kind", "captions en Hi"}}},
         {"WEBVTT\nNOTE made by hand\n\n" + cue + "Hi\n", {{"Speaker 1", "Hi"}}},
-        {"WEBVTT - Standup\n\n" + cue + "Hi\n", {{"Speaker 1", "WEBVTT - Standup Hi"}}},
-    };
+        {"WEBVTT - Standup\n\n" + cue + "Hi\n", {{"Speaker 1", "WEBVTT - Standup Hi"}}}};
     for (const auto& [text, turns] : cases) EXPECT_EQ(parseCueBased(text), turns) << text;
 }
 
@@ -63,13 +62,13 @@ TEST(SpeakerNames, SectionWordsPlausibleAndNameShapedLabels) {
     // Length counts characters, not bytes: "e" plus a combining acute is one.
     std::string accented, combining;
     for (int i = 0; i < 48; ++i) accented += "é", combining += "e\xCC\x81";
-    for (std::string name : {std::string("Ana"), std::string("Speaker 2"), std::string("Mary Ann de Vries"),
-                             std::string("Zoë Ødegaard"), std::string("山田 太郎"),
-                             std::string("lowercase is fine"), std::string(48, 'a'), accented, combining})
+    for (const std::string& name :
+         std::vector<std::string>{"Ana", "Speaker 2", "Mary Ann de Vries", "Zoë Ødegaard", "山田 太郎",
+                                  "lowercase is fine", std::string(48, 'a'), accented, combining})
         EXPECT_TRUE(isPlausibleName(name)) << name;
-    for (std::string name :
-         {std::string(""), std::string("One Two Three Four Five"), std::string("Ana  Lopez"),
-          std::string("ana@example.com"), std::string("1234"), std::string(49, 'a'), combining + "e"})
+    for (const std::string& name :
+         std::vector<std::string>{"", "One Two Three Four Five", "Ana  Lopez", "ana@example.com", "1234",
+                                  std::string(49, 'a'), combining + "e"})
         EXPECT_FALSE(isPlausibleName(name)) << name;
     for (char c : std::string(".!?,;\"'()[]{}<>/\\|@"))
         EXPECT_FALSE(isPlausibleName(std::string("Ana") + c + "B")) << c;
@@ -91,8 +90,7 @@ TEST(SpeakerNames, NormalisingAndStrippingMarkup) {
         {"<a<b>c<d", "c<d"},
         // A run of "<" with no ">" after it, and one with a ">" at its very end, in linear time.
         {std::string(200000, '<'), std::string(200000, '<')},
-        {"a" + std::string(200000, '<') + ">b", "ab"},
-    };
+        {"a" + std::string(200000, '<') + ">b", "ab"}};
     for (const auto& [text, stripped] : tags) EXPECT_EQ(stripTags(text), stripped) << text.substr(0, 20);
     EXPECT_EQ(stripBullet("> - * Ana said so"), "Ana said so");
     EXPECT_EQ(stripBullet("\u2022 item"), "item");
@@ -127,8 +125,7 @@ TEST(SpeakerLines, EachReaderTakesItsOwnShapeAndRefusesTheRest) {
         {exportSpeechLine, "Ana 10:15:30 am: <b>late</b> start", SpeakerLine{"Ana", "late start"}},
         {exportSpeechLine, "* **Dana:** on it", SpeakerLine{"Dana", "on it"}},
         {exportSpeechLine, "ana: hi", none},
-        {exportSpeechLine, "Summary: all good", none},
-    };
+        {exportSpeechLine, "Summary: all good", none}};
     for (const auto& [read, line, expected] : cases) EXPECT_EQ(read(line), expected) << line;
 }
 

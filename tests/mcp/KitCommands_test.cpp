@@ -384,38 +384,30 @@ TEST_F(DoctorCommandTest, MissingFolderIsAProblemWhoseRemedyFollowsWhereThePathC
 
 TEST_F(DoctorCommandTest, ActivityFilesThatCannotBeWrittenAreProblems) {
     home.makeFolder("Documents/Zelmor");
-    const std::string heading = "Activity files: " + support + "\n  problem  ";
+    auto expectProblems = [&](const std::string& result, const std::string& tail) {
+        EXPECT_TRUE(result.starts_with("1\n") &&
+                    result.ends_with("Activity files: " + support + "\n  problem  " + tail))
+            << result;
+    };
     home.write("Library/Application Support/Zelmor", "not a folder");
-    std::string file = doctor();
-    EXPECT_TRUE(file.starts_with("1\n") && file.ends_with(heading + "this is a file, not a folder\n" +
-                                                          unrecorded + "\n1 problem found.\n"))
-        << file;
-
+    expectProblems(doctor(), "this is a file, not a folder\n" + unrecorded + "\n1 problem found.\n");
     std::filesystem::remove(support);
     home.write("Library/Application Support/Zelmor/agent-activity-log.jsonl", "");
     home.makeFolder("Library/Application Support/Zelmor/agent-activity.json");
-    std::string folder = doctor();
-    EXPECT_TRUE(folder.starts_with("1\n") &&
-                folder.ends_with(
-                    heading + "agent-activity.json is a folder, not a file\n             Remove " + support +
-                    "/agent-activity.json so that the server can write the file there.\n"
-                    "  ok       agent-activity-log.jsonl can be written\n\n1 problem found.\n"))
-        << folder;
-
+    expectProblems(doctor(), "agent-activity.json is a folder, not a file\n             Remove " + support +
+                                 "/agent-activity.json so that the server can write the file there.\n"
+                                 "  ok       agent-activity-log.jsonl can be written\n\n1 problem found.\n");
     // A folder that refuses new files; permissions bind only a user other than the super-user.
     std::filesystem::remove_all(support);
     for (const char* name : {"Library", "Library/Application Support", "Documents", "Documents/Zelmor"})
         ASSERT_EQ(::chmod(home.makeFolder(name).c_str(), 0755), 0);
     home.write("Library/Application Support/Zelmor/agent-activity.json", "{}");
     ASSERT_EQ(::chmod(support.c_str(), 0555), 0);
-    std::string readOnly = doctor({}, true);
-    EXPECT_TRUE(readOnly.starts_with("1\n") &&
-                readOnly.ends_with(
-                    heading + "agent-activity.json cannot be written: the folder refuses new files\n" +
-                    unrecorded +
-                    "  problem  agent-activity-log.jsonl cannot be written: the folder refuses new files\n" +
-                    unrecorded + "\n2 problems found.\n"))
-        << readOnly;
+    expectProblems(
+        doctor({}, true),
+        "agent-activity.json cannot be written: the folder refuses new files\n" + unrecorded +
+            "  problem  agent-activity-log.jsonl cannot be written: the folder refuses new files\n" +
+            unrecorded + "\n2 problems found.\n");
 }
 
 } // namespace

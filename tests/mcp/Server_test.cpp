@@ -287,10 +287,11 @@ TEST(CommandLine, FolderAndMemoryNameComeFromTheSettingsReadAfreshOnEveryCallUnl
     const std::string byDefault = home / "Documents/Zelmor";
     auto expectFolders = [&](const TranscriptFolderResolver& resolver, const std::string& folder,
                              const std::string& memory, const std::string& label) {
-        EXPECT_EQ(resolver.resolve(), folder) << label;
-        EXPECT_EQ(resolver.memoryFolderName(), memory) << label;
-        EXPECT_EQ(resolver.folders().transcripts, folder) << label;
-        EXPECT_EQ(resolver.folders().memoryFolderName, memory) << label;
+        auto folders = resolver.folders();
+        EXPECT_EQ(std::make_tuple(resolver.resolve(), resolver.memoryFolderName(), folders.transcripts,
+                                  folders.memoryFolderName),
+                  std::make_tuple(folder, memory, folder, memory))
+            << label;
     };
     TranscriptFolderResolver resolver{home.path(), std::nullopt};
     expectFolders(resolver, byDefault, "Memory", "no settings file");
@@ -317,14 +318,13 @@ TEST(CommandLine, FolderAndMemoryNameComeFromTheSettingsReadAfreshOnEveryCallUnl
 }
 
 TEST(CommandLine, AttributionFromEnvironment) {
-    using A = ToolExecutor::ActivityAttribution;
-    EXPECT_EQ(ToolExecutor::attribution({}), A::user);
+    EXPECT_EQ(ToolExecutor::attribution({}), Attribution::user);
     EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_CONNECT_PROBE", "1"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
-              A::probe);
+              Attribution::probe);
     EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_CONNECT_PROBE", "true"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
-              A::zelmorTriggered);
-    EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_TRIGGERED_RUN", "yes"}}), A::user);
-    EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_TRIGGERED_RUN", ""}}), A::user);
+              Attribution::zelmorTriggered);
+    for (const char* value : {"yes", ""})
+        EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_TRIGGERED_RUN", value}}), Attribution::user) << value;
 }
 
 const std::string parseError =

@@ -21,6 +21,7 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace zelmor::test {
 namespace {
@@ -72,32 +73,22 @@ TEST_P(ProtocolFile, RepliesMatchByteForByte) {
     int expectedExit = 0;
     bool finalNewline = true;
 
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        std::string line = text.substr(start, end - start);
-        start = end + 1;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
         auto directive = [&](const std::string& name) -> std::optional<std::string> {
-            std::string prefix = "#! " + name;
-            if (line.rfind(prefix, 0) != 0) return std::nullopt;
-            std::string rest = line.substr(prefix.size());
-            if (!rest.empty() && rest[0] == ':') rest.erase(0, 1);
-            if (!rest.empty() && rest[0] == ' ') rest.erase(0, 1);
+            if (!line.starts_with("#! " + name)) return std::nullopt;
+            std::string rest = line.substr(3 + name.size());
+            if (rest.starts_with(":")) rest.erase(0, 1);
+            if (rest.starts_with(" ")) rest.erase(0, 1);
             return substituted(rest, home.path());
         };
-        if (line.rfind("> ", 0) == 0 || line == ">") {
-            options.input += substituted(line.size() > 2 ? line.substr(2) : "", home.path()) + "\n";
-        } else if (line.rfind("< ", 0) == 0) {
+        if (line.starts_with("> ") || line == ">") {
+            options.input += substituted(line.substr(std::min<size_t>(2, line.size())), home.path()) + "\n";
+        } else if (line.starts_with("< ")) {
             expected += substituted(line.substr(2), home.path(), Context::expected) + "\n";
         } else if (auto args = directive("args")) {
-            size_t at = 0;
-            while (at <= args->size()) {
-                size_t space = args->find(' ', at);
-                if (space == std::string::npos) space = args->size();
-                options.arguments.push_back(args->substr(at, space - at));
-                at = space + 1;
-            }
+            std::istringstream words(*args);
+            for (std::string word; std::getline(words, word, ' ');) options.arguments.push_back(word);
         } else if (auto env = directive("env")) {
             size_t equals = env->find('=');
             (*options.environment)[env->substr(0, equals)] = env->substr(equals + 1);
@@ -107,7 +98,7 @@ TEST_P(ProtocolFile, RepliesMatchByteForByte) {
             stderrNeedles.push_back(*needle);
         } else if (directive("no-final-newline")) {
             finalNewline = false;
-        } else if (line.rfind("#!", 0) == 0 || (!line.empty() && line[0] != '#')) {
+        } else if (line.starts_with("#!") || (!line.empty() && line[0] != '#')) {
             // A misspelt directive or a line without its "> " would otherwise test nothing.
             ADD_FAILURE() << "a line the runner does not know: " << line;
         }
