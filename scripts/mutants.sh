@@ -68,7 +68,7 @@ if ((!list)); then
 fi
 
 exec python3 - "$root" "$sample" "$seed" "$list" "${trees[@]}" <<'PYTHON'
-import os, platform, queue, random, re, subprocess, sys, time
+import os, platform, queue, random, re, signal, subprocess, sys, time
 from concurrent.futures import ThreadPoolExecutor
 
 root, sample, seed, list_only, trees = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4] == "1", sys.argv[5:]
@@ -197,14 +197,23 @@ def judge(m):
             verdict = "killed (build)"
         else:
             for test in tests:
+                # In a session of its own, so that the servers a hung test started go with it.
+                run = subprocess.Popen([os.path.join(build, "tests", test), "--gtest_brief=1"],
+                                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                       cwd=os.path.join(build, "tests"), start_new_session=True)
                 try:
-                    run = subprocess.run([os.path.join(build, "tests", test), "--gtest_brief=1"],
-                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                         timeout=test_limit, cwd=os.path.join(build, "tests"))
+                    status = run.wait(timeout=test_limit)
                 except subprocess.TimeoutExpired:
+                    status = None
+                try:
+                    os.killpg(run.pid, signal.SIGKILL)
+                except ProcessLookupError:
+                    pass
+                run.wait()
+                if status is None:
                     verdict = f"killed (limit, {test})"
                     break
-                if run.returncode != 0:
+                if status != 0:
                     verdict = f"killed ({test})"
                     break
     finally:

@@ -1,6 +1,10 @@
 // Medians rather than means: the machine is shared, and one slow run should not move a figure.
 #include "bench/driver/BenchTiming.h"
 
+#include "ZelmorMarkdownKit/text/Workers.h"
+#include "platform/FileSystem.h"
+#include "platform/FolderListing.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -22,7 +26,7 @@ double median(std::vector<double> values) {
     return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
-double timeRipgrep(const std::string& word, const std::string& folder, int runs) {
+double timeRipgrep(const std::string& word, const std::string& folder, int runs, bool counting) {
     std::vector<double> times;
     for (int i = 0; i < runs; ++i) {
         auto start = Clock::now();
@@ -31,7 +35,7 @@ double timeRipgrep(const std::string& word, const std::string& folder, int runs)
             int devnull = ::open("/dev/null", O_WRONLY);
             ::dup2(devnull, 1);
             ::dup2(devnull, 2);
-            ::execlp("rg", "rg", "-i", "-F", "-l", word.c_str(), folder.c_str(), nullptr);
+            ::execlp("rg", "rg", "-i", "-F", counting ? "-c" : "-l", word.c_str(), folder.c_str(), nullptr);
             ::_exit(127);
         }
         int status = 0;
@@ -40,6 +44,21 @@ double timeRipgrep(const std::string& word, const std::string& folder, int runs)
             std::fprintf(stderr, "ripgrep failed (is the ripgrep package installed?)\n");
             std::exit(1);
         }
+        times.push_back(millisecondsSince(start));
+    }
+    return median(times);
+}
+
+double timeReadingEveryFile(const std::string& folder, int runs) {
+    std::vector<double> times;
+    for (int i = 0; i < runs; ++i) {
+        auto start = Clock::now();
+        auto files = platform::listFilesRecursively(folder).value_or(std::vector<std::string>{});
+        unsigned workers = Workers::count(0, files.size());
+        std::vector<std::string> buffers(workers);
+        Workers::forEachIndex(files.size(), workers, [&](size_t index, unsigned worker) {
+            platform::readFileInto(files[index], buffers[worker]);
+        });
         times.push_back(millisecondsSince(start));
     }
     return median(times);
