@@ -75,7 +75,7 @@ std::vector<std::string> MeetingStore::candidateFiles() const {
 
 std::vector<size_t> MeetingStore::visitFiles(const std::vector<std::string>& files,
                                              const std::function<bool(size_t, FileVisit&)>& visit,
-                                             unsigned workers) const {
+                                             const RawTest& mayYield, unsigned workers) const {
     std::vector<std::optional<OrderKey>> keys(files.size());
     std::atomic<bool> failed{false};
     std::mutex failureLock;
@@ -95,6 +95,7 @@ std::vector<size_t> MeetingStore::visitFiles(const std::vector<std::string>& fil
             auto length = platform::readFileInto(files[i], buffer, FileLimits::transcriptBytes);
             if (!length) return;
             text = std::string_view(buffer.data(), *length);
+            if (mayYield && !mayYield(text)) return;
             if (!UTF8::isValid(text) || !ZelmorTranscriptMarker::declares(text)) return;
             header = MarkdownTranscriptParser::parseFrontmatter(text);
             if (!header) return;

@@ -144,6 +144,14 @@ struct MeetingStore {
     /// the scan and is rethrown here. Throws `folderMissing` as `scan()`.
     template <typename Visitor> auto collect(Visitor&& visit, unsigned workers = 0) const;
 
+    /// A test on a file's bytes as read, before they are checked as UTF-8 or parsed: false
+    /// leaves the file out. Only for what no transcript that passes the checks could fail.
+    using RawTest = std::function<bool(std::string_view raw)>;
+
+    /// As `collect(visit, workers)`, with files that fail `mayYield` left out unchecked.
+    template <typename Visitor>
+    auto collect(Visitor&& visit, const RawTest& mayYield, unsigned workers = 0) const;
+
     /// The file to read for a path an agent sent: standardised, links resolved, inside the folder,
     /// ending in ".md", outside the skills folder. Throws `outsideFolder`, `notMarkdown` or
     /// `skillFile`, checked in that order.
@@ -189,10 +197,15 @@ private:
     /// indexes of those it kept (it answered true), in scan order.
     std::vector<size_t> visitFiles(const std::vector<std::string>& files,
                                    const std::function<bool(size_t, FileVisit&)>& visit,
-                                   unsigned workers) const;
+                                   const RawTest& mayYield, unsigned workers) const;
 };
 
 template <typename Visitor> auto MeetingStore::collect(Visitor&& visit, unsigned workers) const {
+    return collect(std::forward<Visitor>(visit), RawTest{}, workers);
+}
+
+template <typename Visitor>
+auto MeetingStore::collect(Visitor&& visit, const RawTest& mayYield, unsigned workers) const {
     using Result = typename std::invoke_result_t<Visitor&, FileVisit&>::value_type;
     std::vector<std::string> files = candidateFiles();
     // One slot per file, each written by the one thread that visits that file.
@@ -203,7 +216,7 @@ template <typename Visitor> auto MeetingStore::collect(Visitor&& visit, unsigned
             slots[index] = visit(file);
             return slots[index].has_value();
         },
-        workers);
+        mayYield, workers);
     std::vector<Result> results;
     results.reserve(order.size());
     for (size_t index : order) results.push_back(std::move(*slots[index]));

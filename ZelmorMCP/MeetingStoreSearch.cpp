@@ -46,9 +46,19 @@ public:
         if (term->occursIn(header.title)) return true;
         for (const auto& participant : header.participants)
             if (term->occursIn(participant)) return true;
+        return piecesOccurIn(text);
+    }
+
+    /// Whether every piece occurs in the text.
+    bool piecesOccurIn(std::string_view text) const {
         return std::all_of(pieces.begin(), pieces.end(),
                            [&](const FoldedNeedle& piece) { return piece.occursIn(text); });
     }
+
+    /// Whether `piecesOccurIn` holds for the bytes of every file whose document holds the term,
+    /// its title and participants included: they are unquoted only by dropping a "\" before a
+    /// '"', so a term without '"' found in them is found in the line they come from.
+    bool rawBytesMustHold() const { return term->folded().find('"') == std::string::npos; }
 
 private:
     const FoldedNeedle* term;
@@ -146,7 +156,20 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
             std::string().swap(*body);
         return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, {}}, match->score};
     };
-    std::vector<Scored> found = collect(visit);
+    // Without dates or a participant, a file that cannot hold a term is left before its bytes
+    // are checked as UTF-8, which spares that check for all but the few files a rare word is in.
+    // With them, the frontmatter rules most files out for less than searching their bytes.
+    std::vector<const TermPrefilter*> onRawBytes;
+    const bool scopeFromFrontmatter = scope.dateFrom || scope.dateTo || participant || nobodyMatches;
+    for (const auto& prefilter : prefilters)
+        if (!scopeFromFrontmatter && prefilter.rawBytesMustHold()) onRawBytes.push_back(&prefilter);
+    RawTest mayYield;
+    if (!onRawBytes.empty())
+        mayYield = [&](std::string_view raw) {
+            return std::all_of(onRawBytes.begin(), onRawBytes.end(),
+                               [&](const TermPrefilter* prefilter) { return prefilter->piecesOccurIn(raw); });
+        };
+    std::vector<Scored> found = collect(visit, mayYield);
     if (filters.ordersByRelevance())
         std::stable_sort(found.begin(), found.end(),
                          [](const Scored& a, const Scored& b) { return a.score > b.score; });

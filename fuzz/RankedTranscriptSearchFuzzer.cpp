@@ -80,6 +80,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         } else {
             require(!plain, "a term that folds to nothing matches nothing");
         }
+    } else if (zelmor::UTF8::isValid(query)) {
+        // A folder search runs the needles over a file's bytes before checking them as UTF-8:
+        // any bytes must be safe to search (what is found matters only in valid text).
+        if (auto needles = RTS::needles(terms))
+            for (const auto& needle : *needles) (void)needle.occursIn(text);
     }
     // The tokenizer's ASCII fast path must segment as ICU does, and the word cache the rankings
     // read with must see the same words.

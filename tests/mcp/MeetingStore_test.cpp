@@ -226,6 +226,9 @@ const std::string& corpus() {
             "participants:\n  - \" Ana\"\n  -  Ana \n  - Speaker 12\n";
         for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
                  {"invalid-utf8.md", file("title: Caf\xE9\ndate: 2031-05-01\n")},
+                 // Searched for, and left out all the same.
+                 {"invalid-utf8-body.md", file("title: Broken\ndate: 2031-05-07\n",
+                                               "## Transcript\n\n**Ana:** zeppelin roadmap\xFF\n")},
                  {"no-marker.md", "---\ntitle: Plain notes\ndate: 2031-05-01\n---\n"},
                  {"marker-in-body.md", "---\ntitle: Body marker\ndate: 2031-05-02\n---\n\nsource: Zelmor\n"},
                  {"no-frontmatter.md", "source: Zelmor\n\n**Ana:** hi\n"},
