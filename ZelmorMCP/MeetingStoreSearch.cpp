@@ -128,6 +128,15 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     if (needles)
         for (const auto& needle : *needles) prefilters.emplace_back(needle);
 
+    // Without dates or a participant, a file that cannot hold a term is left before its bytes
+    // are checked as UTF-8, which spares that check for all but the few files a rare word is in.
+    // With them, the frontmatter rules most files out for less than searching their bytes. A
+    // term tested on the raw bytes is not tested again on the same bytes in the visit.
+    const bool scopeFromFrontmatter = scope.dateFrom || scope.dateTo || participant || nobodyMatches;
+    std::vector<const TermPrefilter*> onRawBytes, onHeader;
+    for (const auto& prefilter : prefilters)
+        (!scopeFromFrontmatter && prefilter.rawBytesMustHold() ? onRawBytes : onHeader).push_back(&prefilter);
+
     struct Scored {
         SearchHit hit;
         long long score;
@@ -138,8 +147,8 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
         if (!scope.admits(file.path, file.header) || !admitsParticipant(file.header)) return std::nullopt;
         if (terms.empty()) return Scored{SearchHit{Meeting{file.path, std::move(file.header)}, 0, {}}, 0};
         if (!needles) return std::nullopt;
-        for (const auto& prefilter : prefilters)
-            if (!prefilter.mayHold(file.header, file.text)) return std::nullopt;
+        for (const TermPrefilter* prefilter : onHeader)
+            if (!prefilter->mayHold(file.header, file.text)) return std::nullopt;
 
         // The turns are scored as they are read, never copied out of the text.
         RankedTranscriptSearch::TurnScorer scorer(*needles);
@@ -156,13 +165,6 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
             std::string().swap(*body);
         return Scored{SearchHit{Meeting{file.path, std::move(doc)}, match->matchingTurns, {}}, match->score};
     };
-    // Without dates or a participant, a file that cannot hold a term is left before its bytes
-    // are checked as UTF-8, which spares that check for all but the few files a rare word is in.
-    // With them, the frontmatter rules most files out for less than searching their bytes.
-    std::vector<const TermPrefilter*> onRawBytes;
-    const bool scopeFromFrontmatter = scope.dateFrom || scope.dateTo || participant || nobodyMatches;
-    for (const auto& prefilter : prefilters)
-        if (!scopeFromFrontmatter && prefilter.rawBytesMustHold()) onRawBytes.push_back(&prefilter);
     RawTest mayYield;
     if (!onRawBytes.empty())
         mayYield = [&](std::string_view raw) {
