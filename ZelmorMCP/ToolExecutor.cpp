@@ -278,11 +278,16 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         // Dates and participant need only the frontmatter: a meeting outside them is never
         // parsed. Only a speaker restriction looks at the turns.
         const bool needsTurns = scope.speaker.has_value();
-        if (!needsTurns && !scope.admits(file.path, file.header)) return std::nullopt;
-        MarkdownTranscriptParser::parseBody(file.text, file.header);
-        if (needsTurns && !scope.admits(file.path, file.header)) return std::nullopt;
-        Weighed found{{file.path, {}}, asked.evidence(file.header)};
-        TranscriptDocument& kept = found.meeting.doc;
+        std::optional<Weighed> found;
+        if (!needsTurns) {
+            if (!scope.admits(file.path, file.header)) return std::nullopt;
+            found.emplace(Weighed{{file.path, {}}, asked.evidence(file.text, file.header)});
+        } else {
+            MarkdownTranscriptParser::parseBody(file.text, file.header);
+            if (!scope.admits(file.path, file.header)) return std::nullopt;
+            found.emplace(Weighed{{file.path, {}}, asked.evidence(file.header)});
+        }
+        TranscriptDocument& kept = found->meeting.doc;
         kept.title = std::move(file.header.title);
         kept.date = std::move(file.header.date);
         kept.startedAt = std::move(file.header.startedAt);

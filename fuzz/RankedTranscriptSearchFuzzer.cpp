@@ -1,10 +1,12 @@
 // Splits arbitrary bytes into a query and a transcript (at the first NUL) and runs the keyword
 // search on them: the query's terms, the match of the parsed transcript (and, for UTF-8 input as
 // the store gives it, the snippet-free scoring and raw-text needles held to it), the tokenizer's
-// ASCII path against ICU's and its word cache against its words, and excerpts.
+// fast paths against ICU's and its word cache against its words, the question ranking's sieve
+// against reading every word, and excerpts.
 // Text that does not parse as a transcript fills every searched field of a document instead.
 #include "FuzzInput.h"
 
+#include "ZelmorMarkdownKit/answer/QuestionRanking.h"
 #include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
@@ -91,8 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (validInput) {
         namespace QT = zelmor::QueryTokenizer;
         auto words = QT::words(text);
-        if (zelmor::UTF8::firstNonASCII(text) == text.size())
-            require(words == QT::detail::wordsUsingICU(text), "ASCII words are ICU's words");
+        require(words == QT::detail::wordsUsingICU(text), "words read in pieces are ICU's words");
         std::vector<std::string> stems;
         QT::WordCache cache([&](const QT::Word& word) {
             stems.push_back(word.stem);
@@ -104,6 +105,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (size_t i = 0; i < tags.size() && i < words.size(); ++i)
             require(stems.at(static_cast<size_t>(tags[i])) == words[i].stem,
                     "the cache stems as the tokenizer does");
+    }
+    // The question ranking's sieve and its reading of turns in place must see what reading every
+    // word of the parsed turns sees.
+    if (validInput) {
+        using zelmor::QuestionRanking::Question;
+        const Question sieved(query), everyWord(query, Question::Reading::everyWord);
+        const auto plain = everyWord.evidence(document);
+        require(sieved.evidence(document) == plain, "the sieve changes no evidence");
+        if (auto header = zelmor::MarkdownTranscriptParser::parseFrontmatter(text))
+            require(sieved.evidence(text, *header) == plain, "turns read in place hold the same evidence");
     }
     auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
     require(hits.size() <= 1, "one document ranks at most once");

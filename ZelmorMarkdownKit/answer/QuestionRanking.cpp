@@ -1,12 +1,17 @@
-// Each meeting is tokenized once, on as many threads as there are cores, into counts for the
-// question's keywords only; the scores are then a few sums per meeting. The weights were chosen
+// Each meeting is read once, on as many threads as there are cores, into counts for the
+// question's keywords only; the scores are then a few sums per meeting. Only the words a byte
+// sieve cannot rule out are tokenized, and the words after a keyword up to the next topic word
+// (which decide whether two keywords stand side by side). The weights were chosen
 // on questions people asked about real meetings (BM25's saturation and length normalisation,
 // adjacent keyword pairs, named speakers), for kinds of question, not for single ones.
 #include "ZelmorMarkdownKit/answer/QuestionRanking.h"
 
+#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/search/KeywordSieve.h"
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/text/TextFolding.h"
+#include "ZelmorMarkdownKit/text/UTF8.h"
 #include "ZelmorMarkdownKit/text/Workers.h"
 
 #include <algorithm>
@@ -18,6 +23,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <span>
 
 namespace zelmor::QuestionRanking {
 
@@ -103,11 +109,13 @@ struct detail::ParsedQuestion {
     std::set<std::pair<size_t, size_t>> pairs;
     std::string spaced;
     std::set<char> capitals;
+    /// Rules out paragraphs that hold no keyword; none when every word is to be read.
+    std::optional<KeywordSieve> sieve;
 };
 
 namespace {
 
-detail::ParsedQuestion parse(std::string_view text) {
+detail::ParsedQuestion parse(std::string_view text, Question::Reading reading = Question::Reading::sieved) {
     detail::ParsedQuestion question;
     auto words = QueryTokenizer::words(text);
     auto& index = question.index;
@@ -125,6 +133,7 @@ detail::ParsedQuestion parse(std::string_view text) {
     }
     question.spaced = spacedWords(words);
     question.capitals = loneCapitals(text);
+    if (reading == Question::Reading::sieved) question.sieve.emplace(question.keywords);
     return question;
 }
 
@@ -148,60 +157,122 @@ QueryTokenizer::WordCache keywordCache(const detail::ParsedQuestion& question) {
     });
 }
 
-Evidence evidenceOf(const TranscriptDocument& document, const detail::ParsedQuestion& question,
-                    QueryTokenizer::WordCache& cache) {
-    Evidence found;
-    found.counts.assign(question.keywords.size(), 0);
-    found.namedCounts.assign(question.keywords.size(), 0);
-    const auto& keywordIndex = question.index;
-
-    std::set<std::string> namedSpeakers;
-    std::set<std::string> speakers(document.participants.begin(), document.participants.end());
-    for (const auto& turn : document.turns) speakers.insert(turn.speaker);
-    found.inNamedSpeaker.assign(question.keywords.size(), false);
-    for (const auto& speaker : speakers) {
-        if (!names(question, speaker)) continue;
-        namedSpeakers.insert(speaker);
-        for (const auto& word : QueryTokenizer::words(speaker))
-            if (auto keyword = keywordIndex.find(word.stem); keyword != keywordIndex.end())
-                found.inNamedSpeaker[keyword->second] = true;
+/// One meeting's evidence, gathered turn by turn as a parser hands the turns over.
+class Gatherer {
+public:
+    Gatherer(const detail::ParsedQuestion& question, QueryTokenizer::WordCache& cache,
+             const TranscriptDocument& header)
+        : question(question), cache(cache) {
+        found.counts.assign(question.keywords.size(), 0);
+        found.namedCounts.assign(question.keywords.size(), 0);
+        found.inNamedSpeaker.assign(question.keywords.size(), false);
+        for (const auto& participant : header.participants) isNamed(participant);
+        // The title names what the meeting was for: its words count as if said a few times.
+        for (const auto& word : QueryTokenizer::words(header.title)) {
+            auto keyword = question.index.find(word.stem);
+            if (keyword != question.index.end()) found.counts[keyword->second] += titleWeight;
+        }
     }
-    found.named = !namedSpeakers.empty();
 
-    // The title names what the meeting was for: its words count as if said a few times.
-    for (const auto& word : QueryTokenizer::words(document.title)) {
-        auto keyword = keywordIndex.find(word.stem);
-        if (keyword != keywordIndex.end()) found.counts[keyword->second] += titleWeight;
-    }
-    for (size_t t = 0; t < document.turns.size(); ++t) {
-        const auto& turn = document.turns[t];
-        const bool byNamed = namedSpeakers.contains(turn.speaker);
-        std::vector<size_t> held;
-        std::vector<std::pair<size_t, size_t>> pairs;
-        constexpr size_t none = static_cast<size_t>(-1);
-        size_t previous = none; // the keyword just before, when the word before was one
-        for (int tag : cache.tags(turn.text)) {
-            found.length += 1;
-            if (tag == notContent) continue;
-            if (tag == notKeyword) {
-                previous = none;
-                continue;
-            }
-            size_t k = static_cast<size_t>(tag);
-            found.counts[k] += 1;
-            if (byNamed) found.namedCounts[k] += 1;
-            if (previous != none && question.pairs.contains({previous, k})) {
-                found.pairCounts[{previous, k}] += 1;
-                pairs.emplace_back(previous, k);
-            }
-            previous = k;
-            if (std::find(held.begin(), held.end(), k) == held.end()) held.push_back(k);
+    /// The next turn: its speaker and its paragraphs, which the turn's text joins with "\n\n".
+    void turn(std::string_view speaker, std::span<const std::string_view> paragraphs) {
+        const size_t t = turns++;
+        const bool byNamed = isNamed(speaker);
+        held.clear();
+        pairs.clear();
+        previous = none;
+        for (size_t p = 0; p < paragraphs.size(); ++p) {
+            found.length += static_cast<double>(paragraphs[p].size() + (p > 0 ? 2 : 0));
+            read(paragraphs[p], byNamed);
         }
         if (!held.empty() || (byNamed && question.keywords.empty()))
-            found.turns.push_back({t, std::move(held), byNamed, std::move(pairs)});
+            found.turns.push_back({t, held, byNamed, pairs});
     }
-    return found;
-}
+
+    Evidence finish() { return std::move(found); }
+
+private:
+    static constexpr size_t none = static_cast<size_t>(-1);
+
+    /// A paragraph of the turn: every word's tag in order, or, where bytes can rule words out,
+    /// only the words at the sieve's places and, after a keyword, the words up to the next one.
+    void read(std::string_view text, bool byNamed) {
+        const KeywordSieve* sieve = question.sieve ? &*question.sieve : nullptr;
+        if (!sieve || !sieve->findsEveryStem() || !UTF8::isASCII(text) ||
+            QueryTokenizer::mayHoldOneOnOneSpelling(text)) {
+            for (int tag : cache.tags(text)) take(tag, byNamed);
+            return;
+        }
+        size_t from = 0; // where the words not yet looked at start
+        sieve->forEachPlace(text, [&](size_t at) {
+            if (at < from) return true;
+            auto segment = QueryTokenizer::asciiSegmentLeadBy(text, at);
+            if (!segment) return true;
+            int tag = cache.tag(text.substr(segment->start, segment->end - segment->start));
+            if (tag < 0) return true;
+            if (previous != none && holdsTopicWord(text.substr(0, segment->start), from)) previous = none;
+            take(tag, byNamed);
+            from = segment->end;
+            return true;
+        });
+        if (previous != none && holdsTopicWord(text, from)) previous = none;
+    }
+
+    /// Whether the words of the ASCII text from `from` (0 or where a word ends) hold one that is
+    /// neither a keyword nor a stop, time or number word.
+    bool holdsTopicWord(std::string_view text, size_t from) {
+        for (auto segment = QueryTokenizer::nextASCIISegment(text, from); segment;
+             segment = QueryTokenizer::nextASCIISegment(text, segment->end)) {
+            int tag = cache.tag(text.substr(segment->start, segment->end - segment->start));
+            if (tag != notContent && tag != QueryTokenizer::WordCache::noWord) return true;
+        }
+        return false;
+    }
+
+    /// One word's tag, in turn order.
+    void take(int tag, bool byNamed) {
+        if (tag == notContent) return;
+        if (tag == notKeyword) {
+            previous = none;
+            return;
+        }
+        size_t k = static_cast<size_t>(tag);
+        found.counts[k] += 1;
+        if (byNamed) found.namedCounts[k] += 1;
+        if (previous != none && question.pairs.contains({previous, k})) {
+            found.pairCounts[{previous, k}] += 1;
+            pairs.emplace_back(previous, k);
+        }
+        previous = k;
+        if (std::find(held.begin(), held.end(), k) == held.end()) held.push_back(k);
+    }
+
+    /// Whether the question names the speaker; a speaker it names lends the meeting the
+    /// keywords that are words of the name.
+    bool isNamed(std::string_view speaker) {
+        auto known = speakers.find(speaker);
+        if (known != speakers.end()) return known->second;
+        const bool named = names(question, std::string(speaker));
+        speakers.emplace(speaker, named);
+        if (named) {
+            found.named = true;
+            for (const auto& word : QueryTokenizer::words(speaker))
+                if (auto keyword = question.index.find(word.stem); keyword != question.index.end())
+                    found.inNamedSpeaker[keyword->second] = true;
+        }
+        return named;
+    }
+
+    const detail::ParsedQuestion& question;
+    QueryTokenizer::WordCache& cache;
+    Evidence found;
+    size_t turns = 0;
+    std::map<std::string, bool, std::less<>> speakers;
+    // The turn being read.
+    std::vector<size_t> held;
+    std::vector<std::pair<size_t, size_t>> pairs;
+    size_t previous = none; // the keyword just before, when the content word before was one
+};
 
 } // namespace
 
@@ -209,8 +280,8 @@ std::vector<std::string> keywords(std::string_view question) {
     return parse(question).keywords;
 }
 
-Question::Question(std::string_view text)
-    : parsed_(std::make_unique<const detail::ParsedQuestion>(parse(text))) {}
+Question::Question(std::string_view text, Reading reading)
+    : parsed_(std::make_unique<const detail::ParsedQuestion>(parse(text, reading))) {}
 
 Question::~Question() = default;
 
@@ -226,7 +297,7 @@ Evidence Question::nothing() const {
     return found;
 }
 
-Evidence Question::evidence(const TranscriptDocument& document) const {
+template <typename Feed> Evidence Question::gather(const TranscriptDocument& header, Feed&& feed) const {
     // A cache per concurrent caller, kept for the next meeting: one thread's words never wait
     // for another's.
     std::unique_ptr<QueryTokenizer::WordCache> cache;
@@ -238,10 +309,29 @@ Evidence Question::evidence(const TranscriptDocument& document) const {
         }
     }
     if (!cache) cache = std::make_unique<QueryTokenizer::WordCache>(keywordCache(*parsed_));
-    Evidence found = evidenceOf(document, *parsed_, *cache);
+    Gatherer gatherer(*parsed_, *cache, header);
+    feed(gatherer);
     std::lock_guard<std::mutex> hold(lock_);
     idle_.push_back(std::move(cache));
-    return found;
+    return gatherer.finish();
+}
+
+Evidence Question::evidence(const TranscriptDocument& document) const {
+    return gather(document, [&](Gatherer& gatherer) {
+        for (const auto& turn : document.turns) {
+            const std::string_view text = turn.text;
+            gatherer.turn(turn.speaker, std::span(&text, 1));
+        }
+    });
+}
+
+Evidence Question::evidence(std::string_view text, TranscriptDocument& header) const {
+    return gather(header, [&](Gatherer& gatherer) {
+        MarkdownTranscriptParser::parseBody(text, header,
+                                            [&](const MarkdownTranscriptParser::TurnText& turn) {
+                                                gatherer.turn(turn.speaker, turn.paragraphs);
+                                            });
+    });
 }
 
 std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, std::string_view questionText,

@@ -49,7 +49,7 @@ struct Evidence {
     std::vector<double> namedCounts;
     /// Keywords that are words of a speaker the question names: held by the meeting that speaker is in.
     std::vector<bool> inNamedSpeaker;
-    /// Words in the turns.
+    /// The size of the turns' text, in bytes (as good a length as words, and free).
     double length = 0;
     /// Whether a speaker the question names took part.
     bool named = false;
@@ -61,8 +61,10 @@ struct Evidence {
         bool byNamed;
         /// Keyword pairs side by side in it, in turn order.
         std::vector<std::pair<size_t, size_t>> pairs;
+        bool operator==(const Turn&) const = default;
     };
     std::vector<Turn> turns;
+    bool operator==(const Evidence&) const = default;
 };
 
 namespace detail {
@@ -73,7 +75,14 @@ struct ParsedQuestion;
 /// thread, keeping only their evidence, and ranked when all are in.
 class Question {
 public:
-    explicit Question(std::string_view text);
+    enum class Reading {
+        /// Paragraphs whose bytes cannot hold a keyword are not tokenized.
+        sieved,
+        /// Every word is tokenized: the plain path the sieved one must agree with.
+        everyWord
+    };
+
+    explicit Question(std::string_view text, Reading reading = Reading::sieved);
     ~Question();
     Question(const Question&) = delete;
     Question& operator=(const Question&) = delete;
@@ -82,6 +91,10 @@ public:
     const std::vector<std::string>& keywords() const;
     /// What the meeting holds of the question. Safe to call from several threads at once.
     Evidence evidence(const TranscriptDocument& document) const;
+    /// As `evidence(document)` for the transcript `text` whose frontmatter `header` holds, read
+    /// turn by turn as `MarkdownTranscriptParser::parseBody` hands them over without copying them:
+    /// the header gets the sections, not the turns.
+    Evidence evidence(std::string_view text, TranscriptDocument& header) const;
     /// The evidence of a meeting that holds nothing of the question.
     Evidence nothing() const;
     /// As the `rank` below, over the meetings whose evidence is given (a hit's index is the
@@ -89,6 +102,8 @@ public:
     std::vector<Hit> rank(const std::vector<Evidence>& evidence) const;
 
 private:
+    template <typename Feed> Evidence gather(const TranscriptDocument& header, Feed&& feed) const;
+
     std::unique_ptr<const detail::ParsedQuestion> parsed_;
     mutable std::mutex lock_;
     /// Word caches not in use, one made for each caller that found none.

@@ -115,37 +115,41 @@ bool startsWithIgnoringASCIICase(std::string_view text, size_t at, std::string_v
     return true;
 }
 
+/// Whether a one-on-one spelling may begin at `at`, where "1" or "one" in any case stands: after
+/// a byte that is no ASCII word character, the pattern's "\b".
+bool mayBeginOneOnOne(std::string_view text, size_t at) {
+    auto isWordByte = [](char c) { return ASCII::isLetter(c) || ASCII::isDigit(c) || c == '_'; };
+    if (at > 0 && isWordByte(text[at - 1])) return false;
+    if (text[at] == '1')
+        return startsWithIgnoringASCIICase(text, at, "1:1") || startsWithIgnoringASCIICase(text, at, "1-1") ||
+               startsWithIgnoringASCIICase(text, at, "1 on 1");
+    for (std::string_view rest : {"one on", "one-on", "one to", "one-to"})
+        if (startsWithIgnoringASCIICase(text, at, rest)) return true;
+    return false;
+}
+
 /// Whether the text holds a piece that every match of the pattern must hold. No character
 /// outside ASCII matches "o", "n", "e", "t" or a digit under case-insensitive matching, so a
-/// byte-wise test misses nothing, and it keeps the regex off most texts with "one" in them. A
-/// match starts at a word boundary, so only places after a byte that is not an ASCII word
-/// character are looked at.
+/// byte-wise test misses nothing, and it keeps the regex off most texts with "one" in them.
+/// Sixteen places at a time, only a "1" or an "one" is looked at more closely.
 bool mayHoldOneOnOne(std::string_view text) {
-    static constexpr auto wordBytes = [] {
-        std::array<bool, 256> table{};
-        for (int c = 0; c < 256; ++c)
-            table[static_cast<size_t>(c)] =
-                (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-        return table;
-    }();
-    bool afterWordByte = false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        const bool wordByte = wordBytes[static_cast<unsigned char>(c)];
-        if (wordByte && !afterWordByte && (c == '1' || c == 'o' || c == 'O')) {
-            if (c == '1') {
-                if (startsWithIgnoringASCIICase(text, i, "1:1") ||
-                    startsWithIgnoringASCIICase(text, i, "1-1") ||
-                    startsWithIgnoringASCIICase(text, i, "1 on 1"))
-                    return true;
-            } else if ((c == 'o' || c == 'O') && startsWithIgnoringASCIICase(text, i, "one")) {
-                for (std::string_view rest : {"one on", "one-on", "one to", "one-to"}) {
-                    if (startsWithIgnoringASCIICase(text, i, rest)) return true;
-                }
-            }
-        }
-        afterWordByte = wordByte;
+    using Bytes = unsigned char __attribute__((vector_size(16)));
+    const auto* data = reinterpret_cast<const unsigned char*>(text.data());
+    size_t at = 0;
+    for (; at + 18 <= text.size(); at += 16) {
+        Bytes a, b, c;
+        std::memcpy(&a, data + at, 16);
+        std::memcpy(&b, data + at + 1, 16);
+        std::memcpy(&c, data + at + 2, 16);
+        auto found = (a == '1') | (((a | 0x20) == 'o') & ((b | 0x20) == 'n') & ((c | 0x20) == 'e'));
+        std::uint64_t halves[2];
+        std::memcpy(halves, &found, 16);
+        if ((halves[0] | halves[1]) == 0) continue;
+        for (size_t i = 0; i < 16; ++i)
+            if (found[i] != 0 && mayBeginOneOnOne(text, at + i)) return true;
     }
+    for (; at < text.size(); ++at)
+        if ((text[at] == '1' || ASCII::lower(text[at]) == 'o') && mayBeginOneOnOne(text, at)) return true;
     return false;
 }
 
@@ -248,41 +252,60 @@ const ASCIIClasses& asciiClasses() {
 /// Only segments that can hold a letter or digit are reported. `oneOnOneStart` is set when "1"
 /// or "one" in any case follows a byte that is not a word character (a segment's start, or just
 /// after a joining mark or "@"), the only places where a one-on-one spelling can begin.
-template <typename Visit>
-void forEachASCIISegment(std::string_view text, bool& oneOnOneStart, Visit&& visit) {
+/// Where the segment that starts at `start` (a letter, digit or "_") ends. `oneOnOneStart` (when
+/// given) is set if a one-on-one spelling may begin inside it, after a joining mark or "@".
+size_t asciiSegmentEnd(std::string_view text, size_t start, bool* oneOnOneStart) {
     const ASCIIClasses& classes = asciiClasses();
     auto classify = [&](char c) { return classes[static_cast<unsigned char>(c)]; };
     auto mayStartOneOnOne = [&](size_t at) {
         return text[at] == '1' || startsWithIgnoringASCIICase(text, at, "one");
     };
-    size_t i = 0;
+    ASCIIClass kind = classify(text[start]);
+    size_t i = start + 1;
     while (i < text.size()) {
-        ASCIIClass kind = classify(text[i]);
-        if (kind != ASCIIClass::letter && kind != ASCIIClass::digit && kind != ASCIIClass::underscore) {
+        ASCIIClass next = classify(text[i]);
+        if (next == ASCIIClass::letter || next == ASCIIClass::digit || next == ASCIIClass::underscore) {
+            // "@" joins as a letter but is no word character to the one-on-one pattern.
+            if (oneOnOneStart && text[i - 1] == '@') *oneOnOneStart = *oneOnOneStart || mayStartOneOnOne(i);
+            kind = next;
             ++i;
             continue;
         }
-        oneOnOneStart = oneOnOneStart || mayStartOneOnOne(i);
-        size_t start = i++;
-        while (i < text.size()) {
-            ASCIIClass next = classify(text[i]);
-            if (next == ASCIIClass::letter || next == ASCIIClass::digit || next == ASCIIClass::underscore) {
-                // "@" joins as a letter but is no word character to the one-on-one pattern.
-                if (text[i - 1] == '@') oneOnOneStart = oneOnOneStart || mayStartOneOnOne(i);
-                kind = next;
-                ++i;
-                continue;
-            }
-            if (i + 1 >= text.size() || (kind != ASCIIClass::letter && kind != ASCIIClass::digit)) break;
-            ASCIIClass after = classify(text[i + 1]);
-            bool joins =
-                (next == ASCIIClass::midLetterOrNumber && after == kind) ||
-                (next == ASCIIClass::midNumber && kind == ASCIIClass::digit && after == ASCIIClass::digit);
-            if (!joins) break;
-            oneOnOneStart = oneOnOneStart || mayStartOneOnOne(i + 1);
-            kind = after;
-            i += 2;
+        if (i + 1 >= text.size() || (kind != ASCIIClass::letter && kind != ASCIIClass::digit)) break;
+        ASCIIClass after = classify(text[i + 1]);
+        bool joins =
+            (next == ASCIIClass::midLetterOrNumber && after == kind) ||
+            (next == ASCIIClass::midNumber && kind == ASCIIClass::digit && after == ASCIIClass::digit);
+        if (!joins) break;
+        if (oneOnOneStart) *oneOnOneStart = *oneOnOneStart || mayStartOneOnOne(i + 1);
+        kind = after;
+        i += 2;
+    }
+    return i;
+}
+
+bool startsASCIISegment(char c) {
+    ASCIIClass kind = asciiClasses()[static_cast<unsigned char>(c)];
+    return kind == ASCIIClass::letter || kind == ASCIIClass::digit || kind == ASCIIClass::underscore;
+}
+
+/// Unicode word segmentation restricted to ASCII, as ICU's root rules apply it: letters, digits
+/// and "_" join; "." and "'" join letter to letter and digit to digit; "," and ";" join digit to
+/// digit; ICU does not treat ":" as joining letters, and "@" is a letter when its rules say so.
+/// Only segments that can hold a letter or digit are reported. `oneOnOneStart` is set when "1"
+/// or "one" in any case follows a byte that is not a word character (a segment's start, or just
+/// after a joining mark or "@"), the only places where a one-on-one spelling can begin.
+template <typename Visit>
+void forEachASCIISegment(std::string_view text, bool& oneOnOneStart, Visit&& visit) {
+    size_t i = 0;
+    while (i < text.size()) {
+        if (!startsASCIISegment(text[i])) {
+            ++i;
+            continue;
         }
+        oneOnOneStart = oneOnOneStart || text[i] == '1' || startsWithIgnoringASCIICase(text, i, "one");
+        size_t start = i;
+        i = asciiSegmentEnd(text, start, &oneOnOneStart);
         visit(start, i);
     }
 }
@@ -316,11 +339,18 @@ void forEachASCIISegmentOf(std::string_view text, std::vector<TextRange>& segmen
     });
 }
 
+/// This thread's word break iterator: a clone costs more than the short texts it mostly reads.
+/// Never used by two segmentations at once (a visitor does not segment).
+icu::BreakIterator& threadWordBreaks() {
+    static thread_local std::unique_ptr<icu::BreakIterator> mine = wordBreaks();
+    return *mine;
+}
+
 void forEachSegmentUsingICU(std::string_view text, const SegmentVisitor& visit) {
     Utf16Text input(text);
     std::optional<Shadow> shadow = shadowOf(text, input.units);
     const icu::UnicodeString& working = shadow ? shadow->units : input.units;
-    auto breaks = wordBreaks();
+    icu::BreakIterator* breaks = &threadWordBreaks();
     breaks->setText(working);
     std::string segment;
     int32_t start = breaks->first();
@@ -333,13 +363,45 @@ void forEachSegmentUsingICU(std::string_view text, const SegmentVisitor& visit) 
     }
 }
 
+/// Text outside ASCII, read in pieces: ICU breaks words before every space that follows
+/// something else, so the text can be cut there, and the pieces that are ASCII segmented without
+/// it. Only a one-on-one spelling, which spans spaces, needs the text whole.
+void forEachSegmentOfMixed(std::string_view text, const SegmentVisitor& visit) {
+    if (mayHoldOneOnOne(text)) return forEachSegmentUsingICU(text, visit);
+    auto shifted = [&](size_t by) {
+        return [&visit, by](std::string_view segment, TextRange range) {
+            visit(segment, TextRange{range.start + by, range.end + by});
+        };
+    };
+    auto cutBefore = [&](size_t at) { return at > 0 && text[at] == ' ' && text[at - 1] != ' '; };
+    size_t from = 0;
+    while (from < text.size()) {
+        const size_t outside = UTF8::firstNonASCII(text, from);
+        size_t start = outside; // where the piece read by ICU starts: the cut before the byte
+        while (start > from && start < text.size() && !cutBefore(start)) --start;
+        if (start > from) {
+            bool ignored = false;
+            std::string_view piece = text.substr(from, start - from);
+            auto visitShifted = shifted(from);
+            forEachASCIISegment(piece, ignored, [&](size_t begin, size_t end) {
+                visitShifted(piece.substr(begin, end - begin), TextRange{begin, end});
+            });
+        }
+        if (outside == text.size()) break;
+        size_t end = outside + 1;
+        while (end < text.size() && !cutBefore(end)) ++end;
+        forEachSegmentUsingICU(text.substr(start, end - start), shifted(start));
+        from = end;
+    }
+}
+
 /// Every segment of the text in order, those too short to be words included.
 void forEachSegment(std::string_view text, const SegmentVisitor& visit) {
     std::vector<TextRange> segments;
     if (UTF8::isASCII(text))
         forEachASCIISegmentOf(text, segments, visit);
     else
-        forEachSegmentUsingICU(text, visit);
+        forEachSegmentOfMixed(text, visit);
 }
 
 std::vector<Word> collectWords(std::string_view text,
@@ -456,6 +518,40 @@ std::vector<Word> words(std::string_view text) {
     return collectWords(text, forEachSegment);
 }
 
+bool mayHoldOneOnOneSpelling(std::string_view text) {
+    return mayHoldOneOnOne(text);
+}
+
+std::optional<TextRange> nextASCIISegment(std::string_view text, size_t from) {
+    while (from < text.size() && !startsASCIISegment(text[from])) ++from;
+    if (from == text.size()) return std::nullopt;
+    return TextRange{from, asciiSegmentEnd(text, from, nullptr)};
+}
+
+std::optional<TextRange> asciiSegmentLeadBy(std::string_view text, size_t at) {
+    const ASCIIClasses& classes = asciiClasses();
+    auto classify = [&](size_t i) { return classes[static_cast<unsigned char>(text[i])]; };
+    // Only "_" and "@" (when a letter) can stand before a segment's first letter or digit.
+    size_t start = at;
+    while (start > 0 &&
+           (text[start - 1] == '_' || (text[start - 1] == '@' && classify(start - 1) == ASCIIClass::letter)))
+        --start;
+    if (start > 0) {
+        ASCIIClass before = classify(start - 1);
+        if (before == ASCIIClass::letter || before == ASCIIClass::digit || before == ASCIIClass::underscore)
+            return std::nullopt;
+        // A joining mark between two letters or two digits (or "," and ";" between digits)
+        // continues the segment before.
+        if (start > 1 && (before == ASCIIClass::midLetterOrNumber || before == ASCIIClass::midNumber)) {
+            ASCIIClass left = classify(start - 2), right = classify(start);
+            bool joins = (left == ASCIIClass::letter || left == ASCIIClass::digit) && left == right &&
+                         (before == ASCIIClass::midLetterOrNumber || left == ASCIIClass::digit);
+            if (joins) return std::nullopt;
+        }
+    }
+    return TextRange{start, asciiSegmentEnd(text, start, nullptr)};
+}
+
 std::vector<Word> detail::wordsUsingICU(std::string_view text) {
     return collectWords(text, forEachSegmentUsingICU);
 }
@@ -470,7 +566,7 @@ const std::vector<int>& WordCache::tags(std::string_view text) {
     if (UTF8::isASCII(text))
         forEachASCIISegmentOf(text, segments_, add);
     else
-        forEachSegmentUsingICU(text, add);
+        forEachSegmentOfMixed(text, add);
     return tags_;
 }
 
@@ -486,6 +582,11 @@ size_t slotHash(const char (&key)[24]) {
     return static_cast<size_t>(hash ^ (hash >> 29));
 }
 } // namespace
+
+int WordCache::tag(std::string_view segment) {
+    int32_t found = tagOf(segment);
+    return found == notAWord ? noWord : found;
+}
 
 int32_t WordCache::tagOf(std::string_view segment) {
     if (segment.empty()) return notAWord; // and an empty slot's zero key never matches

@@ -64,6 +64,10 @@ public:
     explicit WordCache(Tagger tag);
     /// The tag of each word of `words(text)`, in order; valid until the next call.
     const std::vector<int>& tags(std::string_view text);
+    /// The tag of one segment `words` would read as a word, or `noWord` when it reads none there
+    /// (under two characters once normalised).
+    int tag(std::string_view segment);
+    static constexpr int noWord = INT32_MIN;
 
 private:
     /// Spellings up to this many bytes are held in the table itself, zero-padded, with no
@@ -87,6 +91,20 @@ private:
     std::vector<int> tags_;
     std::vector<TextRange> segments_;
 };
+
+/// Whether a one-on-one spelling may stand in the text; false means `words` reads the text as
+/// written, with no stand-in.
+bool mayHoldOneOnOneSpelling(std::string_view text);
+
+// Segments of ASCII text that holds no one-on-one spelling, one at a time: where `words` reads
+// a word, the segment is that word as written.
+
+/// The first segment that starts at or after `from`, which must be 0 or where a segment ends.
+std::optional<TextRange> nextASCIISegment(std::string_view text, size_t from);
+
+/// The segment whose first letter or digit is at `at` (its leading "_" included), or nothing
+/// when the byte there continues a segment that starts before.
+std::optional<TextRange> asciiSegmentLeadBy(std::string_view text, size_t at);
 
 /// The stems of `words(text)`, stop words included.
 std::vector<std::string> tokens(std::string_view text);

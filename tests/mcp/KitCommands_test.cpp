@@ -221,7 +221,7 @@ TEST_F(KitCommandTest, AskScopesByTimePhrasesWidensAThinWindowAndSaysSoWhenNothi
     for (auto [question, best, relevance] : std::vector<std::tuple<std::string, std::string, std::string>>{
              {"who is the backend candidate?", "Hiring loop sync: backend engineer \u2014 2026-11-03\n", ""},
              {"what did Wenna promise Northwind?", "Ana / Wenna 1:1 \u2014 2026-11-10\n",
-              "relevance 1.788, 2 of 3 keywords\n"}}) {
+              "relevance 1.828, 2 of 3 keywords\n"}}) {
         auto result = kit({"ask", question, "--folder", examples, "--limit", "1"});
         EXPECT_TRUE(result.out.starts_with(widened + best) && result.out.find(relevance) != std::string::npos)
             << result.out;

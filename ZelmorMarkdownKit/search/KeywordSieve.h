@@ -1,0 +1,50 @@
+// Ruling out, on bytes alone, text in which no word has one of a question's stems, so that only
+// the text that may hold one is tokenized: most of a long meeting never mentions the question.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelmor {
+
+/// Stems (as `QueryTokenizer::stem` gives them) to look for in raw text.
+///
+/// `mayHold(text)` is false only when no word of `QueryTokenizer::words(text)` has one of the
+/// stems, so skipping such text changes no count. A word's stem, less a final "y" (from "ies"),
+/// starts its normalised form, which is its letters and digits lowered: in ASCII text the word
+/// then starts at a place where that prefix stands, with at most joining marks ("_", "'", ".",
+/// ",", ";", "@") between its characters. Text outside ASCII is never ruled out.
+class KeywordSieve {
+public:
+    explicit KeywordSieve(const std::vector<std::string>& stems);
+
+    bool mayHold(std::string_view text) const;
+
+    /// For ASCII text: each place, in order, where a word holding one of the stems may have its
+    /// first letter or digit, until `visit` answers false. Every such word's place is among them.
+    void forEachPlace(std::string_view text, const std::function<bool(size_t)>& visit) const;
+
+    /// Whether `forEachPlace` can stand for tokenizing: no stem escapes the bytes.
+    bool findsEveryStem() const { return !holdsAnything; }
+
+private:
+    /// Whether a word whose normalised form starts with `prefix` may start at `at`, where the
+    /// prefix's first character stands.
+    static bool mayStartAt(std::string_view text, size_t at, std::string_view prefix);
+
+    /// What each stem's words start with: lowered ASCII letters and digits, two or more.
+    std::vector<std::string> prefixes;
+    /// Each prefix's first two bytes, and the bit that lowers them (0x20 for a letter), in every
+    /// lane of a 16-byte vector.
+    using Bytes = unsigned char __attribute__((vector_size(16)));
+    struct Lanes {
+        Bytes first, firstCase, second, secondCase;
+    };
+    std::vector<Lanes> lanes;
+    /// A stem no bytes can rule out (outside ASCII, too short, or the one-on-one stand-in).
+    bool holdsAnything = false;
+};
+
+} // namespace zelmor
