@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -189,6 +190,21 @@ public:
             found.turns.push_back({t, held, byNamed, pairs});
     }
 
+    /// The whole file the turns will be views into: the sieve runs over it once, rather than
+    /// once for each paragraph (a place it finds in the file is found in the paragraph too, the
+    /// bytes about a paragraph being no letters or digits).
+    void readsFrom(std::string_view text) {
+        const KeywordSieve* sieve = sieveToUse();
+        if (!sieve) return;
+        file = text;
+        sieve->forEachPlace(text, [&](size_t at) {
+            filePlaces.push_back(at);
+            return true;
+        });
+        fileMayHoldOneOnOne = QueryTokenizer::mayHoldOneOnOneSpelling(text);
+        fileFirstNonASCII = UTF8::firstNonASCII(text);
+    }
+
     Evidence finish() { return std::move(found); }
 
 private:
@@ -197,14 +213,17 @@ private:
     /// A paragraph of the turn: every word's tag in order, or, where bytes can rule words out,
     /// only the words at the sieve's places and, after a keyword, the words up to the next one.
     void read(std::string_view text, bool byNamed) {
-        const KeywordSieve* sieve = question.sieve ? &*question.sieve : nullptr;
-        if (!sieve || !sieve->findsEveryStem() || !UTF8::isASCII(text) ||
-            QueryTokenizer::mayHoldOneOnOneSpelling(text)) {
+        const KeywordSieve* sieve = sieveToUse();
+        const std::optional<size_t> offset = offsetInFile(text);
+        const bool ascii =
+            offset ? *offset + text.size() <= fileFirstNonASCII || UTF8::isASCII(text) : UTF8::isASCII(text);
+        if (!sieve || !ascii ||
+            ((!offset || fileMayHoldOneOnOne) && QueryTokenizer::mayHoldOneOnOneSpelling(text))) {
             for (int tag : cache.tags(text)) take(tag, byNamed);
             return;
         }
         size_t from = 0; // where the words not yet looked at start
-        sieve->forEachPlace(text, [&](size_t at) {
+        auto visit = [&](size_t at) {
             if (at < from) return true;
             auto segment = QueryTokenizer::asciiSegmentLeadBy(text, at);
             if (!segment) return true;
@@ -214,8 +233,29 @@ private:
             take(tag, byNamed);
             from = segment->end;
             return true;
-        });
+        };
+        if (offset) {
+            // The file's places that fall in the paragraph.
+            for (auto place = std::lower_bound(filePlaces.begin(), filePlaces.end(), *offset);
+                 place != filePlaces.end() && *place < *offset + text.size(); ++place)
+                visit(*place - *offset);
+        } else {
+            sieve->forEachPlace(text, visit);
+        }
         if (previous != none && holdsTopicWord(text, from)) previous = none;
+    }
+
+    const KeywordSieve* sieveToUse() const {
+        return question.sieve && question.sieve->findsEveryStem() ? &*question.sieve : nullptr;
+    }
+
+    /// Where the paragraph stands in the file the places were found in, if it is a view into it.
+    std::optional<size_t> offsetInFile(std::string_view paragraph) const {
+        auto address = [](const char* at) { return reinterpret_cast<std::uintptr_t>(at); };
+        if (file.empty() || address(paragraph.data()) < address(file.data()) ||
+            address(paragraph.data() + paragraph.size()) > address(file.data() + file.size()))
+            return std::nullopt;
+        return static_cast<size_t>(paragraph.data() - file.data());
     }
 
     /// Whether the words of the ASCII text from `from` (0 or where a word ends) hold one that is
@@ -250,10 +290,11 @@ private:
     /// Whether the question names the speaker; a speaker it names lends the meeting the
     /// keywords that are words of the name.
     bool isNamed(std::string_view speaker) {
-        auto known = speakers.find(speaker);
-        if (known != speakers.end()) return known->second;
+        // A meeting has few speakers: a list is quicker than a map.
+        for (const auto& [known, named] : speakers)
+            if (known == speaker) return named;
         const bool named = names(question, std::string(speaker));
-        speakers.emplace(speaker, named);
+        speakers.emplace_back(speaker, named);
         if (named) {
             found.named = true;
             for (const auto& word : QueryTokenizer::words(speaker))
@@ -267,11 +308,16 @@ private:
     QueryTokenizer::WordCache& cache;
     Evidence found;
     size_t turns = 0;
-    std::map<std::string, bool, std::less<>> speakers;
+    std::vector<std::pair<std::string, bool>> speakers;
     // The turn being read.
     std::vector<size_t> held;
     std::vector<std::pair<size_t, size_t>> pairs;
     size_t previous = none; // the keyword just before, when the content word before was one
+    // The file, when the turns are views into it.
+    std::string_view file;
+    std::vector<size_t> filePlaces;
+    bool fileMayHoldOneOnOne = true;
+    size_t fileFirstNonASCII = 0;
 };
 
 } // namespace
@@ -327,6 +373,7 @@ Evidence Question::evidence(const TranscriptDocument& document) const {
 
 Evidence Question::evidence(std::string_view text, TranscriptDocument& header) const {
     return gather(header, [&](Gatherer& gatherer) {
+        gatherer.readsFrom(text);
         MarkdownTranscriptParser::parseBody(text, header,
                                             [&](const MarkdownTranscriptParser::TurnText& turn) {
                                                 gatherer.turn(turn.speaker, turn.paragraphs);

@@ -8,6 +8,7 @@
 #include "ZelmorMarkdownKit/text/ASCII.h"
 #include "ZelmorMarkdownKit/text/UTF8.h"
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -114,9 +115,19 @@ void KeywordSieve::forEachPlace(std::string_view text, const std::function<bool(
                      (((next | want.secondCase) == want.second) | joining);
         std::uint64_t halves[2];
         std::memcpy(halves, &found, 16);
-        if ((halves[0] | halves[1]) == 0) continue;
-        for (size_t i = 0; i < 16; ++i)
-            if (found[i] != 0 && mayStartAny(at + i) && !visit(at + i)) return;
+        if constexpr (std::endian::native == std::endian::little) {
+            // A found place is a byte of 0xff; the lowest set bit is the first in memory order.
+            for (size_t half = 0; half < 2; ++half)
+                for (std::uint64_t bytes = halves[half]; bytes != 0;) {
+                    const int bit = std::countr_zero(bytes);
+                    const size_t i = at + half * 8 + static_cast<size_t>(bit / 8);
+                    if (mayStartAny(i) && !visit(i)) return;
+                    bytes &= ~(std::uint64_t{0xff} << (bit & ~7));
+                }
+        } else {
+            for (size_t i = 0; i < 16; ++i)
+                if (found[i] != 0 && mayStartAny(at + i) && !visit(at + i)) return;
+        }
     }
     for (; at < text.size(); ++at)
         if (mayStartAny(at) && !visit(at)) return;

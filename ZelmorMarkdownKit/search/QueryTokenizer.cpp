@@ -123,9 +123,13 @@ bool mayBeginOneOnOne(std::string_view text, size_t at) {
     if (text[at] == '1')
         return startsWithIgnoringASCIICase(text, at, "1:1") || startsWithIgnoringASCIICase(text, at, "1-1") ||
                startsWithIgnoringASCIICase(text, at, "1 on 1");
-    for (std::string_view rest : {"one on", "one-on", "one to", "one-to"})
-        if (startsWithIgnoringASCIICase(text, at, rest)) return true;
-    return false;
+    // "one", a space or "-", "on" or "to", a space or "-", "one".
+    if (!startsWithIgnoringASCIICase(text, at, "one") || text.size() - at < 10) return false;
+    auto isJoin = [&](size_t i) { return text[i] == ' ' || text[i] == '-'; };
+    return isJoin(at + 3) &&
+           (startsWithIgnoringASCIICase(text, at + 4, "on") ||
+            startsWithIgnoringASCIICase(text, at + 4, "to")) &&
+           isJoin(at + 6) && startsWithIgnoringASCIICase(text, at + 7, "one");
 }
 
 /// Whether the text holds a piece that every match of the pattern must hold. No character
