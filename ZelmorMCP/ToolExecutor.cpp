@@ -267,8 +267,9 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
     AnswerScope scope = parsed.scope.merging(filters);
     const long long limit = std::clamp(integerArgument(arguments, "limit").value_or(5), 1LL, 20LL);
 
-    // Each meeting is weighed as it is read and only its frontmatter and evidence are kept, so
-    // that memory does not grow with the folder; the few rows shown are read again.
+    // Each meeting is weighed as it is read and only its frontmatter and what ranks it are kept,
+    // so that memory stays small for a large folder; the few rows shown are read again for their
+    // answer turns and snippets.
     const QuestionRanking::Question asked(parsed.strippedQuestion);
     struct Weighed {
         MeetingStore::Meeting meeting;
@@ -281,11 +282,15 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         std::optional<Weighed> found;
         if (!needsTurns) {
             if (!scope.admits(file.path, file.header)) return std::nullopt;
-            found.emplace(Weighed{{file.path, {}}, asked.evidence(file.text, file.header)});
+            found.emplace(
+                Weighed{{file.path, {}},
+                        asked.evidence(file.text, file.header, QuestionRanking::Question::Keep::counts)});
         } else {
             MarkdownTranscriptParser::parseBody(file.text, file.header);
             if (!scope.admits(file.path, file.header)) return std::nullopt;
             found.emplace(Weighed{{file.path, {}}, asked.evidence(file.header)});
+            found->evidence.turns.clear();
+            found->evidence.turns.shrink_to_fit();
         }
         TranscriptDocument& kept = found->meeting.doc;
         kept.title = std::move(file.header.title);
@@ -300,6 +305,7 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
     std::vector<QuestionRanking::Evidence> evidence;
     for (auto& one : weighed) evidence.push_back(std::move(one.evidence));
     auto hits = asked.rank(evidence);
+    const auto weights = asked.weights(evidence);
 
     auto rows = json::array();
     for (const auto& hit : hits) {
@@ -314,8 +320,13 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
                     {"relevance", std::round(hit.relevance * 1000) / 1000},
                     {"matched_keywords", hit.matchedKeywords}};
         if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
-        auto whole = MeetingStore::readAgain(meeting.path);
-        row["snippets"] = whole ? QuestionRanking::snippets(*whole, hit) : std::vector<std::string>{};
+        std::vector<std::string> snippets;
+        if (auto whole = MeetingStore::readAgain(meeting.path)) {
+            QuestionRanking::Hit shown = hit;
+            shown.answerTurns = asked.answerTurns(asked.evidence(*whole), weights);
+            snippets = QuestionRanking::snippets(*whole, shown);
+        }
+        row["snippets"] = std::move(snippets);
         rows.push_back(std::move(row));
     }
     json data = {{"question", *question},

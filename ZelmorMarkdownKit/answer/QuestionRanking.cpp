@@ -162,8 +162,8 @@ QueryTokenizer::WordCache keywordCache(const detail::ParsedQuestion& question) {
 class Gatherer {
 public:
     Gatherer(const detail::ParsedQuestion& question, QueryTokenizer::WordCache& cache,
-             const TranscriptDocument& header)
-        : question(question), cache(cache) {
+             const TranscriptDocument& header, bool keepTurns)
+        : question(question), cache(cache), keepTurns(keepTurns) {
         found.counts.assign(question.keywords.size(), 0);
         found.namedCounts.assign(question.keywords.size(), 0);
         found.inNamedSpeaker.assign(question.keywords.size(), false);
@@ -186,7 +186,7 @@ public:
             found.length += static_cast<double>(paragraphs[p].size() + (p > 0 ? 2 : 0));
             read(paragraphs[p], byNamed);
         }
-        if (!held.empty() || (byNamed && question.keywords.empty()))
+        if (keepTurns && (!held.empty() || (byNamed && question.keywords.empty())))
             found.turns.push_back({t, held, byNamed, pairs});
     }
 
@@ -306,6 +306,7 @@ private:
 
     const detail::ParsedQuestion& question;
     QueryTokenizer::WordCache& cache;
+    const bool keepTurns;
     Evidence found;
     size_t turns = 0;
     std::vector<std::pair<std::string, bool>> speakers;
@@ -343,7 +344,8 @@ Evidence Question::nothing() const {
     return found;
 }
 
-template <typename Feed> Evidence Question::gather(const TranscriptDocument& header, Feed&& feed) const {
+template <typename Feed>
+Evidence Question::gather(const TranscriptDocument& header, Keep keep, Feed&& feed) const {
     // A cache per concurrent caller, kept for the next meeting: one thread's words never wait
     // for another's.
     std::unique_ptr<QueryTokenizer::WordCache> cache;
@@ -355,7 +357,7 @@ template <typename Feed> Evidence Question::gather(const TranscriptDocument& hea
         }
     }
     if (!cache) cache = std::make_unique<QueryTokenizer::WordCache>(keywordCache(*parsed_));
-    Gatherer gatherer(*parsed_, *cache, header);
+    Gatherer gatherer(*parsed_, *cache, header, keep == Keep::turns);
     feed(gatherer);
     std::lock_guard<std::mutex> hold(lock_);
     idle_.push_back(std::move(cache));
@@ -363,7 +365,7 @@ template <typename Feed> Evidence Question::gather(const TranscriptDocument& hea
 }
 
 Evidence Question::evidence(const TranscriptDocument& document) const {
-    return gather(document, [&](Gatherer& gatherer) {
+    return gather(document, Keep::turns, [&](Gatherer& gatherer) {
         for (const auto& turn : document.turns) {
             const std::string_view text = turn.text;
             gatherer.turn(turn.speaker, std::span(&text, 1));
@@ -371,8 +373,8 @@ Evidence Question::evidence(const TranscriptDocument& document) const {
     });
 }
 
-Evidence Question::evidence(std::string_view text, TranscriptDocument& header) const {
-    return gather(header, [&](Gatherer& gatherer) {
+Evidence Question::evidence(std::string_view text, TranscriptDocument& header, Keep keep) const {
+    return gather(header, keep, [&](Gatherer& gatherer) {
         gatherer.readsFrom(text);
         MarkdownTranscriptParser::parseBody(text, header,
                                             [&](const MarkdownTranscriptParser::TurnText& turn) {
@@ -398,23 +400,67 @@ std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, s
     return question.rank(evidence);
 }
 
+std::vector<double> Question::weights(const std::vector<Evidence>& evidence) const {
+    const detail::ParsedQuestion& question = *parsed_;
+    std::vector<double> weights(question.keywords.size());
+    for (size_t k = 0; k < question.keywords.size(); ++k) {
+        size_t df = std::count_if(evidence.begin(), evidence.end(),
+                                  [&](const Evidence& e) { return e.counts[k] > 0; });
+        weights[k] = idf(df, evidence.size());
+    }
+    return weights;
+}
+
+std::vector<size_t> Question::answerTurns(const Evidence& found, const std::vector<double>& weights) const {
+    // The answer lies where the question's weight gathers: each turn by the weight of its own
+    // keywords and keyword pairs, twice, plus that of every other turn about it (an answer is a
+    // stretch of talk where the question's words keep coming back). When the question names a
+    // speaker, that speaker's turns come first: it asks what they said.
+    std::vector<double> own;
+    for (const auto& turn : found.turns) {
+        double weight = 0;
+        for (size_t k : turn.keywords) weight += weights[k];
+        for (auto [x, y] : turn.pairs) weight += pairWeight * (weights[x] + weights[y]) / 2;
+        own.push_back(weight);
+    }
+    struct TurnScore {
+        bool byNamed;
+        double weight;
+        size_t index;
+    };
+    std::vector<TurnScore> turnScores;
+    for (size_t i = 0; i < found.turns.size(); ++i) {
+        const auto& turn = found.turns[i];
+        double score = own[i]; // and once more in the window
+        size_t first = i;
+        while (first > 0 && found.turns[first - 1].index + answerReach >= turn.index) --first;
+        for (size_t j = first; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach;
+             ++j)
+            score += own[j];
+        turnScores.push_back({turn.byNamed, score, turn.index});
+    }
+    std::stable_sort(turnScores.begin(), turnScores.end(), [](const TurnScore& x, const TurnScore& y) {
+        return x.byNamed != y.byNamed ? x.byNamed : x.weight > y.weight;
+    });
+    std::vector<size_t> best;
+    for (size_t i = 0; i < turnScores.size() && i < maxAnswerTurns; ++i) best.push_back(turnScores[i].index);
+    return best;
+}
+
 std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
     const detail::ParsedQuestion& question = *parsed_;
     if (evidence.empty()) return {};
     const size_t n = evidence.size();
-    std::vector<double> weights(question.keywords.size());
-    bool anyHeld = false, anyNamed = false;
+    const std::vector<double> weights = this->weights(evidence);
+    bool anyNamed = false;
     double totalLength = 0;
     for (const auto& found : evidence) {
         totalLength += found.length;
         anyNamed = anyNamed || found.named;
     }
-    for (size_t k = 0; k < question.keywords.size(); ++k) {
-        size_t df = std::count_if(evidence.begin(), evidence.end(),
-                                  [&](const Evidence& e) { return e.counts[k] > 0; });
-        anyHeld = anyHeld || df > 0;
-        weights[k] = idf(df, n);
-    }
+    const bool anyHeld = std::any_of(evidence.begin(), evidence.end(), [](const Evidence& e) {
+        return std::any_of(e.counts.begin(), e.counts.end(), [](double count) { return count > 0; });
+    });
     if (!anyHeld && !anyNamed) return {};
     const double averageLength = std::max(1.0, totalLength / static_cast<double>(n));
 
@@ -435,39 +481,7 @@ std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
                 pairWeight * (weights[pair.first] + weights[pair.second]) / 2 * saturated(count, 1.2);
         if (found.named) hit.relevance += namedSpeakerBonus;
         if (hit.matchedKeywords.empty() && !(found.named && question.keywords.empty())) continue;
-
-        // The answer lies where the question's weight gathers: each turn by the weight of its
-        // own keywords and keyword pairs, twice, plus that of every other turn about it (an
-        // answer is a stretch of talk where the question's words keep coming back). When the
-        // question names a speaker, that speaker's turns come first: it asks what they said.
-        std::vector<double> own;
-        for (const auto& turn : found.turns) {
-            double weight = 0;
-            for (size_t k : turn.keywords) weight += weights[k];
-            for (auto [x, y] : turn.pairs) weight += pairWeight * (weights[x] + weights[y]) / 2;
-            own.push_back(weight);
-        }
-        struct TurnScore {
-            bool byNamed;
-            double weight;
-            size_t index;
-        };
-        std::vector<TurnScore> turnScores;
-        for (size_t i = 0; i < found.turns.size(); ++i) {
-            const auto& turn = found.turns[i];
-            double score = own[i]; // and once more in the window
-            size_t first = i;
-            while (first > 0 && found.turns[first - 1].index + answerReach >= turn.index) --first;
-            for (size_t j = first; j < found.turns.size() && found.turns[j].index <= turn.index + answerReach;
-                 ++j)
-                score += own[j];
-            turnScores.push_back({turn.byNamed, score, turn.index});
-        }
-        std::stable_sort(turnScores.begin(), turnScores.end(), [](const TurnScore& x, const TurnScore& y) {
-            return x.byNamed != y.byNamed ? x.byNamed : x.weight > y.weight;
-        });
-        for (size_t i = 0; i < turnScores.size() && i < maxAnswerTurns; ++i)
-            hit.answerTurns.push_back(turnScores[i].index);
+        hit.answerTurns = answerTurns(found, weights);
         hits.push_back(std::move(hit));
     }
     std::stable_sort(hits.begin(), hits.end(),

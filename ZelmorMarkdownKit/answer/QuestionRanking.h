@@ -91,18 +91,32 @@ public:
     const std::vector<std::string>& keywords() const;
     /// What the meeting holds of the question. Safe to call from several threads at once.
     Evidence evidence(const TranscriptDocument& document) const;
+    /// What of a meeting's evidence to keep.
+    enum class Keep {
+        /// The turns that hold a keyword too, which answer turns are found in.
+        turns,
+        /// Only what ranks the meeting (much less, for a folder of long meetings): ranked, it
+        /// gets no answer turns, which `answerTurns` finds once its turns are read again.
+        counts
+    };
+
     /// As `evidence(document)` for the transcript `text` whose frontmatter `header` holds, read
     /// turn by turn as `MarkdownTranscriptParser::parseBody` hands them over without copying them:
     /// the header gets the sections, not the turns.
-    Evidence evidence(std::string_view text, TranscriptDocument& header) const;
+    Evidence evidence(std::string_view text, TranscriptDocument& header, Keep keep = Keep::turns) const;
     /// The evidence of a meeting that holds nothing of the question.
     Evidence nothing() const;
     /// As the `rank` below, over the meetings whose evidence is given (a hit's index is the
     /// position in `evidence`).
     std::vector<Hit> rank(const std::vector<Evidence>& evidence) const;
+    /// How much each keyword weighs in the ranking of these meetings (the rarer, the more).
+    std::vector<double> weights(const std::vector<Evidence>& evidence) const;
+    /// The answer turns `rank` gives a meeting, from evidence that kept its turns, under the
+    /// weights of the ranking it was part of.
+    std::vector<size_t> answerTurns(const Evidence& evidence, const std::vector<double>& weights) const;
 
 private:
-    template <typename Feed> Evidence gather(const TranscriptDocument& header, Feed&& feed) const;
+    template <typename Feed> Evidence gather(const TranscriptDocument& header, Keep keep, Feed&& feed) const;
 
     std::unique_ptr<const detail::ParsedQuestion> parsed_;
     mutable std::mutex lock_;

@@ -250,19 +250,37 @@ TEST(QuestionRanking, TheSieveAndTheTurnsReadInPlaceChangeNoEvidence) {
         }
         return text;
     };
+    std::vector<std::string> files;
     for (int round = 0; round < 300; ++round) {
         std::string file = "---\ntitle: " + talk() + "\nparticipants:\n  - Ana\n---\n\n## Transcript\n\n";
         for (size_t turn = 0, turns = 1 + random() % 6; turn < turns; ++turn)
             file += std::string(random() % 3 ? "**Ana:** " : "**Bo Li:** ") + talk() + "\n\n";
-        auto document = MarkdownTranscriptParser::parse(file);
-        ASSERT_TRUE(document);
-        for (const auto& text : questions) {
-            const QuestionRanking::Question sieved(text),
-                everyWord(text, QuestionRanking::Question::Reading::everyWord);
+        files.push_back(std::move(file));
+    }
+    using Question = QuestionRanking::Question;
+    for (const auto& text : questions) {
+        const Question sieved(text), everyWord(text, Question::Reading::everyWord);
+        std::vector<QuestionRanking::Evidence> whole, counts;
+        for (const auto& file : files) {
+            auto document = MarkdownTranscriptParser::parse(file);
             auto header = MarkdownTranscriptParser::parseFrontmatter(file);
+            ASSERT_TRUE(document && header);
             const auto plain = everyWord.evidence(*document);
             ASSERT_EQ(sieved.evidence(*document), plain) << text << "\n" << file;
             ASSERT_EQ(sieved.evidence(file, *header), plain) << text << "\n" << file;
+            whole.push_back(plain);
+            counts.push_back(sieved.evidence(file, *header, Question::Keep::counts));
+        }
+        // Ranked on what ranks alone, the meetings come in the same order; their answer turns,
+        // found once their turns are read again, are the ones the whole evidence gives.
+        const auto hits = sieved.rank(whole), bare = sieved.rank(counts);
+        const auto weights = sieved.weights(counts);
+        ASSERT_EQ(hits.size(), bare.size()) << text;
+        for (size_t i = 0; i < hits.size(); ++i) {
+            EXPECT_EQ(bare[i].index, hits[i].index) << text;
+            EXPECT_EQ(bare[i].relevance, hits[i].relevance) << text;
+            EXPECT_TRUE(bare[i].answerTurns.empty()) << text;
+            EXPECT_EQ(sieved.answerTurns(whole[hits[i].index], weights), hits[i].answerTurns) << text;
         }
     }
 }
