@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -190,9 +191,10 @@ public:
             found.turns.push_back({t, held, byNamed, pairs});
     }
 
-    /// The whole file the turns will be views into: the sieve runs over it once, rather than
-    /// once for each paragraph (a place it finds in the file is found in the paragraph too, the
-    /// bytes about a paragraph being no letters or digits).
+    /// The whole file the turns will be views into: the sieve and the checks for one-on-one
+    /// spellings and for bytes outside ASCII run over it once, rather than once for each
+    /// paragraph (what they find in a paragraph alone they find in the file, the bytes about a
+    /// paragraph being no letters or digits).
     void readsFrom(std::string_view text) {
         const KeywordSieve* sieve = sieveToUse();
         if (!sieve) return;
@@ -201,8 +203,6 @@ public:
             filePlaces.push_back(at);
             return true;
         });
-        fileMayHoldOneOnOne = QueryTokenizer::mayHoldOneOnOneSpelling(text);
-        fileFirstNonASCII = UTF8::firstNonASCII(text);
     }
 
     Evidence finish() { return std::move(found); }
@@ -215,13 +215,23 @@ private:
     void read(std::string_view text, bool byNamed) {
         const KeywordSieve* sieve = sieveToUse();
         const std::optional<size_t> offset = offsetInFile(text);
-        const bool ascii =
-            offset ? *offset + text.size() <= fileFirstNonASCII || UTF8::isASCII(text) : UTF8::isASCII(text);
-        if (!sieve || !ascii ||
-            ((!offset || fileMayHoldOneOnOne) && QueryTokenizer::mayHoldOneOnOneSpelling(text))) {
-            for (int tag : cache.tags(text)) take(tag, byNamed);
-            return;
-        }
+        auto readAll = [&](std::string_view part) {
+            for (int tag : cache.tags(part)) take(tag, byNamed);
+        };
+        if (!sieve || mayHoldOneOnOne(text, offset)) return readAll(text);
+        if (isASCII(text, offset)) return readSieved(*sieve, text, offset, byNamed);
+        // Only the pieces that hold bytes outside ASCII need every word read.
+        QueryTokenizer::forEachPiece(text, [&](TextRange piece, bool ascii) {
+            std::string_view part = text.substr(piece.start, piece.end - piece.start);
+            if (!ascii) return readAll(part);
+            readSieved(*sieve, part, offset ? std::optional(*offset + piece.start) : std::nullopt, byNamed);
+        });
+    }
+
+    /// ASCII text with no one-on-one spelling: only the words at the sieve's places may be
+    /// keywords, and after a keyword only the words up to the next topic word matter.
+    void readSieved(const KeywordSieve& sieve, std::string_view text, std::optional<size_t> offset,
+                    bool byNamed) {
         size_t from = 0; // where the words not yet looked at start
         auto visit = [&](size_t at) {
             if (at < from) return true;
@@ -235,14 +245,40 @@ private:
             return true;
         };
         if (offset) {
-            // The file's places that fall in the paragraph.
+            // The file's places that fall in the text.
             for (auto place = std::lower_bound(filePlaces.begin(), filePlaces.end(), *offset);
                  place != filePlaces.end() && *place < *offset + text.size(); ++place)
                 visit(*place - *offset);
         } else {
-            sieve->forEachPlace(text, visit);
+            sieve.forEachPlace(text, visit);
         }
         if (previous != none && holdsTopicWord(text, from)) previous = none;
+    }
+
+    /// The next place, at or after `offset`, that `find` gives in the file: found again only when
+    /// the last answer lies before `offset` (the turns come in file order).
+    struct Cursor {
+        size_t from = SIZE_MAX, found = 0;
+        template <typename Find> size_t next(size_t offset, Find&& find) {
+            if (from > offset || found < offset) {
+                from = offset;
+                found = find(offset);
+            }
+            return found;
+        }
+    };
+
+    bool mayHoldOneOnOne(std::string_view text, std::optional<size_t> offset) {
+        if (!offset) return QueryTokenizer::mayHoldOneOnOneSpelling(text);
+        return oneOnOne.next(*offset, [&](size_t at) {
+            return QueryTokenizer::nextOneOnOneSpelling(file, at);
+        }) < *offset + text.size();
+    }
+
+    bool isASCII(std::string_view text, std::optional<size_t> offset) {
+        if (!offset) return UTF8::isASCII(text);
+        return outsideASCII.next(*offset, [&](size_t at) { return UTF8::firstNonASCII(file, at); }) >=
+               *offset + text.size();
     }
 
     const KeywordSieve* sieveToUse() const {
@@ -317,8 +353,7 @@ private:
     // The file, when the turns are views into it.
     std::string_view file;
     std::vector<size_t> filePlaces;
-    bool fileMayHoldOneOnOne = true;
-    size_t fileFirstNonASCII = 0;
+    Cursor oneOnOne, outsideASCII;
 };
 
 } // namespace

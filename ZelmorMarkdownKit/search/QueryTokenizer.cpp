@@ -132,14 +132,14 @@ bool mayBeginOneOnOne(std::string_view text, size_t at) {
            isJoin(at + 6) && startsWithIgnoringASCIICase(text, at + 7, "one");
 }
 
-/// Whether the text holds a piece that every match of the pattern must hold. No character
+/// Where, from `from` on, a one-on-one spelling may begin: the size when nowhere. No character
 /// outside ASCII matches "o", "n", "e", "t" or a digit under case-insensitive matching, so a
 /// byte-wise test misses nothing, and it keeps the regex off most texts with "one" in them.
 /// Sixteen places at a time, only a "1" or an "one" is looked at more closely.
-bool mayHoldOneOnOne(std::string_view text) {
+size_t nextOneOnOne(std::string_view text, size_t from) {
     using Bytes = unsigned char __attribute__((vector_size(16)));
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
-    size_t at = 0;
+    size_t at = from;
     for (; at + 18 <= text.size(); at += 16) {
         Bytes a, b, c;
         std::memcpy(&a, data + at, 16);
@@ -150,11 +150,16 @@ bool mayHoldOneOnOne(std::string_view text) {
         std::memcpy(halves, &found, 16);
         if ((halves[0] | halves[1]) == 0) continue;
         for (size_t i = 0; i < 16; ++i)
-            if (found[i] != 0 && mayBeginOneOnOne(text, at + i)) return true;
+            if (found[i] != 0 && mayBeginOneOnOne(text, at + i)) return at + i;
     }
     for (; at < text.size(); ++at)
-        if ((text[at] == '1' || ASCII::lower(text[at]) == 'o') && mayBeginOneOnOne(text, at)) return true;
-    return false;
+        if ((text[at] == '1' || ASCII::lower(text[at]) == 'o') && mayBeginOneOnOne(text, at)) return at;
+    return text.size();
+}
+
+/// Whether the text holds a piece that every match of the pattern must hold.
+bool mayHoldOneOnOne(std::string_view text) {
+    return nextOneOnOne(text, 0) < text.size();
 }
 
 /// A shadow in UTF-16 units, the same length as the input, and where its replacements stand.
@@ -367,36 +372,20 @@ void forEachSegmentUsingICU(std::string_view text, const SegmentVisitor& visit) 
     }
 }
 
-/// Text outside ASCII, read in pieces: ICU breaks words before every space that follows
-/// something else, so the text can be cut there, and the pieces that are ASCII segmented without
-/// it. Only a one-on-one spelling, which spans spaces, needs the text whole.
+/// Text outside ASCII, read in pieces: ASCII pieces are segmented without ICU.
 void forEachSegmentOfMixed(std::string_view text, const SegmentVisitor& visit) {
     if (mayHoldOneOnOne(text)) return forEachSegmentUsingICU(text, visit);
-    auto shifted = [&](size_t by) {
-        return [&visit, by](std::string_view segment, TextRange range) {
-            visit(segment, TextRange{range.start + by, range.end + by});
+    forEachPiece(text, [&](TextRange range, bool ascii) {
+        std::string_view piece = text.substr(range.start, range.end - range.start);
+        auto shifted = [&](std::string_view segment, TextRange at) {
+            visit(segment, TextRange{at.start + range.start, at.end + range.start});
         };
-    };
-    auto cutBefore = [&](size_t at) { return at > 0 && text[at] == ' ' && text[at - 1] != ' '; };
-    size_t from = 0;
-    while (from < text.size()) {
-        const size_t outside = UTF8::firstNonASCII(text, from);
-        size_t start = outside; // where the piece read by ICU starts: the cut before the byte
-        while (start > from && start < text.size() && !cutBefore(start)) --start;
-        if (start > from) {
-            bool ignored = false;
-            std::string_view piece = text.substr(from, start - from);
-            auto visitShifted = shifted(from);
-            forEachASCIISegment(piece, ignored, [&](size_t begin, size_t end) {
-                visitShifted(piece.substr(begin, end - begin), TextRange{begin, end});
-            });
-        }
-        if (outside == text.size()) break;
-        size_t end = outside + 1;
-        while (end < text.size() && !cutBefore(end)) ++end;
-        forEachSegmentUsingICU(text.substr(start, end - start), shifted(start));
-        from = end;
-    }
+        if (!ascii) return forEachSegmentUsingICU(piece, shifted);
+        bool ignored = false;
+        forEachASCIISegment(piece, ignored, [&](size_t begin, size_t end) {
+            shifted(piece.substr(begin, end - begin), TextRange{begin, end});
+        });
+    });
 }
 
 /// Every segment of the text in order, those too short to be words included.
@@ -524,6 +513,28 @@ std::vector<Word> words(std::string_view text) {
 
 bool mayHoldOneOnOneSpelling(std::string_view text) {
     return mayHoldOneOnOne(text);
+}
+
+size_t nextOneOnOneSpelling(std::string_view text, size_t from) {
+    return nextOneOnOne(text, from);
+}
+
+void forEachPiece(std::string_view text, const std::function<void(TextRange piece, bool ascii)>& visit) {
+    // ICU breaks words before every space that follows something else, so the text can be cut
+    // there; a piece that holds a byte outside ASCII runs from the cut before it to the cut after.
+    auto cutBefore = [&](size_t at) { return at > 0 && text[at] == ' ' && text[at - 1] != ' '; };
+    size_t from = 0;
+    while (from < text.size()) {
+        const size_t outside = UTF8::firstNonASCII(text, from);
+        size_t start = outside;
+        while (start > from && start < text.size() && !cutBefore(start)) --start;
+        if (start > from) visit(TextRange{from, start}, true);
+        if (outside == text.size()) break;
+        size_t end = outside + 1;
+        while (end < text.size() && !cutBefore(end)) ++end;
+        visit(TextRange{start, end}, false);
+        from = end;
+    }
 }
 
 std::optional<TextRange> nextASCIISegment(std::string_view text, size_t from) {
