@@ -181,6 +181,8 @@ struct MeetingStore {
     /// A scanned meeting's file read and parsed again, for the few rows a reply shows when the
     /// scan kept no bodies; nothing when it can no longer be read as a transcript.
     static std::optional<TranscriptDocument> readAgain(const std::string& path);
+    /// As `readAgain`, the text unparsed: nothing when it can no longer be read as UTF-8 text.
+    static std::optional<std::string> readTextAgain(const std::string& path);
 
     /// True for "Speaker " followed by one or more numeric characters.
     static bool isGenericSpeakerLabel(std::string_view name);

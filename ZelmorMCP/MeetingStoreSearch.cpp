@@ -80,10 +80,15 @@ bool MeetingStore::SearchFilters::ordersByRelevance() const {
     return sort && ASCII::lowercased(*sort) == "relevance";
 }
 
-std::optional<TranscriptDocument> MeetingStore::readAgain(const std::string& path) {
+std::optional<std::string> MeetingStore::readTextAgain(const std::string& path) {
     auto text = platform::readFile(path, FileLimits::transcriptBytes);
     if (!text || !UTF8::isValid(*text)) return std::nullopt;
-    return MarkdownTranscriptParser::parse(*text);
+    return text;
+}
+
+std::optional<TranscriptDocument> MeetingStore::readAgain(const std::string& path) {
+    auto text = readTextAgain(path);
+    return text ? MarkdownTranscriptParser::parse(*text) : std::nullopt;
 }
 
 std::vector<const MeetingStore::Meeting*> MeetingStore::admitted(const std::vector<Meeting>& meetings,

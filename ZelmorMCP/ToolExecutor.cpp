@@ -321,9 +321,11 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
                     {"matched_keywords", hit.matchedKeywords}};
         if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
         std::vector<std::string> snippets;
-        if (auto whole = MeetingStore::readAgain(meeting.path)) {
+        auto text = MeetingStore::readTextAgain(meeting.path);
+        if (auto whole = text ? MarkdownTranscriptParser::parse(*text) : std::nullopt) {
             QuestionRanking::Hit shown = hit;
-            shown.answerTurns = asked.answerTurns(asked.evidence(*whole), weights);
+            TranscriptDocument header = *MarkdownTranscriptParser::parseFrontmatter(*text);
+            shown.answerTurns = asked.answerTurns(asked.evidence(*text, header), weights);
             snippets = QuestionRanking::snippets(*whole, shown);
         }
         row["snippets"] = std::move(snippets);

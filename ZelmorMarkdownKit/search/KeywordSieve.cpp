@@ -22,11 +22,6 @@ Bytes lane(char byte) {
     return Bytes{} + static_cast<unsigned char>(byte);
 }
 
-/// Setting bit 0x20 lowers an ASCII letter and maps no other byte onto a lower-case letter.
-Bytes caseBit(char c) {
-    return lane(ASCII::isLetter(c) ? 0x20 : 0);
-}
-
 bool isAlphanumeric(char c) {
     return ASCII::isLetter(c) || ASCII::isDigit(c);
 }
@@ -63,7 +58,7 @@ KeywordSieve::KeywordSieve(const std::vector<std::string>& stems) {
             holdsAnything = true;
             continue;
         }
-        lanes.push_back({lane(prefix[0]), caseBit(prefix[0]), lane(prefix[1]), caseBit(prefix[1])});
+        lanes.push_back({lane(prefix[0]), lane(prefix[1])});
         prefixes.push_back(std::move(prefix));
     }
 }
@@ -102,17 +97,25 @@ void KeywordSieve::forEachPlace(std::string_view text, const std::function<bool(
         return false;
     };
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
-    size_t at = 0;
+    if (!text.empty() && mayStartAny(0) && !visit(0)) return;
+    size_t at = 1;
     for (; at + 17 <= text.size(); at += 16) {
-        Bytes here, next;
+        Bytes before, here, next;
+        std::memcpy(&before, data + at - 1, 16);
         std::memcpy(&here, data + at, 16);
         std::memcpy(&next, data + at + 1, 16);
+        // A word starts after a byte that is no letter or digit (the check of the place looks
+        // past underscores).
+        const Bytes beforeLow = before | 0x20;
+        auto inWord = ((beforeLow >= 'a') & (beforeLow <= 'z')) | ((before >= '0') & (before <= '9'));
         auto joining =
             (next == '_') | (next == '@') | (next == '.') | (next == '\'') | (next == ',') | (next == ';');
+        // Setting bit 0x20 lowers letters and leaves digits alone; the few other bytes it maps
+        // onto a letter or digit are turned down by the check of each place.
+        const Bytes low = here | 0x20, nextLow = next | 0x20;
         auto found = joining & 0;
-        for (const Lanes& want : lanes)
-            found |= ((here | want.firstCase) == want.first) &
-                     (((next | want.secondCase) == want.second) | joining);
+        for (const Lanes& want : lanes) found |= (low == want.first) & ((nextLow == want.second) | joining);
+        found &= ~inWord;
         std::uint64_t halves[2];
         std::memcpy(halves, &found, 16);
         if constexpr (std::endian::native == std::endian::little) {

@@ -36,11 +36,10 @@ private:
 
     /// What each stem's words start with: lowered ASCII letters and digits, two or more.
     std::vector<std::string> prefixes;
-    /// Each prefix's first two bytes, and the bit that lowers them (0x20 for a letter), in every
-    /// lane of a 16-byte vector.
+    /// Each prefix's first two bytes in every lane of a 16-byte vector.
     using Bytes = unsigned char __attribute__((vector_size(16)));
     struct Lanes {
-        Bytes first, firstCase, second, secondCase;
+        Bytes first, second;
     };
     std::vector<Lanes> lanes;
     /// A stem no bytes can rule out (outside ASCII, too short, or the one-on-one stand-in).

@@ -140,12 +140,21 @@ size_t nextOneOnOne(std::string_view text, size_t from) {
     using Bytes = unsigned char __attribute__((vector_size(16)));
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
     size_t at = from;
+    if (at == 0 && !text.empty()) {
+        if ((text[0] == '1' || ASCII::lower(text[0]) == 'o') && mayBeginOneOnOne(text, 0)) return 0;
+        at = 1;
+    }
     for (; at + 18 <= text.size(); at += 16) {
-        Bytes a, b, c;
+        Bytes before, a, b, c;
+        std::memcpy(&before, data + at - 1, 16);
         std::memcpy(&a, data + at, 16);
         std::memcpy(&b, data + at + 1, 16);
         std::memcpy(&c, data + at + 2, 16);
-        auto found = (a == '1') | (((a | 0x20) == 'o') & ((b | 0x20) == 'n') & ((c | 0x20) == 'e'));
+        // Only after a byte that is no word character; the check of the place tells exactly.
+        const Bytes beforeLow = before | 0x20;
+        auto inWord = ((beforeLow >= 'a') & (beforeLow <= 'z')) | ((before >= '0') & (before <= '9'));
+        auto found =
+            ((a == '1') | (((a | 0x20) == 'o') & ((b | 0x20) == 'n') & ((c | 0x20) == 'e'))) & ~inWord;
         std::uint64_t halves[2];
         std::memcpy(halves, &found, 16);
         if ((halves[0] | halves[1]) == 0) continue;
