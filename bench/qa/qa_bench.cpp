@@ -6,7 +6,8 @@
 // question: the question ranking in-process, and plain Okapi BM25 over the same tokens (the
 // yardstick, computed in the same run); with SERVER, also a live zelmor-mcp --ask-tool asked
 // through ask_meetings (limit 20) and through search_meetings with the question's content words
-// (sort "relevance", limit 100), as an agent would.
+// (sort "relevance", limit 100), as an agent would, and, for its time only, through
+// search_meetings with the question's rarest word alone (the one-word search to compare with).
 //
 //   qa_bench MEETINGS_FOLDER QUESTIONS_JSONL [SERVER]
 #include "ZelmorMarkdownKit/answer/QuestionRanking.h"
@@ -20,6 +21,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -94,6 +96,22 @@ public:
             documents.push_back({std::move(counts), length});
             total += length;
         }
+    }
+
+    /// The question's content word held by the fewest meetings (but one), as written: the word
+    /// an agent that knows the folder would search for alone.
+    std::string rarestWord(const std::string& question) const {
+        std::string rarest;
+        size_t least = SIZE_MAX;
+        for (const auto& word : QueryTokenizer::words(question)) {
+            if (!QueryTokenizer::isContent(word)) continue;
+            auto found = frequency.find(word.stem);
+            if (found != frequency.end() && found->second < least) {
+                least = found->second;
+                rarest = word.raw;
+            }
+        }
+        return rarest;
     }
 
     std::vector<size_t> rank(const std::string& question) const {
@@ -215,7 +233,7 @@ int main(int argc, char** argv) {
         for (size_t d : order) ranked.push_back(meetings[d].name);
         yardstick.add(ranked, question, std::nullopt, ms);
     }
-    Tally asked, searched;
+    Tally asked, searched, oneWord;
     double peak = 0;
     if (argc == 4) {
         char homeTemplate[] = "/tmp/zelmor-qa-home-XXXXXX";
@@ -225,6 +243,13 @@ int main(int argc, char** argv) {
         bench::ServerProcess server(argv[3], argv[1], home, {"--ask-tool"});
         int id = 0;
         for (const auto& question : questions) {
+            // The rarest word alone is timed only: its rows come newest first.
+            std::string rarest = bm25.rarestWord(question.text);
+            if (!rarest.empty()) {
+                start = Clock::now();
+                server.call(bench::toolCall(++id, "search_meetings", nlohmann::json{{"query", rarest}}.dump()));
+                oneWord.add({}, question, std::nullopt, since(start));
+            }
             for (bool ask : {true, false}) {
                 nlohmann::json arguments = ask ? nlohmann::json{{"question", question.text}, {"limit", 20}}
                                                : nlohmann::json{{"query", contentWords(question.text)},
@@ -254,6 +279,7 @@ int main(int argc, char** argv) {
     if (argc == 4) {
         asked.print("ask_meetings (server)");
         searched.print("search_meetings, words");
+        oneWord.print("search, rarest word");
     }
     ranking.print("QuestionRanking::rank");
     yardstick.print("BM25 (indexed once)");
