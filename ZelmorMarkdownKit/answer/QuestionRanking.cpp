@@ -113,6 +113,8 @@ struct detail::ParsedQuestion {
     std::set<char> capitals;
     /// Rules out paragraphs that hold no keyword; none when every word is to be read.
     std::optional<KeywordSieve> sieve;
+    /// Whether a keyword holds a digit, as a word read out of a one-on-one spelling may ("1:1s").
+    bool digitInKeywords = false;
 };
 
 namespace {
@@ -136,6 +138,10 @@ detail::ParsedQuestion parse(std::string_view text, Question::Reading reading = 
     question.spaced = spacedWords(words);
     question.capitals = loneCapitals(text);
     if (reading == Question::Reading::sieved) question.sieve.emplace(question.keywords);
+    question.digitInKeywords =
+        std::any_of(question.keywords.begin(), question.keywords.end(), [](const auto& k) {
+            return std::any_of(k.begin(), k.end(), [](char c) { return c >= '0' && c <= '9'; });
+        });
     return question;
 }
 
@@ -191,10 +197,9 @@ public:
             found.turns.push_back({t, held, byNamed, pairs});
     }
 
-    /// The whole file the turns will be views into: the sieve and the checks for one-on-one
-    /// spellings and for bytes outside ASCII run over it once, rather than once for each
-    /// paragraph (what they find in a paragraph alone they find in the file, the bytes about a
-    /// paragraph being no letters or digits).
+    /// The whole file the turns will be views into: the sieve and the check for bytes outside
+    /// ASCII run over it once, rather than once for each paragraph (what they find in a paragraph alone they
+    /// find in the file, the bytes about a paragraph being no letters or digits).
     void readsFrom(std::string_view text) {
         const KeywordSieve* sieve = sieveToUse();
         if (!sieve) return;
@@ -218,12 +223,18 @@ private:
         auto readAll = [&](std::string_view part) {
             for (int tag : cache.tags(part)) take(tag, byNamed);
         };
-        if (!sieve || mayHoldOneOnOne(text, offset)) return readAll(text);
-        if (isASCII(text, offset)) return readSieved(*sieve, text, offset, byNamed);
+        if (!sieve) return readAll(text);
+        const bool ascii = isASCII(text, offset);
+        // A one-on-one spelling stands in the sieved text only between keywords (it holds none),
+        // where the words up to the next keyword are read whole; but a keyword with a digit may
+        // be read out of one, and pieces would cut one apart.
+        if ((!ascii || question.digitInKeywords) && QueryTokenizer::mayHoldOneOnOneSpelling(text))
+            return readAll(text);
+        if (ascii) return readSieved(*sieve, text, offset, byNamed);
         // Only the pieces that hold bytes outside ASCII need every word read.
-        QueryTokenizer::forEachPiece(text, [&](TextRange piece, bool ascii) {
+        QueryTokenizer::forEachPiece(text, [&](TextRange piece, bool pieceIsASCII) {
             std::string_view part = text.substr(piece.start, piece.end - piece.start);
-            if (!ascii) return readAll(part);
+            if (!pieceIsASCII) return readAll(part);
             readSieved(*sieve, part, offset ? std::optional(*offset + piece.start) : std::nullopt, byNamed);
         });
     }
@@ -268,13 +279,6 @@ private:
         }
     };
 
-    bool mayHoldOneOnOne(std::string_view text, std::optional<size_t> offset) {
-        if (!offset) return QueryTokenizer::mayHoldOneOnOneSpelling(text);
-        return oneOnOne.next(*offset, [&](size_t at) {
-            return QueryTokenizer::nextOneOnOneSpelling(file, at);
-        }) < *offset + text.size();
-    }
-
     bool isASCII(std::string_view text, std::optional<size_t> offset) {
         if (!offset) return UTF8::isASCII(text);
         return outsideASCII.next(*offset, [&](size_t at) { return UTF8::firstNonASCII(file, at); }) >=
@@ -297,6 +301,13 @@ private:
     /// Whether the words of the ASCII text from `from` (0 or where a word ends) hold one that is
     /// neither a keyword nor a stop, time or number word.
     bool holdsTopicWord(std::string_view text, size_t from) {
+        // The words between two keywords read alone as they read in the whole text (they start
+        // and end where words do), a one-on-one spelling among them included.
+        if (QueryTokenizer::mayHoldOneOnOneSpelling(text.substr(from))) {
+            for (int tag : cache.tags(text.substr(from)))
+                if (tag != notContent) return true;
+            return false;
+        }
         for (auto segment = QueryTokenizer::nextASCIISegment(text, from); segment;
              segment = QueryTokenizer::nextASCIISegment(text, segment->end)) {
             int tag = cache.tag(text.substr(segment->start, segment->end - segment->start));
@@ -353,7 +364,7 @@ private:
     // The file, when the turns are views into it.
     std::string_view file;
     std::vector<size_t> filePlaces;
-    Cursor oneOnOne, outsideASCII;
+    Cursor outsideASCII;
 };
 
 } // namespace

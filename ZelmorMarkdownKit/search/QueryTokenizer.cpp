@@ -524,10 +524,6 @@ bool mayHoldOneOnOneSpelling(std::string_view text) {
     return mayHoldOneOnOne(text);
 }
 
-size_t nextOneOnOneSpelling(std::string_view text, size_t from) {
-    return nextOneOnOne(text, from);
-}
-
 void forEachPiece(std::string_view text, const std::function<void(TextRange piece, bool ascii)>& visit) {
     // ICU breaks words before every space that follows something else, so the text can be cut
     // there; a piece that holds a byte outside ASCII runs from the cut before it to the cut after.

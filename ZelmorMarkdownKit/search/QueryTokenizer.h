@@ -95,9 +95,6 @@ private:
 /// Whether a one-on-one spelling may stand in the text; false means `words` reads the text as
 /// written, with no stand-in.
 bool mayHoldOneOnOneSpelling(std::string_view text);
-/// Where, from `from` on, a one-on-one spelling may begin; the text's size when nowhere. (In a
-/// piece of a larger text, a spelling may begin only where it may begin in the whole.)
-size_t nextOneOnOneSpelling(std::string_view text, size_t from);
 
 /// Text that holds no one-on-one spelling, cut where `words` reads the parts apart: pieces of
 /// ASCII, and pieces that hold bytes outside it, in order. Segmented one by one, they give the

@@ -247,7 +247,8 @@ int main(int argc, char** argv) {
             std::string rarest = bm25.rarestWord(question.text);
             if (!rarest.empty()) {
                 start = Clock::now();
-                server.call(bench::toolCall(++id, "search_meetings", nlohmann::json{{"query", rarest}}.dump()));
+                server.call(
+                    bench::toolCall(++id, "search_meetings", nlohmann::json{{"query", rarest}}.dump()));
                 oneWord.add({}, question, std::nullopt, since(start));
             }
             for (bool ask : {true, false}) {
