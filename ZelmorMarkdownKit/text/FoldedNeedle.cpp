@@ -48,6 +48,10 @@ FoldedNeedle::FoldedNeedle(std::string folded) : needle(std::move(folded)) {
         if (second == anchor || commonness(c) >= commonness(static_cast<unsigned char>(needle[second])))
             second = i;
     }
+    // Accented Latin letters, the usual non-ASCII text of a transcript, are two bytes long:
+    // whether each may fold into the needle is asked of the fold table once.
+    if (byteWise)
+        for (char32_t c = 0x80; c < twoByteLimit; ++c) twoByteMayFold[c] = mayFoldInto(c);
 }
 
 bool FoldedNeedle::occursIn(std::string_view text) const {
@@ -235,8 +239,16 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
         at = UTF8::firstNonASCII(text, at);
         if (at == text.size()) break;
         size_t start = at;
-        char32_t c = UTF8::decode(text, at);
-        if (!mayFoldInto(c)) continue;
+        const auto lead = static_cast<unsigned char>(text[at]);
+        char32_t c;
+        if (lead >= 0xC2 && lead <= 0xDF && at + 1 < text.size() && isContinuation(text[at + 1])) {
+            c = static_cast<char32_t>((lead & 0x1F) << 6 | (static_cast<unsigned char>(text[at + 1]) & 0x3F));
+            at += 2;
+            if (!twoByteMayFold[c]) continue;
+        } else {
+            c = UTF8::decode(text, at);
+            if (!mayFoldInto(c)) continue;
+        }
         if (auto known = acrossOneLetter(text, start, at, c)) {
             if (*known) return true;
             continue;

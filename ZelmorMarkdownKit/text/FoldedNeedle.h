@@ -2,6 +2,7 @@
 // rules a file out of a search before its body is parsed.
 #pragma once
 
+#include <bitset>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,6 +49,9 @@ private:
     size_t second = 0;
     /// Which bytes the needle holds.
     bool holds[256] = {};
+    /// `mayFoldInto` of each code point written in two bytes, below `twoByteLimit`.
+    static constexpr char32_t twoByteLimit = 0x800;
+    std::bitset<twoByteLimit> twoByteMayFold;
 };
 
 } // namespace zelmor
