@@ -111,7 +111,7 @@ struct detail::ParsedQuestion {
     std::set<std::pair<size_t, size_t>> pairs;
     std::string spaced;
     std::set<char> capitals;
-    /// Rules out paragraphs that hold no keyword; none when every word is to be read.
+    /// Finds the places where a keyword may stand; none when every word is to be read.
     std::optional<KeywordSieve> sieve;
     /// Whether a keyword holds a digit, as a word read out of a one-on-one spelling may ("1:1s").
     bool digitInKeywords = false;

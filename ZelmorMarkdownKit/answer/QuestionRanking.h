@@ -76,7 +76,8 @@ struct ParsedQuestion;
 class Question {
 public:
     enum class Reading {
-        /// Paragraphs whose bytes cannot hold a keyword are not tokenized.
+        /// Only the words at the places a byte sieve finds, and the words after a keyword up to
+        /// the next topic word, are tokenized.
         sieved,
         /// Every word is tokenized: the plain path the sieved one must agree with.
         everyWord

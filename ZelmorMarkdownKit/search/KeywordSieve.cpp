@@ -1,12 +1,11 @@
-// Sixteen places at a time, the sieve looks for a prefix's first character followed by its
-// second or by a joining mark; each such place is then checked by hand. Words are found the
-// way `QueryTokenizer::words` segments ASCII text, but leniently: a place it cannot rule out
-// counts as a find, which costs only the tokenizing the sieve was meant to spare.
+// Sixteen places at a time, the sieve looks for a prefix's first character at the start of a
+// word, followed by its second or by a joining mark; each such place is then checked by hand. Words are found
+// the way `QueryTokenizer::words` segments ASCII text, but leniently: a place it cannot rule out counts as a
+// find, which costs only the tokenizing the sieve was meant to spare.
 #include "ZelmorMarkdownKit/search/KeywordSieve.h"
 
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/text/ASCII.h"
-#include "ZelmorMarkdownKit/text/UTF8.h"
 
 #include <bit>
 #include <cstdint>
@@ -76,17 +75,6 @@ bool KeywordSieve::mayStartAt(std::string_view text, size_t at, std::string_view
         ++matched;
     }
     return true;
-}
-
-bool KeywordSieve::mayHold(std::string_view text) const {
-    if (holdsAnything) return true;
-    if (!UTF8::isASCII(text)) return true;
-    bool found = false;
-    forEachPlace(text, [&](size_t) {
-        found = true;
-        return false;
-    });
-    return found;
 }
 
 void KeywordSieve::forEachPlace(std::string_view text, const std::function<bool(size_t)>& visit) const {

@@ -11,16 +11,13 @@ namespace zelmor {
 
 /// Stems (as `QueryTokenizer::stem` gives them) to look for in raw text.
 ///
-/// `mayHold(text)` is false only when no word of `QueryTokenizer::words(text)` has one of the
-/// stems, so skipping such text changes no count. A word's stem, less a final "y" (from "ies"),
-/// starts its normalised form, which is its letters and digits lowered: in ASCII text the word
-/// then starts at a place where that prefix stands, with at most joining marks ("_", "'", ".",
-/// ",", ";", "@") between its characters. Text outside ASCII is never ruled out.
+/// A word's stem, less a final "y" (from "ies"), starts its normalised form, which is its
+/// letters and digits lowered: in ASCII text the word then starts at a place where that prefix
+/// stands, with at most joining marks ("_", "'", ".", ",", ";", "@") between its characters. No
+/// word of `QueryTokenizer::words(text)` with one of the stems starts anywhere else.
 class KeywordSieve {
 public:
     explicit KeywordSieve(const std::vector<std::string>& stems);
-
-    bool mayHold(std::string_view text) const;
 
     /// For ASCII text: each place, in order, where a word holding one of the stems may have its
     /// first letter or digit, until `visit` answers false. Every such word's place is among them.
