@@ -322,11 +322,22 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
         std::vector<std::string> snippets;
         auto text = MeetingStore::readTextAgain(meeting.path);
-        if (auto whole = text ? MarkdownTranscriptParser::parse(*text) : std::nullopt) {
+        if (auto header = text ? MarkdownTranscriptParser::parseFrontmatter(*text) : std::nullopt) {
             QuestionRanking::Hit shown = hit;
-            TranscriptDocument header = *MarkdownTranscriptParser::parseFrontmatter(*text);
-            shown.answerTurns = asked.answerTurns(asked.evidence(*text, header), weights);
-            snippets = QuestionRanking::snippets(*whole, shown);
+            shown.answerTurns = asked.answerTurns(asked.evidence(*text, *header), weights);
+            // Only the answer turns are copied out of the text; the others stay empty.
+            size_t index = 0;
+            MarkdownTranscriptParser::parseBody(
+                *text, *header, [&](const MarkdownTranscriptParser::TurnText& turn) {
+                    TranscriptDocument::Turn& kept = header->turns.emplace_back();
+                    if (std::find(shown.answerTurns.begin(), shown.answerTurns.end(), index++) ==
+                        shown.answerTurns.end())
+                        return;
+                    kept.speaker = turn.speaker;
+                    for (size_t k = 0; k < turn.paragraphs.size(); ++k)
+                        kept.text.append(k > 0 ? "\n\n" : "").append(turn.paragraphs[k]);
+                });
+            snippets = QuestionRanking::snippets(*header, shown);
         }
         row["snippets"] = std::move(snippets);
         rows.push_back(std::move(row));
