@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <functional>
