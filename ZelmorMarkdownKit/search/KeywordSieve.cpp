@@ -6,20 +6,13 @@
 
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/text/ASCII.h"
+#include "ZelmorMarkdownKit/text/ByteBlocks.h"
 
-#include <bit>
-#include <cstdint>
 #include <cstring>
 
 namespace zelmor {
 
 namespace {
-
-using Bytes = unsigned char __attribute__((vector_size(16)));
-
-Bytes lane(char byte) {
-    return Bytes{} + static_cast<unsigned char>(byte);
-}
 
 bool isAlphanumeric(char c) {
     return ASCII::isLetter(c) || ASCII::isDigit(c);
@@ -57,7 +50,8 @@ KeywordSieve::KeywordSieve(const std::vector<std::string>& stems) {
             holdsAnything = true;
             continue;
         }
-        lanes.push_back({lane(prefix[0]), lane(prefix[1])});
+        lanes.push_back({ByteBlocks::lane(static_cast<unsigned char>(prefix[0])),
+                         ByteBlocks::lane(static_cast<unsigned char>(prefix[1]))});
         prefixes.push_back(std::move(prefix));
     }
 }
@@ -88,14 +82,8 @@ void KeywordSieve::forEachPlace(std::string_view text, const std::function<bool(
     if (!text.empty() && mayStartAny(0) && !visit(0)) return;
     size_t at = 1;
     for (; at + 17 <= text.size(); at += 16) {
-        Bytes before, here, next;
-        std::memcpy(&before, data + at - 1, 16);
-        std::memcpy(&here, data + at, 16);
-        std::memcpy(&next, data + at + 1, 16);
-        // A word starts after a byte that is no letter or digit (the check of the place looks
-        // past underscores).
-        const Bytes beforeLow = before | 0x20;
-        auto inWord = ((beforeLow >= 'a') & (beforeLow <= 'z')) | ((before >= '0') & (before <= '9'));
+        using namespace ByteBlocks;
+        const Bytes here = load(data + at), next = load(data + at + 1);
         auto joining =
             (next == '_') | (next == '@') | (next == '.') | (next == '\'') | (next == ',') | (next == ';');
         // Setting bit 0x20 lowers letters and leaves digits alone; the few other bytes it maps
@@ -103,22 +91,10 @@ void KeywordSieve::forEachPlace(std::string_view text, const std::function<bool(
         const Bytes low = here | 0x20, nextLow = next | 0x20;
         auto found = joining & 0;
         for (const Lanes& want : lanes) found |= (low == want.first) & ((nextLow == want.second) | joining);
-        found &= ~inWord;
-        std::uint64_t halves[2];
-        std::memcpy(halves, &found, 16);
-        if constexpr (std::endian::native == std::endian::little) {
-            // A found place is a byte of 0xff; the lowest set bit is the first in memory order.
-            for (size_t half = 0; half < 2; ++half)
-                for (std::uint64_t bytes = halves[half]; bytes != 0;) {
-                    const int bit = std::countr_zero(bytes);
-                    const size_t i = at + half * 8 + static_cast<size_t>(bit / 8);
-                    if (mayStartAny(i) && !visit(i)) return;
-                    bytes &= ~(std::uint64_t{0xff} << (bit & ~7));
-                }
-        } else {
-            for (size_t i = 0; i < 16; ++i)
-                if (found[i] != 0 && mayStartAny(at + i) && !visit(at + i)) return;
-        }
+        // A word starts after a byte that is no letter or digit (the check of the place looks
+        // past underscores).
+        found &= ~letterOrDigit(load(data + at - 1));
+        if (!forEachMarked(found, [&](size_t i) { return !mayStartAny(at + i) || visit(at + i); })) return;
     }
     for (; at < text.size(); ++at)
         if (mayStartAny(at) && !visit(at)) return;

@@ -2,6 +2,8 @@
 // the text that may hold one is tokenized: most of a long meeting never mentions the question.
 #pragma once
 
+#include "ZelmorMarkdownKit/text/ByteBlocks.h"
+
 #include <functional>
 #include <string>
 #include <string_view>
@@ -34,9 +36,8 @@ private:
     /// What each stem's words start with: lowered ASCII letters and digits, two or more.
     std::vector<std::string> prefixes;
     /// Each prefix's first two bytes in every lane of a 16-byte vector.
-    using Bytes = unsigned char __attribute__((vector_size(16)));
     struct Lanes {
-        Bytes first, second;
+        ByteBlocks::Bytes first, second;
     };
     std::vector<Lanes> lanes;
     /// A stem no bytes can rule out (outside ASCII, too short, or the one-on-one stand-in).

@@ -5,6 +5,7 @@
 
 #include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/text/ASCII.h"
+#include "ZelmorMarkdownKit/text/ByteBlocks.h"
 #include "ZelmorMarkdownKit/text/ICUText.h"
 #include "ZelmorMarkdownKit/text/TextFolding.h"
 #include "ZelmorMarkdownKit/text/UTF8.h"
@@ -137,7 +138,7 @@ bool mayBeginOneOnOne(std::string_view text, size_t at) {
 /// byte-wise test misses nothing, and it keeps the regex off most texts with "one" in them.
 /// Sixteen places at a time, only a "1" or an "one" is looked at more closely.
 size_t nextOneOnOne(std::string_view text, size_t from) {
-    using Bytes = unsigned char __attribute__((vector_size(16)));
+    using namespace ByteBlocks;
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
     size_t at = from;
     if (at == 0 && !text.empty()) {
@@ -145,21 +146,17 @@ size_t nextOneOnOne(std::string_view text, size_t from) {
         at = 1;
     }
     for (; at + 18 <= text.size(); at += 16) {
-        Bytes before, a, b, c;
-        std::memcpy(&before, data + at - 1, 16);
-        std::memcpy(&a, data + at, 16);
-        std::memcpy(&b, data + at + 1, 16);
-        std::memcpy(&c, data + at + 2, 16);
+        const Bytes a = load(data + at), b = load(data + at + 1), c = load(data + at + 2);
         // Only after a byte that is no word character; the check of the place tells exactly.
-        const Bytes beforeLow = before | 0x20;
-        auto inWord = ((beforeLow >= 'a') & (beforeLow <= 'z')) | ((before >= '0') & (before <= '9'));
-        auto found =
-            ((a == '1') | (((a | 0x20) == 'o') & ((b | 0x20) == 'n') & ((c | 0x20) == 'e'))) & ~inWord;
-        std::uint64_t halves[2];
-        std::memcpy(halves, &found, 16);
-        if ((halves[0] | halves[1]) == 0) continue;
-        for (size_t i = 0; i < 16; ++i)
-            if (found[i] != 0 && mayBeginOneOnOne(text, at + i)) return at + i;
+        auto found = ((a == '1') | (((a | 0x20) == 'o') & ((b | 0x20) == 'n') & ((c | 0x20) == 'e'))) &
+                     ~letterOrDigit(load(data + at - 1));
+        size_t begins = text.size();
+        forEachMarked(found, [&](size_t i) {
+            if (!mayBeginOneOnOne(text, at + i)) return true;
+            begins = at + i;
+            return false;
+        });
+        if (begins < text.size()) return begins;
     }
     for (; at < text.size(); ++at)
         if ((text[at] == '1' || ASCII::lower(text[at]) == 'o') && mayBeginOneOnOne(text, at)) return at;

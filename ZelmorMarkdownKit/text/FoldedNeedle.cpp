@@ -3,6 +3,7 @@
 // only when its folded form is empty (a dropped mark) or shares a byte with the needle.
 #include "ZelmorMarkdownKit/text/FoldedNeedle.h"
 
+#include "ZelmorMarkdownKit/text/ByteBlocks.h"
 #include "ZelmorMarkdownKit/text/TextFolding.h"
 #include "ZelmorMarkdownKit/text/UTF8.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
@@ -105,14 +106,9 @@ bool FoldedNeedle::matchesAt(const unsigned char* start) const {
 }
 
 bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonASCII) const {
-    using Bytes = unsigned char __attribute__((vector_size(16)));
+    using namespace ByteBlocks;
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
     const size_t last = text.size() - needle.size(); // the last place the needle can start
-    auto lane = [](unsigned char byte) {
-        Bytes all;
-        for (int i = 0; i < 16; ++i) all[i] = byte;
-        return all;
-    };
     if (last + 1 - from < 16) {
         if (nonASCII) *nonASCII = !UTF8::isASCII(text);
         for (size_t start = from; start <= last; ++start)
@@ -120,24 +116,19 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
         return false;
     }
     // Setting bit 0x20 lowers an ASCII letter and maps no other byte onto a lower-case letter.
-    auto caseBit = [](char c) { return isASCIILetter(static_cast<unsigned char>(c)) ? 0x20 : 0; };
+    auto caseBit = [](char c) -> unsigned char {
+        return isASCIILetter(static_cast<unsigned char>(c)) ? 0x20 : 0;
+    };
     const Bytes firstByte = lane(static_cast<unsigned char>(needle[anchor])),
                 firstCase = lane(caseBit(needle[anchor]));
     const Bytes secondByte = lane(static_cast<unsigned char>(needle[second])),
                 secondCase = lane(caseBit(needle[second]));
     Bytes seen = lane(0); // every anchor-side byte loaded, ORed, for the high bit
     auto block = [&](size_t start) {
-        Bytes a, b;
-        std::memcpy(&a, data + start + anchor, 16);
-        std::memcpy(&b, data + start + second, 16);
+        const Bytes a = load(data + start + anchor), b = load(data + start + second);
         seen |= a;
         auto both = ((a | firstCase) == firstByte) & ((b | secondCase) == secondByte);
-        std::uint64_t halves[2];
-        std::memcpy(halves, &both, 16);
-        if ((halves[0] | halves[1]) == 0) return false;
-        for (size_t i = 0; i < 16; ++i)
-            if (both[i] != 0 && matchesAt(data + start + i)) return true;
-        return false;
+        return !forEachMarked(both, [&](size_t i) { return !matchesAt(data + start + i); });
     };
     size_t start = from;
     for (; start + 16 <= last + 1; start += 16)
