@@ -288,9 +288,8 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         } else {
             MarkdownTranscriptParser::parseBody(file.text, file.header);
             if (!scope.admits(file.path, file.header)) return std::nullopt;
-            found.emplace(Weighed{{file.path, {}}, asked.evidence(file.header)});
-            found->evidence.turns.clear();
-            found->evidence.turns.shrink_to_fit();
+            found.emplace(Weighed{{file.path, {}},
+                                  asked.evidence(file.header, QuestionRanking::Question::Keep::counts)});
         }
         TranscriptDocument& kept = found->meeting.doc;
         kept.title = std::move(file.header.title);

@@ -265,23 +265,15 @@ private:
         if (previous != none && holdsTopicWord(text, from)) previous = none;
     }
 
-    /// The next place, at or after `offset`, that `find` gives in the file: found again only when
-    /// the last answer lies before `offset` (the turns come in file order).
-    struct Cursor {
-        size_t from = SIZE_MAX, found = 0;
-        template <typename Find> size_t next(size_t offset, Find&& find) {
-            if (from > offset || found < offset) {
-                from = offset;
-                found = find(offset);
-            }
-            return found;
-        }
-    };
-
     bool isASCII(std::string_view text, std::optional<size_t> offset) {
         if (!offset) return UTF8::isASCII(text);
-        return outsideASCII.next(*offset, [&](size_t at) { return UTF8::firstNonASCII(file, at); }) >=
-               *offset + text.size();
+        // Paragraphs come in file order: the next byte outside ASCII is looked for again only
+        // once the paragraphs have passed the last one found.
+        if (outsideFrom > *offset || nextOutside < *offset) {
+            outsideFrom = *offset;
+            nextOutside = UTF8::firstNonASCII(file, *offset);
+        }
+        return nextOutside >= *offset + text.size();
     }
 
     const KeywordSieve* sieveToUse() const {
@@ -363,7 +355,8 @@ private:
     // The file, when the turns are views into it.
     std::string_view file;
     std::vector<size_t> filePlaces;
-    Cursor outsideASCII;
+    // Where the file's next byte outside ASCII stands from `outsideFrom` on.
+    size_t outsideFrom = SIZE_MAX, nextOutside = 0;
 };
 
 } // namespace
@@ -409,8 +402,8 @@ Evidence Question::gather(const TranscriptDocument& header, Keep keep, Feed&& fe
     return gatherer.finish();
 }
 
-Evidence Question::evidence(const TranscriptDocument& document) const {
-    return gather(document, Keep::turns, [&](Gatherer& gatherer) {
+Evidence Question::evidence(const TranscriptDocument& document, Keep keep) const {
+    return gather(document, keep, [&](Gatherer& gatherer) {
         for (const auto& turn : document.turns) {
             const std::string_view text = turn.text;
             gatherer.turn(turn.speaker, std::span(&text, 1));

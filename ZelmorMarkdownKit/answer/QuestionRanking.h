@@ -90,8 +90,7 @@ public:
 
     /// As `QuestionRanking::keywords`.
     const std::vector<std::string>& keywords() const;
-    /// What the meeting holds of the question. Safe to call from several threads at once.
-    Evidence evidence(const TranscriptDocument& document) const;
+
     /// What of a meeting's evidence to keep.
     enum class Keep {
         /// The turns that hold a keyword too, which answer turns are found in.
@@ -101,6 +100,8 @@ public:
         counts
     };
 
+    /// What the meeting holds of the question. Safe to call from several threads at once.
+    Evidence evidence(const TranscriptDocument& document, Keep keep = Keep::turns) const;
     /// As `evidence(document)` for the transcript `text` whose frontmatter `header` holds, read
     /// turn by turn as `MarkdownTranscriptParser::parseBody` hands them over without copying them:
     /// the header gets the sections, not the turns.
