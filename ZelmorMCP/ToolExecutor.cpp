@@ -10,6 +10,7 @@
 #include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 #include "ZelmorMarkdownKit/text/JSONWriter.h"
 #include "ZelmorMarkdownKit/text/Whitespace.h"
+#include "ZelmorMarkdownKit/text/Workers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -306,9 +307,20 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
     auto hits = asked.rank(evidence);
     const auto weights = asked.weights(evidence);
 
+    // The rows shown are read again side by side: long meetings take a while each.
+    const size_t shown = std::min(hits.size(), static_cast<size_t>(limit));
+    std::vector<std::vector<std::string>> snippets(shown);
+    Workers::forEachIndex(shown, Workers::count(0, shown), [&](size_t i, unsigned) {
+        try {
+            if (auto text = MeetingStore::readTextAgain(weighed[hits[i].index].meeting.path))
+                snippets[i] = asked.snippets(*text, hits[i], weights);
+        } catch (...) {
+            // A file that cannot be read again (gone, out of memory) shows no snippets.
+        }
+    });
     auto rows = json::array();
-    for (const auto& hit : hits) {
-        if (static_cast<long long>(rows.size()) == limit) break;
+    for (size_t i = 0; i < shown; ++i) {
+        const QuestionRanking::Hit& hit = hits[i];
         const MeetingStore::Meeting& meeting = weighed[hit.index].meeting;
         const TranscriptDocument& doc = meeting.doc;
         json row = {{"path", meeting.path},
@@ -319,26 +331,7 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
                     {"relevance", std::round(hit.relevance * 1000) / 1000},
                     {"matched_keywords", hit.matchedKeywords}};
         if (!doc.startedAt.empty()) row["started_at"] = doc.startedAt;
-        std::vector<std::string> snippets;
-        auto text = MeetingStore::readTextAgain(meeting.path);
-        if (auto header = text ? MarkdownTranscriptParser::parseFrontmatter(*text) : std::nullopt) {
-            QuestionRanking::Hit shown = hit;
-            shown.answerTurns = asked.answerTurns(asked.evidence(*text, *header), weights);
-            // Only the answer turns are copied out of the text; the others stay empty.
-            size_t index = 0;
-            MarkdownTranscriptParser::parseBody(
-                *text, *header, [&](const MarkdownTranscriptParser::TurnText& turn) {
-                    TranscriptDocument::Turn& kept = header->turns.emplace_back();
-                    if (std::find(shown.answerTurns.begin(), shown.answerTurns.end(), index++) ==
-                        shown.answerTurns.end())
-                        return;
-                    kept.speaker = turn.speaker;
-                    for (size_t k = 0; k < turn.paragraphs.size(); ++k)
-                        kept.text.append(k > 0 ? "\n\n" : "").append(turn.paragraphs[k]);
-                });
-            snippets = QuestionRanking::snippets(*header, shown);
-        }
-        row["snippets"] = std::move(snippets);
+        row["snippets"] = std::move(snippets[i]);
         rows.push_back(std::move(row));
     }
     json data = {{"question", *question},

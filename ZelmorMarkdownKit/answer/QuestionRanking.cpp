@@ -527,6 +527,27 @@ std::vector<Hit> Question::rank(const std::vector<Evidence>& evidence) const {
     return hits;
 }
 
+std::vector<std::string> Question::snippets(std::string_view text, const Hit& hit,
+                                            const std::vector<double>& weights) const {
+    auto header = MarkdownTranscriptParser::parseFrontmatter(text);
+    if (!header) return {};
+    // One reading both finds the answer turns and copies the turns out for their snippets.
+    const Evidence found = gather(*header, Keep::turns, [&](Gatherer& gatherer) {
+        gatherer.readsFrom(text);
+        MarkdownTranscriptParser::parseBody(
+            text, *header, [&](const MarkdownTranscriptParser::TurnText& turn) {
+                gatherer.turn(turn.speaker, turn.paragraphs);
+                TranscriptDocument::Turn& kept = header->turns.emplace_back();
+                kept.speaker = turn.speaker;
+                for (size_t p = 0; p < turn.paragraphs.size(); ++p)
+                    kept.text.append(p > 0 ? "\n\n" : "").append(turn.paragraphs[p]);
+            });
+    });
+    Hit shown = hit;
+    shown.answerTurns = answerTurns(found, weights);
+    return QuestionRanking::snippets(*header, shown);
+}
+
 std::vector<std::string> snippets(const TranscriptDocument& document, const Hit& hit) {
     std::vector<std::string> found;
     for (size_t turn : hit.answerTurns) {

@@ -116,6 +116,10 @@ public:
     /// The answer turns `rank` gives a meeting, from evidence that kept its turns, under the
     /// weights of the ranking it was part of.
     std::vector<size_t> answerTurns(const Evidence& evidence, const std::vector<double>& weights) const;
+    /// The `snippets` of a hit ranked from counts alone, its meeting's transcript `text` read
+    /// again for its answer turns (under `weights`); none when the text no longer parses.
+    std::vector<std::string> snippets(std::string_view text, const Hit& hit,
+                                      const std::vector<double>& weights) const;
 
 private:
     template <typename Feed> Evidence gather(const TranscriptDocument& header, Keep keep, Feed&& feed) const;
