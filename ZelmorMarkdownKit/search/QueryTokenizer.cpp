@@ -378,6 +378,16 @@ void forEachSegmentUsingICU(std::string_view text, const SegmentVisitor& visit) 
     }
 }
 
+/// The length of the mark at `at` that `forEachPiece` cuts about ("–", "—", "…", "“", "”"),
+/// when ASCII or the end follows it; else 0.
+size_t wordlessMarkAt(std::string_view text, size_t at) {
+    if (at + 3 > text.size() || text[at] != '\xE2' || text[at + 1] != '\x80') return 0;
+    const char last = text[at + 2];
+    const bool wordless =
+        last == '\x93' || last == '\x94' || last == '\xA6' || last == '\x9C' || last == '\x9D';
+    return wordless && (at + 3 == text.size() || static_cast<unsigned char>(text[at + 3]) < 0x80) ? 3 : 0;
+}
+
 /// Text outside ASCII, read in pieces: ASCII pieces are segmented without ICU.
 void forEachSegmentOfMixed(std::string_view text, const SegmentVisitor& visit) {
     if (mayHoldOneOnOne(text)) return forEachSegmentUsingICU(text, visit);
@@ -528,6 +538,14 @@ void forEachPiece(std::string_view text, const std::function<void(TextRange piec
     size_t from = 0;
     while (from < text.size()) {
         const size_t outside = UTF8::firstNonASCII(text, from);
+        // Dashes, the ellipsis and double curly quotes are no word and ICU breaks on both sides
+        // of them (after, unless a mark joins them): the text is cut about them too, and they
+        // belong to no piece. Transcripts are full of them.
+        if (size_t length = wordlessMarkAt(text, outside)) {
+            if (outside > from) visit(TextRange{from, outside}, true);
+            from = outside + length;
+            continue;
+        }
         size_t start = outside;
         while (start > from && start < text.size() && !cutBefore(start)) --start;
         if (start > from) visit(TextRange{from, start}, true);

@@ -97,8 +97,8 @@ private:
 bool mayHoldOneOnOneSpelling(std::string_view text);
 
 /// Text that holds no one-on-one spelling, cut where `words` reads the parts apart: pieces of
-/// ASCII, and pieces that hold bytes outside it, in order. Segmented one by one, they give the
-/// words of the whole.
+/// ASCII, and pieces that hold bytes outside it, in order (dashes and such between them, which
+/// hold no word, belong to none). Segmented one by one, they give the words of the whole.
 void forEachPiece(std::string_view text, const std::function<void(TextRange piece, bool ascii)>& visit);
 
 // Segments of ASCII text that holds no one-on-one spelling, one at a time: where `words` reads

@@ -232,12 +232,14 @@ TEST(QuestionRanking, TheSieveAndTheTurnsReadInPlaceChangeNoEvidence) {
     // nouns mapped onto verbs, one-on-one spellings), words of no topic between keywords, and
     // text outside ASCII; each meeting read three ways must hold the same evidence.
     const std::vector<std::string> pieces = {
-        "budget",   "Budgets",   "BUDGETING",  "b_udget", "bud'get",  "x.budget", "1.budget",  "_budget",
-        "budge",    "the",       "and",        "of",      "launch",   "launches", "re-launch", "launch's",
-        "plan",     "planned",   "plans.",     "plan,",   "decision", "decide",   "decided",   "policy",
-        "policies", "polic",     "one-on-one", "1:1",     "1:1s",     "2.1s",     "q3",        "one on one",
-        "zeppelin", "zeppelins", "Zoë",        "—",       "“budget”", "budgét",   "ﬁnance",    "finance",
-        "Ana",      "said",      "\n\n",       " ",       " ",        " ",        ", ",        ". "};
+        "budget",    "Budgets",  "BUDGETING", "b_udget",    "bud'get",  "x.budget",   "1.budget",
+        "_budget",   "budge",    "the",       "and",        "of",       "launch",     "launches",
+        "re-launch", "launch's", "plan",      "planned",    "plans.",   "plan,",      "decision",
+        "decide",    "decided",  "policy",    "policies",   "polic",    "one-on-one", "1:1",
+        "1:1s",      "2.1s",     "q3",        "one on one", "zeppelin", "zeppelins",  "Zoë",
+        "—",         "“budget”", "budgét",    "ﬁnance",     "finance",  "Ana",        "said",
+        "\n\n",      " ",        " ",         " ",          ", ",       ". ",         "budget—plan",
+        "…",         "–launch",  "plan”"};
     const std::vector<std::string> questions = {"What did we decide about the budget and the launch plan?",
                                                 "What did Ana say about the policies?",
                                                 "Any news on the zeppelin finance?",
