@@ -7,7 +7,8 @@
 // yardstick, computed in the same run); with SERVER, also a live zelmor-mcp --ask-tool asked
 // through ask_meetings (limit 20) and through search_meetings with the question's content words
 // (sort "relevance", limit 100), as an agent would, and, for its time only, through
-// search_meetings with the question's rarest word alone (the one-word search to compare with).
+// search_meetings with the question's rarest word alone (the one-word search to compare with)
+// and through ask_meetings at its default limit.
 //
 //   qa_bench MEETINGS_FOLDER QUESTIONS_JSONL [SERVER]
 #include "ZelmorMarkdownKit/answer/QuestionRanking.h"
@@ -233,7 +234,7 @@ int main(int argc, char** argv) {
         for (size_t d : order) ranked.push_back(meetings[d].name);
         yardstick.add(ranked, question, std::nullopt, ms);
     }
-    Tally asked, searched, oneWord;
+    Tally asked, askedAsIs, searched, oneWord;
     double peak = 0;
     if (argc == 4) {
         char homeTemplate[] = "/tmp/zelmor-qa-home-XXXXXX";
@@ -243,7 +244,12 @@ int main(int argc, char** argv) {
         bench::ServerProcess server(argv[3], argv[1], home, {"--ask-tool"});
         int id = 0;
         for (const auto& question : questions) {
-            // The rarest word alone is timed only: its rows come newest first.
+            // Timed only: the question at the default limit of five rows, and the rarest word
+            // alone (its rows come newest first).
+            start = Clock::now();
+            server.call(
+                bench::toolCall(++id, "ask_meetings", nlohmann::json{{"question", question.text}}.dump()));
+            askedAsIs.add({}, question, std::nullopt, since(start));
             std::string rarest = bm25.rarestWord(question.text);
             if (!rarest.empty()) {
                 start = Clock::now();
@@ -279,6 +285,7 @@ int main(int argc, char** argv) {
     std::printf("|---|---:|---:|---:|---:|---:|\n");
     if (argc == 4) {
         asked.print("ask_meetings (server)");
+        askedAsIs.print("ask, default limit");
         searched.print("search_meetings, words");
         oneWord.print("search, rarest word");
     }
