@@ -293,16 +293,16 @@ private:
     /// neither a keyword nor a stop, time or number word.
     bool holdsTopicWord(std::string_view text, size_t from) {
         // The words between two keywords read alone as they read in the whole text (they start
-        // and end where words do), a one-on-one spelling among them included.
-        if (QueryTokenizer::mayHoldOneOnOneSpelling(text.substr(from))) {
-            for (int tag : cache.tags(text.substr(from)))
-                if (tag != notContent) return true;
-            return false;
-        }
+        // and end where words do). A one-on-one spelling reads as one topic word, so it matters
+        // only where the words read one by one hold none: it is looked for last.
         for (auto segment = QueryTokenizer::nextASCIISegment(text, from); segment;
              segment = QueryTokenizer::nextASCIISegment(text, segment->end)) {
             int tag = cache.tag(text.substr(segment->start, segment->end - segment->start));
             if (tag != notContent && tag != QueryTokenizer::WordCache::noWord) return true;
+        }
+        if (QueryTokenizer::mayHoldOneOnOneSpelling(text.substr(from))) {
+            for (int tag : cache.tags(text.substr(from)))
+                if (tag != notContent) return true;
         }
         return false;
     }
