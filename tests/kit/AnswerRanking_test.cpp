@@ -239,7 +239,7 @@ TEST(QuestionRanking, TheSieveAndTheTurnsReadInPlaceChangeNoEvidence) {
         "1:1s",      "2.1s",     "q3",        "one on one", "zeppelin", "zeppelins",  "Zoë",
         "—",         "“budget”", "budgét",    "ﬁnance",     "finance",  "Ana",        "said",
         "\n\n",      " ",        " ",         " ",          ", ",       ". ",         "budget—plan",
-        "…",         "–launch",  "plan”"};
+        "…",         "–launch",  "plan”",     "launch 1:1"};
     const std::vector<std::string> questions = {"What did we decide about the budget and the launch plan?",
                                                 "What did Ana say about the policies?",
                                                 "Any news on the zeppelin finance?",
