@@ -24,7 +24,6 @@ TEST(CueParser, Snippets) {
         // Only a signed or bare integer above a timing line is a cue number.
         {"1\n00:00:01,000 --> 00:00:02,000\nAna: One.\n", {{"Ana", "One."}}},
         {"42\nthe answer\n", {{"Speaker 1", "42 the answer"}}},
-        {"intro\n" + cue + "Hello\n", {{"Speaker 1", "intro 00:01.000 --> 00:02.000 Hello"}}},
         {"-7\n" + cue + "Hello\n", {{"Speaker 1", "Hello"}}},
         {"7a\n" + cue + "Hello\n", {{"Speaker 1", "7a 00:01.000 --> 00:02.000 Hello"}}},
         // A cue is one turn spoken by the first speaker it names.
@@ -55,7 +54,7 @@ TEST(SpeakerMarkdownParser, TitleAndDateFromFrontmatterHeadingOrBodyAndTheTurns)
     EXPECT_EQ(parse("---\ntitle: Not read\nAna: hi\n"), (SpeakerMarkdown{{{"Ana", "hi"}}, {}, {}}));
 }
 
-TEST(SpeakerNames, SectionWordsPlausibleAndNameShapedLabels) {
+TEST(SpeakerNames, SectionWordsPlausibleAndNameShapedLabelsSelfNamesAndMarkupStripped) {
     for (const char* word : {"Action Items", "AI-generated notes", "HTTPS"})
         EXPECT_TRUE(isSectionWord(word)) << word;
     for (const char* word : {"action", "Speaker 1"}) EXPECT_FALSE(isSectionWord(word)) << word;
@@ -70,16 +69,11 @@ TEST(SpeakerNames, SectionWordsPlausibleAndNameShapedLabels) {
          std::vector<std::string>{"", "One Two Three Four Five", "Ana  Lopez", "ana@example.com", "1234",
                                   std::string(49, 'a'), combining + "e"})
         EXPECT_FALSE(isPlausibleName(name)) << name;
-    for (char c : std::string(".!?,;\"'()[]{}<>/\\|@"))
-        EXPECT_FALSE(isPlausibleName(std::string("Ana") + c + "B")) << c;
     for (const char* name :
          {"Ana Lopez", "Speaker 1", "O\u2019Brien", "Jean-Luc O'Neil Jr.", "Émile", "2nd Caller"})
         EXPECT_TRUE(isNameShaped(name)) << name;
     for (const char* name : {"ana", "Ana lopez", "Ana, Ben", "A B C D E", ""})
         EXPECT_FALSE(isNameShaped(name)) << name;
-}
-
-TEST(SpeakerNames, NormalisingAndStrippingMarkup) {
     for (const char* self : {"  you ", "ME", "Self", "myself"})
         EXPECT_EQ(normalizeSpeaker(self), "Me") << self;
     EXPECT_EQ(normalizeSpeaker("\tdana KIM "), "dana KIM");
@@ -111,7 +105,6 @@ TEST(SpeakerLines, EachReaderTakesItsOwnShapeAndRefusesTheRest) {
         {inlineSpeaker, "Ana:", SpeakerLine{"Ana", ""}},
         {inlineSpeaker, "Action items: ship it", none},
         {inlineSpeaker, "no colon here", none},
-        {markdownSpeakerLine, "**Ana:** Hello", SpeakerLine{"Ana", "Hello"}},
         {markdownSpeakerLine, "** You :**Fine", SpeakerLine{"Me", "Fine"}},
         {markdownSpeakerLine, "**Ana**: Hello", none},
         {markdownSpeakerLine, "**Notes, take one:** x", none},
