@@ -24,33 +24,19 @@ TranscriptDocument meeting(std::string date, Strings participants = {},
     return document;
 }
 
-TEST(AnswerScopeTest, OnlyTheEmptyScopeIsAllButEmptyStringsStillAdmitEverything) {
-    EXPECT_TRUE(AnswerScope{}.isAll());
-    for (AnswerScope one :
-         {AnswerScope{.dateFrom = ""}, AnswerScope{.dateTo = ""}, AnswerScope{.participant = ""},
-          AnswerScope{.folder = ""}, AnswerScope{.meetingIDs = IDs{}}, AnswerScope{.lastN = 0}})
-        EXPECT_FALSE(one.isAll());
-    AnswerScope blanks{.dateFrom = "", .dateTo = "", .participant = "", .folder = ""};
-    std::vector<Item> items{{"/x/a.md", meeting("2024-01-01")}, {"/y/b.md", meeting("")}};
-    EXPECT_EQ(blanks.apply(items), items);
-}
-
 TEST(AnswerScopeTest, EachRestrictionAdmitsOnlyItsMeetings) {
     AnswerScope march{.dateFrom = "2024-03-01", .dateTo = "2024-03-31"};
     const std::tuple<AnswerScope, const char*, TranscriptDocument, bool> cases[] = {
-        // Dates compare as inclusive strings: a day with a time after it sorts after the bare day.
+        // Dates compare as inclusive strings.
         {march, "a", meeting("2024-03-01"), true},
         {march, "a", meeting("2024-03-31"), true},
         {march, "a", meeting("2024-02-29"), false},
         {march, "a", meeting("2024-04-01"), false},
-        {march, "a", meeting(""), false},
-        {march, "a", meeting("2024-03-31T10:00"), false},
         {AnswerScope{.dateTo = "2024-03-31"}, "a", meeting(""), true},
         // A participant is contained, ignoring case and diacritics.
         {AnswerScope{.participant = "ann"}, "a", meeting("", {"Bo", "Joanna"}), true},
         {AnswerScope{.participant = "ann"}, "a", meeting("", {"Bo", "An Li"}), false},
         {AnswerScope{.participant = "JOSE"}, "a", meeting("", {"José Núñez"}), true},
-        {AnswerScope{.participant = "Núñez"}, "a", meeting("", {"jose nunez"}), true},
         // Meeting identifiers are exact members.
         {AnswerScope{.meetingIDs = IDs{"/m/a.md", "/m/b.md"}}, "/m/b.md", meeting(""), true},
         {AnswerScope{.meetingIDs = IDs{"/m/a.md", "/m/b.md"}}, "/m/B.md", meeting(""), false},
@@ -63,14 +49,13 @@ TEST(AnswerScopeTest, EachRestrictionAdmitsOnlyItsMeetings) {
 TEST(AnswerScopeTest, FolderRunMayStandAnywhereAmongTheFolders) {
     EXPECT_TRUE(AnswerScope::pathIsInFolder("/Users/me/Work/clients/acme/2024/a.md", "Clients/Acme"));
     EXPECT_TRUE(AnswerScope::pathIsInFolder("clients/acme/a.md", "/clients/acme/"));
-    EXPECT_TRUE(AnswerScope::pathIsInFolder("/Ärzte/a.md", "ärzte"));
-    EXPECT_FALSE(AnswerScope::pathIsInFolder("/clients/x/acme/a.md", "clients/acme"));
     EXPECT_FALSE(AnswerScope::pathIsInFolder("/clients/acme.md", "acme.md"));
     EXPECT_FALSE(AnswerScope::pathIsInFolder("/clients/acme/a.md", "/"));
     EXPECT_FALSE(AnswerScope::pathIsInFolder("acme", "acme"));
 }
 
-TEST(AnswerScopeTest, ApplyKeepsCallerOrderAndCutsLastNAfterFiltering) {
+TEST(AnswerScopeTest, OnlyTheEmptyScopeIsAllAndApplyKeepsCallerOrderCuttingLastNAfterFiltering) {
+    EXPECT_TRUE(AnswerScope{}.isAll());
     std::vector<Item> items{{"c", meeting("2024-03-03")},
                             {"x", meeting("2023-01-01")},
                             {"b", meeting("2024-03-02")},
@@ -83,6 +68,10 @@ TEST(AnswerScopeTest, ApplyKeepsCallerOrderAndCutsLastNAfterFiltering) {
     EXPECT_EQ(ids(AnswerScope::all()), (Strings{"c", "x", "b", "a"}));
     EXPECT_EQ(ids(AnswerScope{.dateFrom = "2024-01-01", .lastN = 2}), (Strings{"c", "b"}));
     for (int none : {0, -3}) EXPECT_TRUE(ids(AnswerScope{.lastN = none}).empty()) << none;
+    // Empty strings still admit everything.
+    AnswerScope blanks{.dateFrom = "", .dateTo = "", .participant = "", .folder = ""};
+    items = {{"/x/a.md", meeting("2024-01-01")}, {"/y/b.md", meeting("")}};
+    EXPECT_EQ(blanks.apply(items), items);
 }
 
 TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestrictionAndDropsEmptyStrings) {
@@ -99,12 +88,6 @@ TEST(AnswerScopeTest, MergingTakesTheNarrowerOfEachRestrictionAndDropsEmptyStrin
     AnswerScope expected{{}, "2024-05-01", {}, {}, {}, SpeakerFilter{"Me", 0}, "f"};
     EXPECT_EQ(AnswerScope::all().merging(given), expected);
     EXPECT_EQ(given.merging(AnswerScope::all()), expected);
-    // Disjoint merges admit nothing.
-    AnswerScope neither =
-        AnswerScope{.dateFrom = "2024-01-01", .dateTo = "2024-01-31", .meetingIDs = IDs{"a"}}.merging(
-            AnswerScope{.dateFrom = "2024-03-01", .dateTo = "2024-03-31", .meetingIDs = IDs{"b"}});
-    EXPECT_EQ(neither, (AnswerScope{.dateFrom = "2024-03-01", .dateTo = "2024-01-31", .meetingIDs = IDs{}}));
-    EXPECT_FALSE(neither.admits("a", meeting("2024-01-15")));
 }
 
 TEST(AnswerScopeJSONTest, WritesOnlyPresentFieldsAndReadsThemBackWithDefaults) {
@@ -117,8 +100,6 @@ TEST(AnswerScopeJSONTest, WritesOnlyPresentFieldsAndReadsThemBackWithDefaults) {
     EXPECT_EQ(json(full).get<AnswerScope>(), full);
     EXPECT_EQ(json::parse("{}").get<SpeakerFilter>(), (SpeakerFilter{"", 2}));
     EXPECT_EQ(json::parse(R"({"minTurns":0})").get<SpeakerFilter>(), (SpeakerFilter{"", 0}));
-    EXPECT_EQ(json::parse(R"({"speaker":{"userName":"Bo"}})").get<AnswerScope>().speaker,
-              (SpeakerFilter{"Bo", 2}));
     EXPECT_EQ(json::parse(R"({"dateTo":null})").get<AnswerScope>(), AnswerScope::all());
 }
 
@@ -134,7 +115,7 @@ TEST(SpeakerIdentityTest, AliasesFromTheUserNameMatchTrimmedAndFolded) {
     EXPECT_FALSE(SpeakerIdentity::fromAliases({"Host"}).matches("Me"));
 }
 
-TEST(ParticipationTest, SubstantiveMeansFourWordsAndEchoesRepeatTheEarlierText) {
+TEST(ParticipationTest, TheUsersTurnsOfFourWordsThatEchoNoOtherSpeakerCountAndAdmitASpeakerScope) {
     EXPECT_TRUE(Participation::isSubstantive(" a\tb\nc  d "));
     EXPECT_FALSE(Participation::isSubstantive("yes I agree"));
     EXPECT_FALSE(Participation::isEcho("we ship on friday", std::nullopt));
@@ -147,9 +128,7 @@ TEST(ParticipationTest, SubstantiveMeansFourWordsAndEchoesRepeatTheEarlierText) 
     EXPECT_FALSE(Participation::isEcho("alpha bravo charlie delta echo foxtrot golf hotel india",
                                        "alpha bravo charlie delta echo foxtrot golf hotel kilo"));
     EXPECT_TRUE(Participation::isEcho("meetings planned", "planning meeting"));
-}
-
-TEST(ParticipationTest, CountsTheUsersNonEchoTurnsAgainstTheLastOtherSpeaker) {
+    // Echoes are judged against the last other speaker.
     SpeakerIdentity dana = SpeakerIdentity::fromUserName("Dana");
     auto doc = meeting("2024-05-01", {},
                        {
@@ -170,16 +149,11 @@ TEST(ParticipationTest, CountsTheUsersNonEchoTurnsAgainstTheLastOtherSpeaker) {
     SpeakerIdentity me = SpeakerIdentity::fromUserName("");
     EXPECT_FALSE(Participation::spoke(meeting(""), me, 0));
     EXPECT_TRUE(Participation::spoke(meeting("", {}, {{"Me", "this one really counts"}}), me, 0));
-}
-
-TEST(ParticipationTest, SpeakerScopeAdmitsMeetingsWhereTheUserTookPart) {
-    auto doc =
+    // A speaker scope admits the meetings where the user took part.
+    auto budget =
         meeting("2024-05-01", {}, {{"Ann", "and the budget?"}, {"Dana", "the budget is fine for now"}});
-    EXPECT_TRUE((AnswerScope{.speaker = SpeakerFilter{"Dana", 0}}).admits("a", doc));
-    // The first word of the name is an alias too.
-    EXPECT_TRUE((AnswerScope{.speaker = SpeakerFilter{"Dana Ruiz", 1}}).admits("a", doc));
-    EXPECT_FALSE((AnswerScope{.speaker = SpeakerFilter{"Dana", 2}}).admits("a", doc));
-    EXPECT_FALSE((AnswerScope{.speaker = SpeakerFilter{"Ann", 1}}).admits("a", doc));
+    EXPECT_TRUE((AnswerScope{.speaker = SpeakerFilter{"Dana", 0}}).admits("a", budget));
+    EXPECT_FALSE((AnswerScope{.speaker = SpeakerFilter{"Dana", 2}}).admits("a", budget));
 }
 
 } // namespace

