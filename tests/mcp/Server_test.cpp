@@ -184,9 +184,7 @@ TEST_F(ToolExecutorTest, ArgumentsAreReadLeniently) {
 
 TEST(ToolExecutor, TitleOfAReadResultComesFromItsFrontmatter) {
     EXPECT_EQ(ToolExecutor::titleFromReadResult(ToolExecutor::textToolResult(transcript)), "Pricing review");
-    for (const json& result :
-         {ToolExecutor::textToolResult(untitled), ToolExecutor::textToolResult("no frontmatter"),
-          json::object(), json{{"content", {{{"text", 3}}}}}})
+    for (const json& result : {ToolExecutor::textToolResult("no frontmatter"), json::object()})
         EXPECT_EQ(ToolExecutor::titleFromReadResult(result), std::nullopt) << result;
 }
 
@@ -241,6 +239,10 @@ TEST(LineLoop, LinesPastTheLimitAreDroppedWholeAndAnsweredAsOversized) {
     EXPECT_EQ(loop("abcdefghij\nabcdefghijk\nxy\n"), "10\ntoo long\n2\n");
     EXPECT_EQ(loop("a\n" + big + "\nbc\n" + big + "\n"), "1\ntoo long\n2\ntoo long\n");
     EXPECT_EQ(loop("a\n" + std::string(50, 'x')), "1\ntoo long\n");
+    // Many short lines: some are cut in two by the end of a read.
+    std::string many, lengths;
+    for (int i = 0; i < 7000; ++i) many += "123456789\n", lengths += "9\n";
+    EXPECT_EQ(loop(many), lengths);
     EXPECT_EQ(loop(std::string(50, 'x') + "\nab\n", false), "2\n") << "without a handler, dropped silently";
 }
 
@@ -254,7 +256,7 @@ TEST(LineLoop, NonBlockingEndsAreWaitedOnNotTakenForClosed) {
 TEST(CommandLine, StreamsAndExitStatusFollowTheOptions) {
     test::TempFolder home;
     ProcessOptions options;
-    options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
+    options.environment = {{"HOME", home.path()}};
     options.arguments = {"--help"};
     const std::string help = test::runProcess(ZELMOR_MCP_BINARY, options).out;
     EXPECT_TRUE(
@@ -299,17 +301,11 @@ TEST(CommandLine, FolderAndMemoryNameComeFromTheSettingsReadAfreshOnEveryCallUnl
         std::string settings, folder, memory;
     };
     for (const Row& row : std::vector<Row>{
-             {R"({"output_folder_display_path": "   ~/Meetings\n"})", home / "Meetings", "Memory"},
-             {R"({"output_folder_display_path": "~", "engine_folder_name": " Brain "})", home.path(),
-              "Brain"},
-             {R"({"output_folder_display_path": "/x/~user/y"})", "/x/~user/y", "Memory"},
              {R"({"output_folder_display_path": "/Volumes/Data/../Calls/./"})", "/Volumes/Calls", "Memory"},
              {"{not json", byDefault, "Memory"},
-             {"[1,2]", byDefault, "Memory"},
              {R"({"output_folder_display_path": 42, "engine_folder_name": 7})", byDefault, "Memory"},
-             {R"({"output_folder_display_path": "  \n", "engine_folder_name": "   "})", byDefault, "Memory"},
-             {R"({"output_folder_display_path": "/elsewhere", "engine_folder_name": " Brain "})",
-              "/elsewhere", "Brain"}}) {
+             {R"({"output_folder_display_path": "~", "engine_folder_name": " Brain "})", home.path(),
+              "Brain"}}) {
         home.write("Library/Application Support/Zelmor/config.json", row.settings);
         expectFolders(resolver, row.folder, row.memory, row.settings);
     }
@@ -323,32 +319,19 @@ TEST(CommandLine, AttributionFromEnvironment) {
               Attribution::probe);
     EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_CONNECT_PROBE", "true"}, {"ZELMOR_TRIGGERED_RUN", "1"}}),
               Attribution::zelmorTriggered);
-    for (const char* value : {"yes", ""})
-        EXPECT_EQ(ToolExecutor::attribution({{"ZELMOR_TRIGGERED_RUN", value}}), Attribution::user) << value;
 }
 
 const std::string parseError =
     R"({"error":{"code":-32700,"message":"Parse error: message is not valid JSON"},"id":null,"jsonrpc":"2.0"})"
     "\n";
 
-std::string ping(int id) {
-    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"ping"})";
-}
-std::string pong(int id) {
-    return R"({"id":)" + std::to_string(id) + R"(,"jsonrpc":"2.0","result":{}})" + "\n";
-}
-
 class HostileProtocol : public testing::Test {
 protected:
     test::TempFolder home;
-    ProcessOptions options() const {
+    std::string run(std::string input, bool closeOutputEarly = false) {
         ProcessOptions options;
         options.arguments = {"--transcripts-folder", home / "Meetings"};
-        options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
-        return options;
-    }
-    std::string run(std::string input, bool closeOutputEarly = false) {
-        ProcessOptions options = this->options();
+        options.environment = {{"HOME", home.path()}};
         options.input = std::move(input);
         options.closeOutputEarly = closeOutputEarly;
         return expectCleanExit(test::runProcess(ZELMOR_MCP_BINARY, options));
@@ -366,12 +349,13 @@ TEST_F(HostileProtocol, HundredMegabyteLineIsAnsweredWithTheParseErrorInBoundedM
     ProcessOptions options;
     options.arguments = {"-c",
                          "{ printf '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"'; "
-                         "head -c 104857600 /dev/zero | tr '\\0' x; printf '\"}\\n" +
-                             ping(2) + "\\n'; } | exec \"$0\" --transcripts-folder \"$1\"",
+                         "head -c 104857600 /dev/zero | tr '\\0' x; printf '\"}\\n"
+                         R"({"jsonrpc":"2.0","id":2,"method":"ping"})"
+                         "\\n'; } | exec \"$0\" --transcripts-folder \"$1\"",
                          ZELMOR_MCP_BINARY, home / "Meetings"};
-    options.environment =
-        std::map<std::string, std::string>{{"HOME", home.path()}, {"PATH", "/usr/bin:/bin"}};
-    EXPECT_EQ(expectCleanExit(test::runProcess("/bin/sh", options)), parseError + pong(2));
+    options.environment = {{"HOME", home.path()}, {"PATH", "/usr/bin:/bin"}};
+    EXPECT_EQ(expectCleanExit(test::runProcess("/bin/sh", options)),
+              parseError + R"({"id":2,"jsonrpc":"2.0","result":{}})" + "\n");
     // At most 64 MB of the line are held; kept whole, the line and its copies would take 300 MB.
     // The headroom is for the sanitizers' own memory.
     rusage usage{};
@@ -411,22 +395,6 @@ TEST_F(HostileProtocol, ActivityAndSettingsFilesTooLargeToBeRealAreReplacedOrIgn
               R"({"search_meetings":20}})");
     std::string feed = test::readFile(home / (support + "agent-activity-log.jsonl"));
     EXPECT_EQ(std::count(feed.begin(), feed.end(), '\n'), 20);
-}
-
-TEST_F(HostileProtocol, WithTheInputHeldOpenABurstIsAnsweredInFullAndEachLaterRequestAtOnce) {
-    // Only a guard against hanging forever when a reply never comes; no test measures time.
-    constexpr std::chrono::seconds patience{60};
-    test::RunningProcess server(ZELMOR_MCP_BINARY, options());
-    ASSERT_TRUE(server.write(ping(1) + "\n" + R"({"jsonrpc":"2.0","method":"notifications/initialized"})" +
-                             "\n" + ping(2) + "\n" + ping(3) + "\n"));
-    EXPECT_EQ(server.takeLines(3, patience), pong(1) + pong(2) + pong(3))
-        << "replies must not wait for the end of input";
-    // The loop is still reading: a later request gets its own reply at once, too.
-    ASSERT_TRUE(server.write(ping(4) + "\n"));
-    EXPECT_EQ(server.takeLines(1, patience), pong(4));
-    ProcessResult end = server.finish();
-    EXPECT_EQ(end.out, "") << "nothing was held back for the end of input";
-    EXPECT_EQ(expectCleanExit(end), "");
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 // fork/exec with three pipes; input is written while output is read, so large exchanges
-// cannot deadlock. A running process instead takes its input piece by piece.
+// cannot deadlock.
 #include "tests/support/Subprocess.h"
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <grp.h>
@@ -15,61 +14,31 @@
 
 namespace zelmor::test {
 
-namespace {
-
-struct Spawned {
-    pid_t pid;
-    int in, out, err; ///< our ends: the child's input, output and error
-};
-
-Spawned spawn(const std::string& executable, const ProcessOptions& options) {
+ProcessResult runProcess(const std::string& executable, const ProcessOptions& options) {
     std::signal(SIGPIPE, SIG_IGN);
     int in[2], out[2], err[2];
     if (::pipe(in) != 0 || ::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe failed");
-
-    std::vector<std::string> argvStrings{executable};
+    std::vector<std::string> argvStrings{executable}, envStrings;
     argvStrings.insert(argvStrings.end(), options.arguments.begin(), options.arguments.end());
-    std::vector<char*> argv;
+    for (const auto& [key, value] : options.environment) envStrings.push_back(key + "=" + value);
+    std::vector<char*> argv, envp;
     for (auto& s : argvStrings) argv.push_back(s.data());
+    for (auto& s : envStrings) envp.push_back(s.data());
     argv.push_back(nullptr);
-    std::vector<std::string> envStrings;
-    std::vector<char*> envp;
-    if (options.environment) {
-        for (const auto& [key, value] : *options.environment) envStrings.push_back(key + "=" + value);
-        for (auto& s : envStrings) envp.push_back(s.data());
-        envp.push_back(nullptr);
-    }
-
+    envp.push_back(nullptr);
     pid_t pid = ::fork();
     if (pid == 0) {
         ::dup2(in[0], 0);
         ::dup2(out[1], 1);
         ::dup2(err[1], 2);
         for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) ::close(fd);
-        if (options.environment)
-            ::execve(argv[0], argv.data(), envp.data());
-        else
-            ::execv(argv[0], argv.data());
+        ::execve(argv[0], argv.data(), envp.data());
         ::_exit(127);
     }
     ::close(in[0]);
     ::close(out[1]);
     ::close(err[1]);
-    return {pid, in[1], out[0], err[0]};
-}
-
-void reap(pid_t pid, ProcessResult& result) {
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
-    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
-}
-
-} // namespace
-
-ProcessResult runProcess(const std::string& executable, const ProcessOptions& options) {
-    Spawned child = spawn(executable, options);
-    int inFd = child.in, outFd = child.out, errFd = child.err;
+    int inFd = in[1], outFd = out[0], errFd = err[0];
     if (options.closeOutputEarly) {
         ::close(outFd);
         outFd = -1;
@@ -114,91 +83,10 @@ ProcessResult runProcess(const std::string& executable, const ProcessOptions& op
             }
         }
     }
-    reap(child.pid, result);
-    return result;
-}
-
-RunningProcess::RunningProcess(const std::string& executable, const ProcessOptions& options) {
-    Spawned child = spawn(executable, options);
-    pid_ = child.pid;
-    in_ = child.in;
-    out_ = child.out;
-    err_ = child.err;
-    if (!options.input.empty()) write(options.input);
-}
-
-RunningProcess::~RunningProcess() {
-    if (!result_) finish();
-}
-
-bool RunningProcess::write(std::string_view text) {
-    while (!text.empty() && in_ >= 0) {
-        ssize_t n = ::write(in_, text.data(), text.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        text.remove_prefix(static_cast<size_t>(n));
-    }
-    return text.empty();
-}
-
-bool RunningProcess::pump(int timeoutMs) {
-    std::vector<pollfd> fds;
-    if (out_ >= 0) fds.push_back({out_, POLLIN, 0});
-    if (err_ >= 0) fds.push_back({err_, POLLIN, 0});
-    if (fds.empty()) return false;
-    if (::poll(fds.data(), fds.size(), timeoutMs) <= 0) return true;
-    char buffer[65536];
-    for (const auto& p : fds) {
-        if (p.revents == 0) continue;
-        ssize_t n = ::read(p.fd, buffer, sizeof buffer);
-        int& fd = p.fd == out_ ? out_ : err_;
-        if (n > 0) {
-            (p.fd == out_ ? outText_ : errText_).append(buffer, static_cast<size_t>(n));
-        } else if (n == 0 || errno != EINTR) {
-            ::close(fd);
-            fd = -1;
-        }
-    }
-    return true;
-}
-
-std::string RunningProcess::takeLines(size_t count, std::chrono::milliseconds patience) {
-    auto deadline = std::chrono::steady_clock::now() + patience;
-    auto endOfLines = [&]() -> std::optional<size_t> {
-        size_t end = 0;
-        for (size_t found = 0; found < count; ++found) {
-            size_t newline = outText_.find('\n', end);
-            if (newline == std::string::npos) return std::nullopt;
-            end = newline + 1;
-        }
-        return end;
-    };
-    while (!endOfLines()) {
-        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
-                                                                          std::chrono::steady_clock::now());
-        if (left.count() <= 0 || !pump(static_cast<int>(left.count()))) break;
-    }
-    std::optional<size_t> end = endOfLines();
-    if (!end) {
-        size_t last = outText_.rfind('\n');
-        end = last == std::string::npos ? 0 : last + 1;
-    }
-    std::string lines = outText_.substr(0, *end);
-    outText_.erase(0, *end);
-    return lines;
-}
-
-ProcessResult RunningProcess::finish() {
-    if (result_) return *result_;
-    if (in_ >= 0) ::close(in_);
-    in_ = -1;
-    while (pump(-1)) {
-    }
-    ProcessResult result;
-    result.out = std::move(outText_);
-    result.err = std::move(errText_);
-    reap(pid_, result);
-    result_ = result;
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
     return result;
 }
 
