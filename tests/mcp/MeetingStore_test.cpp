@@ -51,22 +51,6 @@ template <typename F> std::optional<Error> errorOf(F&& call) {
     return std::nullopt;
 }
 
-TEST(MeetingStoreScan, ListsOnlyVisibleMarkedMarkdownOutsideTheSkillsFolder) {
-    test::TempFolder root;
-    for (const char* path : {"a.md", "B.MD", "c.markdown", "c.md.txt", ".hidden/d.md", ".e.md",
-                             "Memory/Skills/x.md", "team/memory/SKILLS/deep/y.md", "brain/skills/z.md"})
-        root.write(path, transcript("2026-01-04"));
-    root.write("Memory/m.md", transcript("2026-01-03"));
-    root.write("folder.md/inside.md", transcript("2026-01-01"));
-    EXPECT_EQ(scanned(MeetingStore{root.path()}),
-              (Paths{root / "brain/skills/z.md", root / "a.md", root / "B.MD", root / "Memory/m.md",
-                     root / "folder.md/inside.md"}));
-    // The skills folder follows the memory folder's name.
-    EXPECT_EQ(scanned(MeetingStore{root.path(), "Brain"}),
-              (Paths{root / "team/memory/SKILLS/deep/y.md", root / "a.md", root / "Memory/Skills/x.md",
-                     root / "B.MD", root / "Memory/m.md", root / "folder.md/inside.md"}));
-}
-
 TEST(MeetingStoreScan, NewestFirstByStartTimeOrDateThenPathAndPathsStandardisedWithLinksKept) {
     test::TempFolder base;
     const std::string root = base / "real";
