@@ -45,19 +45,6 @@ Strings ids(const std::vector<AnswerHit<std::string>>& hits) {
     return result;
 }
 
-TEST(AnswerRanking, RareKeywordsWeighMoreThanUbiquitousOnes) {
-    Items items;
-    for (int i = 0; i < 9; ++i)
-        items.push_back({"m" + std::to_string(i), meeting({{"Ana", i == 4 ? "budget roadmap" : "budget"}})});
-    auto hits = answerRank(items, "budget roadmap", plain(1, true));
-    ASSERT_EQ(hits.size(), 9u);
-    EXPECT_EQ(hits[0].id, "m4");
-    EXPECT_EQ(hits[0].matchedKeywords, 2);
-    // "budget" is everywhere: weight ln(10/10) + 1 = 1; "roadmap" in one of nine: ln(10/2) + 1.
-    EXPECT_DOUBLE_EQ(hits[0].relevance, 1 + std::log(5.0) + 1);
-    EXPECT_DOUBLE_EQ(hits[1].relevance, 1);
-}
-
 TEST(AnswerRanking, FrequencySaturatesAndTitleAndParticipantHitsCountMore) {
     TranscriptDocument listed = meeting({});
     listed.participants = {"Budget Office"};

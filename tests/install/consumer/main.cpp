@@ -16,31 +16,20 @@
 #include <iostream>
 #include <memory>
 
-int main(int argc, char** argv) {
+int main(int, char** argv) {
     using namespace zelmor;
-    if (argc != 2) {
-        std::cerr << "usage: transcript_facts TRANSCRIPT.md\n";
-        return 1;
-    }
+    // A missing argument, file or transcript throws, which fails the check.
     auto text = platform::readFile(argv[1]);
-    if (!text) {
-        std::cerr << "cannot read " << argv[1] << "\n";
-        return 1;
-    }
-    auto document = MarkdownTranscriptParser::parse(*text);
-    if (!document) {
-        std::cerr << "not a transcript: " << argv[1] << "\n";
-        return 1;
-    }
-    std::cout << "title: " << document->title << "\n"
-              << "lower-cased: " << ICUText::lowercased(document->title) << "\n"
-              << "date: " << document->date << "\n"
-              << "participants: " << JSONWriter::compact(document->participants).value_or("?") << "\n"
+    auto document = MarkdownTranscriptParser::parse(text.value()).value();
+    std::cout << "title: " << document.title << "\n"
+              << "lower-cased: " << ICUText::lowercased(document.title) << "\n"
+              << "date: " << document.date << "\n"
+              << "participants: " << JSONWriter::compact(document.participants).value_or("?") << "\n"
               << "marker: " << (ZelmorTranscriptMarker::declares(*text) ? "yes" : "no") << "\n"
-              << "turns: " << document->turns.size() << "\n";
-    if (!document->turns.empty())
-        std::cout << "first turn: " << TranscriptTurnID::make(0, document->turns[0].text) << " "
-                  << document->turns[0].speaker << "\n";
+              << "turns: " << document.turns.size() << "\n";
+    if (!document.turns.empty())
+        std::cout << "first turn: " << TranscriptTurnID::make(0, document.turns[0].text) << " "
+                  << document.turns[0].speaker << "\n";
 
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::Calendar> calendar(
