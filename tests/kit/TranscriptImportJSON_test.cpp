@@ -76,9 +76,9 @@ TEST(JSONExport, SegmentListsFoundByKeyWithTheirFallbacks) {
         // An empty list is a meeting without turns.
         {R"({"title":"Quiet","transcript":[],"segments":[{"speaker":"Ana","text":"Hi"}]})",
          {{{}, "Quiet", std::nullopt, std::nullopt}}},
-        // Titles come from enclosing objects.
-        {R"({"meeting_title":"Outer","data":{"call":{"segments":[{"content":"Hello"},{"raw_text":"again"}]}}})",
-         {{{{"Speaker 1", "Hello again"}}, "Outer", std::nullopt, std::nullopt}}},
+        // Titles and days come from enclosing objects.
+        {R"({"meeting_title":"Outer","date":"2025-03-14","call":{"segments":[{"content":"Hi"},{"raw_text":"again"}]}})",
+         {{{{"Speaker 1", "Hi again"}}, "Outer", "2025-03-14", std::nullopt}}},
         {R"([{"id":1},{"id":2}])", {}},
         {"{not json", {}}};
     for (const auto& [text, meetings] : cases) EXPECT_EQ(parseJSONExport(text), meetings) << text;
