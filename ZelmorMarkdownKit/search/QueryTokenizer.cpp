@@ -133,39 +133,27 @@ bool mayBeginOneOnOne(std::string_view text, size_t at) {
            isJoin(at + 6) && startsWithIgnoringASCIICase(text, at + 7, "one");
 }
 
-/// Where, from `from` on, a one-on-one spelling may begin: the size when nowhere. No character
+/// Whether the text holds a piece that every match of the one-on-one pattern must hold. No character
 /// outside ASCII matches "o", "n", "e", "t" or a digit under case-insensitive matching, so a
 /// byte-wise test misses nothing, and it keeps the regex off most texts with "one" in them.
 /// Sixteen places at a time, only a "1" or an "one" is looked at more closely.
-size_t nextOneOnOne(std::string_view text, size_t from) {
+bool mayHoldOneOnOne(std::string_view text) {
     using namespace ByteBlocks;
     const auto* data = reinterpret_cast<const unsigned char*>(text.data());
-    size_t at = from;
-    if (at == 0 && !text.empty()) {
-        if ((text[0] == '1' || ASCII::lower(text[0]) == 'o') && mayBeginOneOnOne(text, 0)) return 0;
-        at = 1;
-    }
+    if (!text.empty() && (text[0] == '1' || ASCII::lower(text[0]) == 'o') && mayBeginOneOnOne(text, 0))
+        return true;
+    size_t at = 1;
     for (; at + 18 <= text.size(); at += 16) {
         const Bytes a = load(data + at), b = load(data + at + 1), c = load(data + at + 2);
         // Only after a byte that is no word character; the check of the place tells exactly.
         auto found = ((a == '1') | (((a | 0x20) == 'o') & ((b | 0x20) == 'n') & ((c | 0x20) == 'e'))) &
                      ~letterOrDigit(load(data + at - 1));
-        size_t begins = text.size();
-        forEachMarked(found, [&](size_t i) {
-            if (!mayBeginOneOnOne(text, at + i)) return true;
-            begins = at + i;
-            return false;
-        });
-        if (begins < text.size()) return begins;
+        // Stopped by a place that may begin one.
+        if (!forEachMarked(found, [&](size_t i) { return !mayBeginOneOnOne(text, at + i); })) return true;
     }
     for (; at < text.size(); ++at)
-        if ((text[at] == '1' || ASCII::lower(text[at]) == 'o') && mayBeginOneOnOne(text, at)) return at;
-    return text.size();
-}
-
-/// Whether the text holds a piece that every match of the pattern must hold.
-bool mayHoldOneOnOne(std::string_view text) {
-    return nextOneOnOne(text, 0) < text.size();
+        if ((text[at] == '1' || ASCII::lower(text[at]) == 'o') && mayBeginOneOnOne(text, at)) return true;
+    return false;
 }
 
 /// A shadow in UTF-16 units, the same length as the input, and where its replacements stand.
@@ -261,12 +249,6 @@ const ASCIIClasses& asciiClasses() {
     return table;
 }
 
-/// Unicode word segmentation restricted to ASCII, as ICU's root rules apply it: letters, digits
-/// and "_" join; "." and "'" join letter to letter and digit to digit; "," and ";" join digit to
-/// digit; ICU does not treat ":" as joining letters, and "@" is a letter when its rules say so.
-/// Only segments that can hold a letter or digit are reported. `oneOnOneStart` is set when "1"
-/// or "one" in any case follows a byte that is not a word character (a segment's start, or just
-/// after a joining mark or "@"), the only places where a one-on-one spelling can begin.
 /// Where the segment that starts at `start` (a letter, digit or "_") ends. `oneOnOneStart` (when
 /// given) is set if a one-on-one spelling may begin inside it, after a joining mark or "@".
 size_t asciiSegmentEnd(std::string_view text, size_t start, bool* oneOnOneStart) {
