@@ -197,8 +197,9 @@ public:
     }
 
     /// The whole file the turns will be views into: the sieve and the check for bytes outside
-    /// ASCII run over it once, rather than once for each paragraph (what they find in a paragraph alone they
-    /// find in the file, the bytes about a paragraph being no letters or digits).
+    /// ASCII run over it once, rather than once for each paragraph (what they find in a
+    /// paragraph alone they find in the file, the bytes about a paragraph being no letters or
+    /// digits).
     void readsFrom(std::string_view text) {
         const KeywordSieve* sieve = sieveToUse();
         if (!sieve) return;
@@ -411,14 +412,21 @@ Evidence Question::evidence(const TranscriptDocument& document, Keep keep) const
     });
 }
 
-Evidence Question::evidence(std::string_view text, TranscriptDocument& header, Keep keep) const {
+template <typename Also>
+Evidence Question::gatherText(std::string_view text, TranscriptDocument& header, Keep keep,
+                              Also&& also) const {
     return gather(header, keep, [&](Gatherer& gatherer) {
         gatherer.readsFrom(text);
         MarkdownTranscriptParser::parseBody(text, header,
                                             [&](const MarkdownTranscriptParser::TurnText& turn) {
                                                 gatherer.turn(turn.speaker, turn.paragraphs);
+                                                also(turn);
                                             });
     });
+}
+
+Evidence Question::evidence(std::string_view text, TranscriptDocument& header, Keep keep) const {
+    return gatherText(text, header, keep, [](const MarkdownTranscriptParser::TurnText&) {});
 }
 
 std::vector<Hit> rank(const std::vector<const TranscriptDocument*>& documents, std::string_view questionText,
@@ -532,17 +540,13 @@ std::vector<std::string> Question::snippets(std::string_view text, const Hit& hi
     auto header = MarkdownTranscriptParser::parseFrontmatter(text);
     if (!header) return {};
     // One reading both finds the answer turns and copies the turns out for their snippets.
-    const Evidence found = gather(*header, Keep::turns, [&](Gatherer& gatherer) {
-        gatherer.readsFrom(text);
-        MarkdownTranscriptParser::parseBody(
-            text, *header, [&](const MarkdownTranscriptParser::TurnText& turn) {
-                gatherer.turn(turn.speaker, turn.paragraphs);
-                TranscriptDocument::Turn& kept = header->turns.emplace_back();
-                kept.speaker = turn.speaker;
-                for (size_t p = 0; p < turn.paragraphs.size(); ++p)
-                    kept.text.append(p > 0 ? "\n\n" : "").append(turn.paragraphs[p]);
-            });
-    });
+    const Evidence found =
+        gatherText(text, *header, Keep::turns, [&](const MarkdownTranscriptParser::TurnText& turn) {
+            TranscriptDocument::Turn& kept = header->turns.emplace_back();
+            kept.speaker = turn.speaker;
+            for (size_t p = 0; p < turn.paragraphs.size(); ++p)
+                kept.text.append(p > 0 ? "\n\n" : "").append(turn.paragraphs[p]);
+        });
     Hit shown = hit;
     shown.answerTurns = answerTurns(found, weights);
     return QuestionRanking::snippets(*header, shown);

@@ -123,6 +123,9 @@ public:
 
 private:
     template <typename Feed> Evidence gather(const TranscriptDocument& header, Keep keep, Feed&& feed) const;
+    /// `gather` over the turns of `text` as the parser hands them over, each also given to `also`.
+    template <typename Also>
+    Evidence gatherText(std::string_view text, TranscriptDocument& header, Keep keep, Also&& also) const;
 
     std::unique_ptr<const detail::ParsedQuestion> parsed_;
     mutable std::mutex lock_;
