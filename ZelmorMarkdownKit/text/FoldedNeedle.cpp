@@ -230,16 +230,8 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
         at = UTF8::firstNonASCII(text, at);
         if (at == text.size()) break;
         size_t start = at;
-        const auto lead = static_cast<unsigned char>(text[at]);
-        char32_t c;
-        if (lead >= 0xC2 && lead <= 0xDF && at + 1 < text.size() && isContinuation(text[at + 1])) {
-            c = static_cast<char32_t>((lead & 0x1F) << 6 | (static_cast<unsigned char>(text[at + 1]) & 0x3F));
-            at += 2;
-            if (!twoByteMayFold[c]) continue;
-        } else {
-            c = UTF8::decode(text, at);
-            if (!mayFoldInto(c)) continue;
-        }
+        const char32_t c = UTF8::decode(text, at);
+        if (c < twoByteLimit ? !twoByteMayFold[c] : !mayFoldInto(c)) continue;
         if (auto known = acrossOneLetter(text, start, at, c)) {
             if (*known) return true;
             continue;
