@@ -30,8 +30,6 @@ endforeach()
 run_checked(${DPKG_DEB} -c ${package})
 set(listing "${OUTPUT}")
 foreach(path IN ITEMS
-        usr/bin/zelmor-mcp
-        usr/bin/zelmor-kit
         usr/${LIBDIR}/libZelmorMarkdownKit.a
         usr/${LIBDIR}/libZelmorPlatform.a
         usr/${LIBDIR}/cmake/ZelmorMarkdownKit/ZelmorMarkdownKitConfig.cmake
