@@ -35,10 +35,11 @@ bool isASCIILetter(unsigned char c) {
 
 } // namespace
 
-FoldedNeedle::FoldedNeedle(std::string folded) : needle(std::move(folded)) {
+FoldedNeedle::FoldedNeedle(std::string folded)
+    : needle(std::move(folded)), bits(TextFolding::asciiBits(needle)),
+      foldBits(TextFolding::foldedASCIIBits()) {
     for (size_t i = 0; i < needle.size(); ++i) {
         auto c = static_cast<unsigned char>(needle[i]);
-        holds[c] = true;
         if (c >= 0x80 || c == '\n') byteWise = false;
         if (commonness(c) >= commonness(static_cast<unsigned char>(needle[anchor]))) anchor = i;
     }
@@ -49,10 +50,6 @@ FoldedNeedle::FoldedNeedle(std::string folded) : needle(std::move(folded)) {
         if (second == anchor || commonness(c) >= commonness(static_cast<unsigned char>(needle[second])))
             second = i;
     }
-    // Accented Latin letters, the usual non-ASCII text of a transcript, are two bytes long:
-    // whether each may fold into the needle is asked of the fold table once.
-    if (byteWise)
-        for (char32_t c = 0x80; c < twoByteLimit; ++c) twoByteMayFold[c] = mayFoldInto(c);
 }
 
 bool FoldedNeedle::occursIn(std::string_view text) const {
@@ -155,15 +152,6 @@ bool FoldedNeedle::occursByPairs(std::string_view text, size_t from, bool* nonAS
     return false;
 }
 
-bool FoldedNeedle::mayFoldInto(char32_t c) const {
-    auto folded = TextFolding::foldedFromTable(c);
-    if (!folded) return true; // beyond the table: not worth telling apart, fold the line
-    if (folded->empty()) return true;
-    for (char byte : *folded)
-        if (holds[static_cast<unsigned char>(byte)]) return true;
-    return false;
-}
-
 bool FoldedNeedle::mayHoldAnchor(std::string_view window) const {
     const char target = needle[anchor];
     size_t at = 0;
@@ -186,32 +174,47 @@ std::optional<bool> FoldedNeedle::acrossOneLetter(std::string_view text, size_t 
     // folds byte for byte: then the needle is compared in place at each spot the letter can take.
     auto folded = TextFolding::foldedFromTable(c);
     if (!folded || folded->size() != 1) return std::nullopt;
-    auto equalsLowered = [](std::string_view raw, std::string_view lowered) {
-        for (size_t k = 0; k < raw.size(); ++k)
-            if (lowerASCII(static_cast<unsigned char>(raw[k])) != static_cast<unsigned char>(lowered[k]))
-                return false;
-        return true;
+    // Outward from the letter, byte by byte: an ASCII byte that differs settles the spot, a
+    // non-ASCII one (its folded form need not be one byte) leaves it unsure.
+    const auto* data = reinterpret_cast<const unsigned char*>(text.data());
+    auto compare = [&](size_t place, char wanted) {
+        if (place >= text.size()) return 0; // the text ends first (places below 0 wrap past it)
+        if (data[place] >= 0x80) return -1;
+        return lowerASCII(data[place]) == static_cast<unsigned char>(wanted) ? 1 : 0;
     };
     bool unsure = false;
     for (size_t j = 0; j < needle.size(); ++j) {
         if (needle[j] != (*folded)[0]) continue;
-        const size_t before = j, after = needle.size() - j - 1;
-        std::string_view left = text.substr(start >= before ? start - before : 0, std::min(start, before));
-        std::string_view right = text.substr(end, after);
-        if (!UTF8::isASCII(left) || !UTF8::isASCII(right)) {
-            unsure = true; // bytes and folded letters need not pair up there
-            continue;
-        }
-        if (left.size() < before || right.size() < after) continue; // the text ends first
-        if (equalsLowered(left, std::string_view(needle).substr(0, before)) &&
-            equalsLowered(right, std::string_view(needle).substr(j + 1)))
-            return true;
+        int verdict = 1;
+        for (size_t k = 1; k <= j && verdict == 1; ++k) verdict = compare(start - k, needle[j - k]);
+        for (size_t k = j + 1; k < needle.size() && verdict == 1; ++k)
+            verdict = compare(end + k - j - 1, needle[k]);
+        if (verdict == 1) return true;
+        unsure |= verdict < 0;
     }
     if (unsure) return std::nullopt;
     return false;
 }
 
 bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
+    // Most code points met here are two or three bytes long and fold to bytes the needle lacks,
+    // which the table tells without a full decode and with no branch on their length. Text that
+    // is not well formed (which the store drops anyway) may be misread here.
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    std::string window;
+    return !UTF8::forEachSequenceStart(text, [&](size_t at) {
+        if (at + 3 <= text.size()) {
+            const size_t lead = bytes[at], second = bytes[at + 1] & 0x3Fu, third = bytes[at + 2] & 0x3Fu;
+            const size_t c = lead < 0xE0   ? (lead & 0x1Fu) << 6 | second
+                             : lead < 0xF0 ? (lead & 0x0Fu) << 12 | second << 6 | third
+                                           : foldBits.size();
+            if (c < foldBits.size() && (foldBits[c] & bits) == 0) return true;
+        }
+        return !occursAcross(text, at, window);
+    });
+}
+
+bool FoldedNeedle::occursAcross(std::string_view text, size_t start, std::string& window) const {
     // A match that the raw comparison misses takes in a non-ASCII code point that may fold into
     // the needle; it then lies within the needle's folded length on either side of that code
     // point, and within its line, since nothing folds into or out of a line break. Only that
@@ -224,39 +227,28 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
         return folded ? folded->size() : 0;
     };
     auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
-    std::string window;
-    size_t at = 0;
-    while (at < text.size()) {
-        at = UTF8::firstNonASCII(text, at);
-        if (at == text.size()) break;
-        size_t start = at;
-        const char32_t c = UTF8::decode(text, at);
-        if (c < twoByteLimit ? !twoByteMayFold[c] : !mayFoldInto(c)) continue;
-        if (auto known = acrossOneLetter(text, start, at, c)) {
-            if (*known) return true;
-            continue;
-        }
-        size_t from = start, gathered = 0;
-        while (from > 0 && text[from - 1] != '\n' && gathered < needle.size()) {
-            size_t end = from--;
-            while (from > 0 && isContinuation(text[from])) --from;
-            gathered += foldedLength(text.substr(from, end - from));
-        }
-        size_t to = at;
-        gathered = 0;
-        while (to < text.size() && text[to] != '\n' && gathered < needle.size()) {
-            size_t begin = to;
-            UTF8::decode(text, to);
-            gathered += foldedLength(text.substr(begin, to - begin));
-        }
-        // Folding is the costly part; a window without the needle's rarest byte, raw or folded
-        // out of a letter, cannot hold the needle.
-        if (!mayHoldAnchor(text.substr(from, to - from))) continue;
-        window.clear();
-        TextFolding::appendFolded(text.substr(from, to - from), window);
-        if (window.find(needle) != std::string::npos) return true;
+    size_t at = start;
+    const char32_t c = UTF8::decode(text, at);
+    if (auto known = acrossOneLetter(text, start, at, c)) return *known;
+    size_t from = start, gathered = 0;
+    while (from > 0 && text[from - 1] != '\n' && gathered < needle.size()) {
+        size_t end = from--;
+        while (from > 0 && isContinuation(text[from])) --from;
+        gathered += foldedLength(text.substr(from, end - from));
     }
-    return false;
+    size_t to = at;
+    gathered = 0;
+    while (to < text.size() && text[to] != '\n' && gathered < needle.size()) {
+        size_t begin = to;
+        UTF8::decode(text, to);
+        gathered += foldedLength(text.substr(begin, to - begin));
+    }
+    // Folding is the costly part; a window without the needle's rarest byte, raw or folded out
+    // of a letter, cannot hold the needle.
+    if (!mayHoldAnchor(text.substr(from, to - from))) return false;
+    window.clear();
+    TextFolding::appendFolded(text.substr(from, to - from), window);
+    return window.find(needle) != std::string::npos;
 }
 
 } // namespace zelmor

@@ -41,12 +41,16 @@ struct FoldTable {
     static constexpr char32_t size = 0x3000;
     std::string pool;
     std::vector<uint32_t> starts;
+    std::vector<uint32_t> asciiBits; // foldedASCIIBits of each
 
     FoldTable() {
         starts.reserve(size + 1);
+        asciiBits.reserve(size);
         for (char32_t c = 0; c < size; ++c) {
             starts.push_back(static_cast<uint32_t>(pool.size()));
-            if (c < 0xD800 || c > 0xDFFF) pool += foldWithICU(c);
+            std::string folded = c < 0xD800 || c > 0xDFFF ? foldWithICU(c) : std::string();
+            asciiBits.push_back(folded.empty() ? ~uint32_t{0} : TextFolding::asciiBits(folded));
+            pool += folded;
         }
         starts.push_back(static_cast<uint32_t>(pool.size()));
     }
@@ -147,6 +151,17 @@ std::optional<TextRange> find(std::string_view text, std::string_view term) {
 bool contains(std::string_view text, std::string_view term) {
     std::string foldedTerm = folded(term);
     return !foldedTerm.empty() && folded(text).find(foldedTerm) != std::string::npos;
+}
+
+uint32_t asciiBits(std::string_view bytes) {
+    uint32_t bits = 0;
+    for (char byte : bytes)
+        if (static_cast<unsigned char>(byte) < 0x80) bits |= uint32_t{1} << (byte % 32);
+    return bits;
+}
+
+std::span<const uint32_t> foldedASCIIBits() {
+    return foldTable().asciiBits;
 }
 
 std::optional<std::string_view> foldedFromTable(char32_t c) {

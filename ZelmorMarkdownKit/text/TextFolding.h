@@ -4,7 +4,9 @@
 
 #include "ZelmorMarkdownKit/text/TextRange.h"
 
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,5 +42,13 @@ bool contains(std::string_view text, std::string_view term);
 
 /// The folded form of one code point below U+3000 (a table lookup, no ICU); nothing above.
 std::optional<std::string_view> foldedFromTable(char32_t c);
+
+/// The ASCII bytes of `bytes` as bits, `1 << (byte % 32)` (a bit stands for several bytes).
+uint32_t asciiBits(std::string_view bytes);
+
+/// For each code point below U+3000 (the index), `asciiBits` of its folded form: what it can
+/// add to a match of ASCII bytes. Every bit where the folded form is empty: a mark can sit
+/// inside any match.
+std::span<const uint32_t> foldedASCIIBits();
 
 } // namespace zelmor::TextFolding

@@ -42,49 +42,25 @@ int sequenceLength(std::string_view s, size_t at) {
     return need + 1;
 }
 
-/// True when none of the 64 bytes from `at` has the high bit set; four 16-byte vector loads.
-bool blockIsASCII(const char* at) {
-    using Bytes = unsigned char __attribute__((vector_size(16)));
-    Bytes a, b, c, d;
-    std::memcpy(&a, at, 16);
-    std::memcpy(&b, at + 16, 16);
-    std::memcpy(&c, at + 32, 16);
-    std::memcpy(&d, at + 48, 16);
-    Bytes any = a | b | c | d;
-    std::uint64_t halves[2];
-    std::memcpy(halves, &any, 16);
-    return ((halves[0] | halves[1]) & 0x8080808080808080ULL) == 0;
-}
-
 } // namespace
 
 size_t firstNonASCII(std::string_view s, size_t from) {
-    constexpr std::uint64_t highBits = 0x8080808080808080ULL;
-    const char* data = s.data();
-    size_t i = from;
-    while (i + 64 <= s.size() && blockIsASCII(data + i)) i += 64;
-    while (i + 8 <= s.size()) {
-        std::uint64_t word;
-        std::memcpy(&word, data + i, 8);
-        word &= highBits;
-        if (word != 0) {
-            // The lowest set bit is the first byte in memory order.
-            if constexpr (std::endian::native == std::endian::little) return i + std::countr_zero(word) / 8;
-            break;
-        }
-        i += 8;
-    }
-    while (i < s.size() && static_cast<unsigned char>(data[i]) < 0x80) ++i;
-    return i;
+    size_t found = s.size();
+    forEachNonASCII(s, from, [&](size_t at) {
+        found = at;
+        return s.size();
+    });
+    return found;
 }
 
 bool isValid(std::string_view s) {
-    for (size_t i = firstNonASCII(s, 0); i < s.size(); i = firstNonASCII(s, i)) {
-        int n = sequenceLength(s, i);
-        if (n < 0) return false;
-        i += static_cast<size_t>(n);
-    }
-    return true;
+    bool valid = true;
+    forEachNonASCII(s, 0, [&](size_t at) {
+        int n = sequenceLength(s, at);
+        if (n < 0) valid = false;
+        return n < 0 ? s.size() : at + static_cast<size_t>(n);
+    });
+    return valid;
 }
 
 std::string repaired(std::string_view s) {
