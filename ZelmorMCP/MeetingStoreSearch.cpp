@@ -65,13 +65,12 @@ private:
     std::vector<FoldedNeedle> pieces;
 };
 
-/// The snippets of a hit, from the file read again: the scan kept no bodies. A file changed
-/// since the scan gives what it gives now, and none when it no longer matches.
-std::vector<std::string> snippetsOf(const std::string& path, const std::vector<std::string>& terms) {
+/// The match of a hit with its snippets, from the file read again: the scan kept no bodies. A
+/// file changed since the scan gives what it gives now, and nothing when it no longer matches.
+std::optional<RankedTranscriptSearch::DocumentMatch> matchAgain(const std::string& path,
+                                                                const std::vector<std::string>& terms) {
     auto doc = MeetingStore::readAgain(path);
-    if (!doc) return {};
-    auto match = RankedTranscriptSearch::match(*doc, terms);
-    return match ? std::move(match->snippets) : std::vector<std::string>{};
+    return doc ? RankedTranscriptSearch::match(*doc, terms) : std::nullopt;
 }
 
 } // namespace
@@ -142,6 +141,7 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     for (const auto& prefilter : prefilters)
         (!scopeFromFrontmatter && prefilter.rawBytesMustHold() ? onRawBytes : onHeader).push_back(&prefilter);
 
+    const bool byScore = filters.ordersByRelevance();
     struct Scored {
         SearchHit hit;
         long long score;
@@ -155,11 +155,15 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
         for (const TermPrefilter* prefilter : onHeader)
             if (!prefilter->mayHold(file.header, file.text)) return std::nullopt;
 
-        // The turns are scored as they are read, never copied out of the text.
+        // The turns are scored as they are read, never copied out of the text. Newest first, the
+        // order asks only whether a meeting is a hit, so its turns are read until they hold every
+        // term; a row on the page counts its turns when its snippets are made.
         RankedTranscriptSearch::TurnScorer scorer(*needles);
-        MarkdownTranscriptParser::parseBody(
-            file.text, file.header,
-            [&](const MarkdownTranscriptParser::TurnText& turn) { scorer.addTurn(turn.paragraphs); });
+        MarkdownTranscriptParser::parseBody(file.text, file.header,
+                                            [&](const MarkdownTranscriptParser::TurnText& turn) {
+                                                scorer.addTurn(turn.paragraphs);
+                                                return byScore || !scorer.foundEveryTerm();
+                                            });
         auto match = scorer.finish(file.header);
         if (!match) return std::nullopt;
         // A hit shows its frontmatter only; the sections would add up to much of the corpus.
@@ -177,7 +181,7 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
                                [&](const TermPrefilter* prefilter) { return prefilter->piecesOccurIn(raw); });
         };
     std::vector<Scored> found = collect(visit, mayYield);
-    if (filters.ordersByRelevance())
+    if (byScore)
         std::stable_sort(found.begin(), found.end(),
                          [](const Scored& a, const Scored& b) { return a.score > b.score; });
 
@@ -188,7 +192,10 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     SearchResult result{total, appliedOffset, {}};
     for (long long at = first; at < last; ++at) {
         SearchHit& hit = found[static_cast<size_t>(at)].hit;
-        if (!terms.empty()) hit.snippets = snippetsOf(hit.meeting.path, terms);
+        if (auto match = terms.empty() ? std::nullopt : matchAgain(hit.meeting.path, terms)) {
+            hit.snippets = std::move(match->snippets);
+            if (!byScore) hit.matchCount = match->matchingTurns;
+        }
         result.hits.push_back(std::move(hit));
     }
     return result;

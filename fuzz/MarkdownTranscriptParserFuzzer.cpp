@@ -36,6 +36,7 @@ void checkPiecewise(std::string_view text) {
             joined += turn.paragraphs[k];
         }
         visited.push_back({std::string(turn.speaker), std::move(joined)});
+        return true;
     });
     require(visited == whole->turns, "visited turns join to the parsed turns");
     require(header->turns.empty(), "a visited body keeps no turns");

@@ -72,6 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 zelmor::MarkdownTranscriptParser::parseBody(
                     text, *header, [&](const zelmor::MarkdownTranscriptParser::TurnText& turn) {
                         scorer.addTurn(turn.paragraphs);
+                        return true;
                     });
                 require(scorer.finish(*header) == plain, "turns scored in place match as the parsed turns");
             }

@@ -421,6 +421,7 @@ Evidence Question::gatherText(std::string_view text, TranscriptDocument& header,
                                             [&](const MarkdownTranscriptParser::TurnText& turn) {
                                                 gatherer.turn(turn.speaker, turn.paragraphs);
                                                 also(turn);
+                                                return true;
                                             });
     });
 }

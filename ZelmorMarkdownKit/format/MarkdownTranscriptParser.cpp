@@ -273,14 +273,13 @@ std::string stripCommentLines(std::string_view text) {
     return out;
 }
 
-/// Hands each turn of a transcript section to `visit` as views: a paragraph opening with a bold
-/// "**Speaker:**" label starts a turn, any other paragraph continues the turn before it.
-template <typename Visit> void forEachTurn(std::string_view section, Visit&& visit) {
+/// Hands each turn of a transcript section to `visit` as views, until it answers false (then
+/// false): a paragraph opening with a bold "**Speaker:**" label starts a turn, any other
+/// paragraph continues the turn before it.
+template <typename Visit> bool forEachTurn(std::string_view section, Visit&& visit) {
     std::string_view speaker;
     std::vector<std::string_view> paragraphs;
-    auto flush = [&] {
-        if (!speaker.empty()) visit(TurnText{speaker, paragraphs});
-    };
+    auto flush = [&] { return speaker.empty() || visit(TurnText{speaker, paragraphs}); };
     size_t start = 0;
     while (start <= section.size()) {
         size_t end = section.find("\n\n", start);
@@ -296,14 +295,14 @@ template <typename Visit> void forEachTurn(std::string_view section, Visit&& vis
             if (!text.empty() && text[0] == ' ') text.remove_prefix(1);
             // A label with no name starts nothing, and what follows it still continues the turn before.
             if (label.empty()) continue;
-            flush();
+            if (!flush()) return false;
             speaker = label;
             paragraphs.assign(1, text);
         } else if (!speaker.empty()) {
             paragraphs.push_back(paragraph);
         }
     }
-    flush();
+    return flush();
 }
 
 std::vector<TranscriptDocument::Turn> parseTurns(std::string_view section) {
@@ -312,6 +311,7 @@ std::vector<TranscriptDocument::Turn> parseTurns(std::string_view section) {
         std::string text(turn.paragraphs.front());
         for (size_t k = 1; k < turn.paragraphs.size(); ++k) text.append("\n\n").append(turn.paragraphs[k]);
         turns.push_back({std::string(turn.speaker), std::move(text)});
+        return true;
     });
     return turns;
 }
@@ -371,10 +371,10 @@ std::optional<Parts> split(std::string_view original, std::string& storage, bool
 void readBody(std::string_view body, TranscriptDocument& doc, const TurnVisitor* visit) {
     Landmarks landmarks(body);
     doc.notes = trim(section(body, 0, landmarks));
-    if (visit)
-        forEachTurn(section(body, 1, landmarks), *visit);
-    else
+    if (!visit)
         doc.turns = parseTurns(section(body, 1, landmarks));
+    else if (!forEachTurn(section(body, 1, landmarks), *visit))
+        return;
     doc.summary = trim(stripCommentLines(section(body, 2, landmarks)));
     doc.meetingNotes = trim(stripCommentLines(section(body, 3, landmarks)));
     doc.actionItems = trim(stripCommentLines(section(body, 4, landmarks)));

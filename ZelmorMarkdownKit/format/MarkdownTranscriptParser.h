@@ -38,10 +38,12 @@ struct TurnText {
     std::span<const std::string_view> paragraphs;
 };
 
-using TurnVisitor = std::function<void(const TurnText&)>;
+/// Answers whether to read on.
+using TurnVisitor = std::function<bool(const TurnText&)>;
 
 /// `parseBody` for a reader that looks at each turn once: the turns go to `visit` in order, as
-/// views valid during the call, and `doc.turns` stays empty. No turn is copied.
+/// views valid during the call, and `doc.turns` stays empty. No turn is copied. Once `visit`
+/// answers false, the reading stops there: no more turns, and no section after the notes.
 void parseBody(std::string_view text, TranscriptDocument& doc, const TurnVisitor& visit);
 
 } // namespace zelmor::MarkdownTranscriptParser

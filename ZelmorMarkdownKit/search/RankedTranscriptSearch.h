@@ -68,6 +68,9 @@ public:
     /// The next turn, given as its paragraphs: joined by "\n\n" they are its text.
     void addTurn(std::span<const std::string_view> paragraphs);
 
+    /// Whether the turns so far hold every term: the document is a hit, whatever else it holds.
+    bool foundEveryTerm() const { return std::find(found.begin(), found.end(), false) == found.end(); }
+
     /// The match once every turn is in; `document` gives the other searched texts (its turns
     /// are not looked at).
     std::optional<DocumentMatch> finish(const TranscriptDocument& document);

@@ -194,9 +194,14 @@ TEST(MarkdownTranscriptParser, PartialReadsAddUpToTheWholeParseAndReturnsReadAsP
             for (size_t k = 0; k < turn.paragraphs.size(); ++k)
                 joined += (k ? "\n\n" : "") + std::string(turn.paragraphs[k]);
             turns.push_back({std::string(turn.speaker), joined});
+            return true;
         });
         EXPECT_EQ(turns, whole.turns);
         EXPECT_EQ(visited, noTurns) << "the sections are read as ever, the turns only visited";
+        size_t calls = 0;
+        MTP::parseBody(text, visited, [&](const MTP::TurnText&) { return ++calls == 0; });
+        EXPECT_EQ(calls, std::min<size_t>(1, turns.size()))
+            << "a visitor that answers false is not called again";
         MTP::parseBody(text, *header);
         EXPECT_EQ(*header, whole);
     }
