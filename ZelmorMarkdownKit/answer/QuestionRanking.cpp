@@ -3,7 +3,8 @@
 // sieve cannot rule out are tokenized, and the words after a keyword up to the next topic word
 // (which decide whether two keywords stand side by side). The weights were chosen
 // on questions people asked about real meetings (BM25's saturation and length normalisation,
-// adjacent keyword pairs, named speakers), for kinds of question, not for single ones.
+// adjacent keyword pairs, named speakers, the words that name the topic), for kinds of question,
+// not for single ones.
 #include "ZelmorMarkdownKit/answer/QuestionRanking.h"
 
 #include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
@@ -42,6 +43,9 @@ constexpr double namedSpeakerBonus = 3.0;
 constexpr double namedSpeakerTurnsWeight = 0.5;
 /// How many mentions in the turns one in the title is worth.
 constexpr double titleWeight = 2.0;
+/// A keyword after "about", "of", "on"… names what the answer is about; those before say whose
+/// answer and what kind ("how did marketing feel about the battery?"), and weigh less.
+constexpr double topicWeight = 2.0;
 constexpr size_t maxAnswerTurns = 3;
 constexpr size_t snippetContext = 90;
 /// How many turns before and after a turn count as its neighbourhood when finding the answer.
@@ -65,6 +69,13 @@ const std::set<std::string, std::less<>>& wordingStems() {
         return found;
     }();
     return stems;
+}
+
+/// The words after which a question names its topic.
+bool opensTopic(std::string_view word) {
+    for (std::string_view opener : {"about", "regarding", "on", "of", "for", "with", "towards"})
+        if (word == opener) return true;
+    return false;
 }
 
 double idf(size_t documentFrequency, size_t documents) {
@@ -114,6 +125,8 @@ struct detail::ParsedQuestion {
     std::optional<KeywordSieve> sieve;
     /// Whether a keyword holds a digit, as a word read out of a one-on-one spelling may ("1:1s").
     bool digitInKeywords = false;
+    /// Whether each keyword first stands where the question names its topic.
+    std::vector<bool> onTopic;
 };
 
 namespace {
@@ -123,13 +136,16 @@ detail::ParsedQuestion parse(std::string_view text, Question::Reading reading = 
     auto words = QueryTokenizer::words(text);
     auto& index = question.index;
     std::optional<size_t> previous;
+    bool topic = false;
     for (const auto& word : words) {
+        topic = topic || opensTopic(word.raw);
         if (!QueryTokenizer::isContent(word) || word.stem.empty() || wordingStems().contains(word.stem))
             continue;
         auto [at, added] = index.emplace(word.stem, question.keywords.size());
         if (added) {
             question.keywords.push_back(word.stem);
             question.written.push_back(word.raw);
+            question.onTopic.push_back(topic);
         }
         if (previous && *previous != at->second) question.pairs.emplace(*previous, at->second);
         previous = at->second;
@@ -453,7 +469,7 @@ std::vector<double> Question::weights(const std::vector<Evidence>& evidence) con
     for (size_t k = 0; k < question.keywords.size(); ++k) {
         size_t df = std::count_if(evidence.begin(), evidence.end(),
                                   [&](const Evidence& e) { return e.counts[k] > 0; });
-        weights[k] = idf(df, evidence.size());
+        weights[k] = idf(df, evidence.size()) * (question.onTopic[k] ? topicWeight : 1.0);
     }
     return weights;
 }

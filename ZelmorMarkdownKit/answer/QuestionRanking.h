@@ -111,7 +111,8 @@ public:
     /// As the `rank` below, over the meetings whose evidence is given (a hit's index is the
     /// position in `evidence`).
     std::vector<Hit> rank(const std::vector<Evidence>& evidence) const;
-    /// How much each keyword weighs in the ranking of these meetings (the rarer, the more).
+    /// How much each keyword weighs in the ranking of these meetings (the rarer, the more, and
+    /// more where the question names its topic).
     std::vector<double> weights(const std::vector<Evidence>& evidence) const;
     /// The answer turns `rank` gives a meeting, from evidence that kept its turns, under the
     /// weights of the ranking it was part of.

@@ -198,6 +198,14 @@ TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {
               Strings{"**Bo:** pricing and roadmap and pricing roadmap"});
 }
 
+TEST(QuestionRanking, TheWordsNamingTheTopicWeighMore) {
+    // As long and as rare as each other: only where each stands in the question tells them apart.
+    std::vector<TranscriptDocument> meetings{meeting({{"Ana", "design " + filler}}),
+                                             meeting({{"Ana", "launch " + filler}}),
+                                             meeting({{"Ana", filler}})};
+    EXPECT_EQ(order(meetings, "What did design say about the launch?"), (Order{1, 0}));
+}
+
 TEST(QuestionRanking, LengthIsNormalisedAndTiesKeepTheOrderGiven) {
     std::string longTalk;
     for (int i = 0; i < 40; ++i) longTalk += filler + " ";
