@@ -15,6 +15,7 @@
 #include "platform/FileSystem.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace zelmor {
 
@@ -181,9 +182,12 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
                                [&](const TermPrefilter* prefilter) { return prefilter->piecesOccurIn(raw); });
         };
     std::vector<Scored> found = collect(visit, mayYield);
+    // Hits are sorted by place, not moved about: each holds a whole frontmatter.
+    std::vector<size_t> order(found.size());
+    std::iota(order.begin(), order.end(), size_t{0});
     if (byScore)
-        std::stable_sort(found.begin(), found.end(),
-                         [](const Scored& a, const Scored& b) { return a.score > b.score; });
+        std::stable_sort(order.begin(), order.end(),
+                         [&](size_t a, size_t b) { return found[a].score > found[b].score; });
 
     const long long total = static_cast<long long>(found.size());
     const long long pageSize = std::clamp(filters.limit, 1LL, 100LL);
@@ -191,7 +195,7 @@ MeetingStore::SearchResult MeetingStore::search(const SearchFilters& filters) co
     const long long last = std::min(total, first + pageSize);
     SearchResult result{total, appliedOffset, {}};
     for (long long at = first; at < last; ++at) {
-        SearchHit& hit = found[static_cast<size_t>(at)].hit;
+        SearchHit& hit = found[order[static_cast<size_t>(at)]].hit;
         if (auto match = terms.empty() ? std::nullopt : matchAgain(hit.meeting.path, terms)) {
             hit.snippets = std::move(match->snippets);
             if (!byScore) hit.matchCount = match->matchingTurns;
