@@ -86,7 +86,9 @@ struct MeetingStore {
     struct SearchHit {
         Meeting meeting;
         /// Turns holding at least one term; 0 without a query or when only the title or the
-        /// participants matched.
+        /// participants matched. Newest first, counted when the row's snippets are made (a file
+        /// changed since the scan so that it no longer matches keeps the count the scan reached
+        /// before it stopped reading).
         long long matchCount = 0;
         /// At most three, empty without a query.
         std::vector<std::string> snippets;

@@ -75,6 +75,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                         return true;
                     });
                 require(scorer.finish(*header) == plain, "turns scored in place match as the parsed turns");
+                // Newest first, the store stops reading once the turns hold every term.
+                RTS::TurnScorer hasty(*needles);
+                zelmor::MarkdownTranscriptParser::parseBody(
+                    text, *header, [&](const zelmor::MarkdownTranscriptParser::TurnText& turn) {
+                        hasty.addTurn(turn.paragraphs);
+                        return !hasty.foundEveryTerm();
+                    });
+                require(hasty.finish(*header).has_value() == plain.has_value(),
+                        "a reading stopped once every term is found finds the same hits");
             }
             for (const auto& needle : *needles)
                 require(needle.occursIn(text) ==

@@ -64,7 +64,7 @@ const std::set<std::string, std::less<>>& wordingStems() {
               "consider",  "considered", "propose",    "proposed",    "suggest",    "suggested", "describe",
               "described", "happen",     "happened",   "reason",      "reasons",    "believe",   "believed",
               "feel",      "felt",       "regarding",  "related",     "whether",    "also",      "give",
-              "gave"})
+              "gave",      "toward",     "towards"})
             found.insert(QueryTokenizer::stem(QueryTokenizer::normalize(word)));
         return found;
     }();
@@ -73,7 +73,7 @@ const std::set<std::string, std::less<>>& wordingStems() {
 
 /// The words after which a question names its topic.
 bool opensTopic(std::string_view word) {
-    for (std::string_view opener : {"about", "regarding", "on", "of", "for", "with", "towards"})
+    for (std::string_view opener : {"about", "regarding", "on", "of", "for", "with", "toward", "towards"})
         if (word == opener) return true;
     return false;
 }
@@ -138,7 +138,7 @@ detail::ParsedQuestion parse(std::string_view text, Question::Reading reading = 
     std::optional<size_t> previous;
     bool topic = false;
     for (const auto& word : words) {
-        topic = topic || opensTopic(word.raw);
+        topic = topic || opensTopic(word.raw); // no opener is a keyword: none weighs itself
         if (!QueryTokenizer::isContent(word) || word.stem.empty() || wordingStems().contains(word.stem))
             continue;
         auto [at, added] = index.emplace(word.stem, question.keywords.size());

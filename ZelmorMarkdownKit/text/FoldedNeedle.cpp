@@ -198,15 +198,15 @@ std::optional<bool> FoldedNeedle::acrossOneLetter(std::string_view text, size_t 
 
 bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
     // Most code points met here are two or three bytes long and fold to bytes the needle lacks,
-    // which the table tells without a full decode and with no branch on their length. Text that
+    // which the table tells without a full decode (the length picked without a jump). Text that
     // is not well formed (which the store drops anyway) may be misread here.
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
     std::string window;
     return !UTF8::forEachSequenceStart(text, [&](size_t at) {
         if (at + 3 <= text.size()) {
-            const size_t lead = bytes[at], second = bytes[at + 1] & 0x3Fu, third = bytes[at + 2] & 0x3Fu;
-            const size_t c = lead < 0xE0   ? (lead & 0x1Fu) << 6 | second
-                             : lead < 0xF0 ? (lead & 0x0Fu) << 12 | second << 6 | third
+            const size_t lead = bytes[at], b1 = bytes[at + 1] & 0x3Fu, b2 = bytes[at + 2] & 0x3Fu;
+            const size_t c = lead < 0xE0   ? (lead & 0x1Fu) << 6 | b1
+                             : lead < 0xF0 ? (lead & 0x0Fu) << 12 | b1 << 6 | b2
                                            : foldBits.size();
             if (c < foldBits.size() && (foldBits[c] & bits) == 0) return true;
         }

@@ -40,7 +40,8 @@ private:
     /// Whether raw text holds the anchor byte once folded.
     bool mayHoldAnchor(std::string_view window) const;
     /// Whether the needle occurs across the code point at [start, end), when that is sure
-    /// without folding: the code point folds to one letter and the text about it is ASCII.
+    /// without folding: the code point folds to one letter, and at each place it can take in
+    /// the needle an ASCII byte that differs comes before any non-ASCII one.
     std::optional<bool> acrossOneLetter(std::string_view text, size_t start, size_t end, char32_t c) const;
 
     std::string needle;

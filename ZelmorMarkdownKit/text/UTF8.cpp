@@ -3,10 +3,6 @@
 // the next non-ASCII byte of a mixed stretch.
 #include "ZelmorMarkdownKit/text/UTF8.h"
 
-#include <bit>
-#include <cstdint>
-#include <cstring>
-
 namespace zelmor::UTF8 {
 
 namespace {

@@ -204,6 +204,9 @@ TEST(QuestionRanking, TheWordsNamingTheTopicWeighMore) {
                                              meeting({{"Ana", "launch " + filler}}),
                                              meeting({{"Ana", filler}})};
     EXPECT_EQ(order(meetings, "What did design say about the launch?"), (Order{1, 0}));
+    EXPECT_EQ(QuestionRanking::keywords("What about, regarding, on, of, for, with, toward or towards it?"),
+              Strings{})
+        << "the words that open a topic are no keywords themselves";
 }
 
 TEST(QuestionRanking, LengthIsNormalisedAndTiesKeepTheOrderGiven) {

@@ -198,10 +198,14 @@ TEST(MarkdownTranscriptParser, PartialReadsAddUpToTheWholeParseAndReturnsReadAsP
         });
         EXPECT_EQ(turns, whole.turns);
         EXPECT_EQ(visited, noTurns) << "the sections are read as ever, the turns only visited";
-        size_t calls = 0;
-        MTP::parseBody(text, visited, [&](const MTP::TurnText&) { return ++calls == 0; });
-        EXPECT_EQ(calls, std::min<size_t>(1, turns.size()))
-            << "a visitor that answers false is not called again";
+        // A visitor that answers false is not called again, nor are later sections read.
+        for (size_t stopAt = 1; stopAt <= turns.size(); ++stopAt) {
+            size_t calls = 0;
+            D stopped = *header;
+            MTP::parseBody(text, stopped, [&](const MTP::TurnText&) { return ++calls < stopAt; });
+            EXPECT_EQ(calls, stopAt);
+            EXPECT_EQ(stopped.summary + stopped.meetingNotes + stopped.actionItems + stopped.keyMoments, "");
+        }
         MTP::parseBody(text, *header);
         EXPECT_EQ(*header, whole);
     }

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <random>
 
 namespace zelmor {
@@ -138,6 +139,25 @@ TEST(UTF8, IllFormedBytesAreFoundAnywhereWellFormedOnesPassAcrossBlocksAndDecodi
     }
     // The kit's text functions take a host app's text as it comes.
     EXPECT_EQ(ICUText::lowercased("A\xC0\xAF"), "a\uFFFD\uFFFD");
+}
+
+TEST(UTF8, BlockMasksMarkEachNonASCIIByteAndEachSequenceStartInEitherBuild) {
+    // The vector path and the eight-byte path (what other processors build) against each byte.
+    std::mt19937 random(20261124);
+    for (int round = 0; round < 200; ++round) {
+        std::string block(64, 'a');
+        for (char& byte : block)
+            if (random() % 3 == 0) byte = static_cast<char>(0x80 + random() % 128);
+        std::uint64_t nonASCII = 0, starts = 0;
+        for (size_t k = 0; k < 64; ++k) {
+            nonASCII |= std::uint64_t(static_cast<unsigned char>(block[k]) >= 0x80) << k;
+            starts |= std::uint64_t(static_cast<unsigned char>(block[k]) >= 0xC0) << k;
+        }
+        EXPECT_EQ(UTF8::highBits(block.data()), nonASCII);
+        EXPECT_EQ(UTF8::highBitsByWords<false>(block.data()), nonASCII);
+        EXPECT_EQ(UTF8::highBits<true>(block.data()), starts);
+        EXPECT_EQ(UTF8::highBitsByWords<true>(block.data()), starts);
+    }
 }
 
 } // namespace
