@@ -17,6 +17,11 @@ bool isWhitespaceOrNewline(char32_t c) {
 namespace {
 
 template <bool (*IsSpace)(char32_t)> std::string_view trimWith(std::string_view text) {
+    // Nearly every paragraph starts and ends with an ASCII letter or mark: then nothing is cut.
+    auto visible = [](char c) {
+        return static_cast<unsigned char>(c) > 0x20 && static_cast<unsigned char>(c) < 0x80;
+    };
+    if (!text.empty() && visible(text.front()) && visible(text.back())) return text;
     size_t begin = 0;
     while (begin < text.size()) {
         size_t next = begin;
