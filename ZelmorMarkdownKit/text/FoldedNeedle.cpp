@@ -202,16 +202,19 @@ bool FoldedNeedle::occursAcrossNonASCII(std::string_view text) const {
     // is not well formed (which the store drops anyway) may be misread here.
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
     std::string window;
-    return !UTF8::forEachSequenceStart(text, [&](size_t at) {
+    bool found = false;
+    UTF8::forEachNonASCII<true>(text, 0, [&](size_t at) {
         if (at + 3 <= text.size()) {
             const size_t lead = bytes[at], b1 = bytes[at + 1] & 0x3Fu, b2 = bytes[at + 2] & 0x3Fu;
             const size_t c = lead < 0xE0   ? (lead & 0x1Fu) << 6 | b1
                              : lead < 0xF0 ? (lead & 0x0Fu) << 12 | b1 << 6 | b2
                                            : foldBits.size();
-            if (c < foldBits.size() && (foldBits[c] & bits) == 0) return true;
+            if (c < foldBits.size() && (foldBits[c] & bits) == 0) return at + 1;
         }
-        return !occursAcross(text, at, window);
+        found = occursAcross(text, at, window);
+        return found ? text.size() : at + 1;
     });
+    return found;
 }
 
 bool FoldedNeedle::occursAcross(std::string_view text, size_t start, std::string& window) const {

@@ -64,11 +64,13 @@ template <bool startsOnly = false> std::uint64_t highBits(const char* at) {
 #endif
 }
 
-/// Calls `visit(at)` at each byte from `from` on that is not ASCII, passing over the bytes before
-/// the place the visit answers (past `at`: the end of its sequence, say); an answer at or past
-/// the end stops the walk. Stretches of ASCII, nearly all of a transcript, are passed 64 bytes at
-/// a time in a loop of their own.
-template <typename Visit> void forEachNonASCII(std::string_view bytes, size_t from, Visit&& visit) {
+/// Calls `visit(at)` at each byte from `from` on that is not ASCII (with `startsOnly`, at each
+/// that starts a sequence of two or more bytes: continuation bytes, even stray ones, are never
+/// visited), passing over the bytes before the place the visit answers (past `at`: the end of
+/// its sequence, say); an answer at or past the end stops the walk. Stretches of ASCII, nearly
+/// all of a transcript, are passed 64 bytes at a time in a loop of their own.
+template <bool startsOnly = false, typename Visit>
+void forEachNonASCII(std::string_view bytes, size_t from, Visit&& visit) {
     const char* data = bytes.data();
     const size_t size = bytes.size();
     size_t at = from;
@@ -77,7 +79,7 @@ template <typename Visit> void forEachNonASCII(std::string_view bytes, size_t fr
         if (at + 64 > size) break;
         const size_t block = at;
         at += 64;
-        for (std::uint64_t marks = highBits(data + block); marks != 0;) {
+        for (std::uint64_t marks = highBits<startsOnly>(data + block); marks != 0;) {
             const size_t next = visit(block + static_cast<size_t>(std::countr_zero(marks)));
             if (next >= size) return;
             if (next >= block + 64) {
@@ -87,26 +89,8 @@ template <typename Visit> void forEachNonASCII(std::string_view bytes, size_t fr
             marks &= ~std::uint64_t{0} << (next - block);
         }
     }
-    while (at < size) at = static_cast<unsigned char>(data[at]) < 0x80 ? at + 1 : visit(at);
-}
-
-/// Calls `visit(at)` at each byte that starts a sequence of two or more bytes, in order, until
-/// it answers false; false when it was stopped. Continuation bytes are never visited, not even
-/// stray ones: this is a walk over text taken to be well formed, with one branch per sequence.
-template <typename Visit> bool forEachSequenceStart(std::string_view bytes, Visit&& visit) {
-    const char* data = bytes.data();
-    const size_t size = bytes.size();
-    size_t at = 0;
-    for (;;) {
-        while (at + 64 <= size && blockIsASCII(data + at)) at += 64;
-        if (at + 64 > size) break;
-        for (std::uint64_t marks = highBits<true>(data + at); marks != 0; marks &= marks - 1)
-            if (!visit(at + static_cast<size_t>(std::countr_zero(marks)))) return false;
-        at += 64;
-    }
-    for (; at < size; ++at)
-        if (static_cast<unsigned char>(data[at]) >= 0xC0 && !visit(at)) return false;
-    return true;
+    const unsigned char first = startsOnly ? 0xC0 : 0x80;
+    while (at < size) at = static_cast<unsigned char>(data[at]) < first ? at + 1 : visit(at);
 }
 
 /// The first byte at or after `from` with the high bit set, or the size when there is none.
