@@ -226,7 +226,10 @@ public:
         });
     }
 
-    Evidence finish() { return std::move(found); }
+    Evidence finish() {
+        found.turnCount = turns;
+        return std::move(found);
+    }
 
 private:
     static constexpr size_t none = static_cast<size_t>(-1);
@@ -478,12 +481,20 @@ std::vector<size_t> Question::answerTurns(const Evidence& found, const std::vect
     // The answer lies where the question's weight gathers: each turn by the weight of its own
     // keywords and keyword pairs, twice, plus that of every other turn about it (an answer is a
     // stretch of talk where the question's words keep coming back). When the question names a
-    // speaker, that speaker's turns come first: it asks what they said.
+    // speaker, that speaker's turns come first: it asks what they said. Within the meeting a
+    // keyword said in few turns points to the answer more than one said all through it.
+    std::vector<double> inTurns(weights.size(), 0);
+    for (const auto& turn : found.turns)
+        for (size_t k : turn.keywords) inTurns[k] += 1;
+    std::vector<double> local(weights.size());
+    for (size_t k = 0; k < weights.size(); ++k)
+        local[k] =
+            weights[k] * std::log(2 + static_cast<double>(found.turnCount) / std::max(inTurns[k], 1.0));
     std::vector<double> own;
     for (const auto& turn : found.turns) {
         double weight = 0;
-        for (size_t k : turn.keywords) weight += weights[k];
-        for (auto [x, y] : turn.pairs) weight += pairWeight * (weights[x] + weights[y]) / 2;
+        for (size_t k : turn.keywords) weight += local[k];
+        for (auto [x, y] : turn.pairs) weight += pairWeight * (local[x] + local[y]) / 2;
         own.push_back(weight);
     }
     struct TurnScore {

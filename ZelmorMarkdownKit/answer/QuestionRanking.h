@@ -51,6 +51,8 @@ struct Evidence {
     std::vector<bool> inNamedSpeaker;
     /// The size of the turns' text, in bytes (as good a length as words, and free).
     double length = 0;
+    /// Turns read, a keyword in them or not.
+    size_t turnCount = 0;
     /// Whether a speaker the question names took part.
     bool named = false;
     /// A turn that holds a keyword (or, for a question of no keyword, one by a named speaker).

@@ -193,6 +193,11 @@ TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {
     // A named speaker's turns first, however much others said.
     EXPECT_EQ(ranked(meetings, "What did Cy say about the pricing roadmap?").at(0).answerTurns,
               (Order{10, 1, 0}));
+    // A keyword said once points to the answer more than one said all through the meeting.
+    turns.assign(30, {"Bo", filler});
+    for (size_t at : {0, 8, 16}) turns[at].text = "the pricing";
+    turns[24].text = "the roadmap";
+    EXPECT_EQ(ranked({meeting(turns)}, "What about the pricing roadmap?").at(0).answerTurns.front(), 24u);
     // Snippets come from the file read again; turns it no longer has are left out.
     EXPECT_EQ(QuestionRanking::snippets(meetings[0], {0, 1, {"pricing"}, {1, 40}}),
               Strings{"**Bo:** pricing and roadmap and pricing roadmap"});
