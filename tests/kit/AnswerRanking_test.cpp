@@ -1,7 +1,6 @@
-// The answer ranking (rare keywords weigh more, frequency saturates, age decays, the user's own
-// meetings are boosted) and the question ranking (the wording carries no weight, keywords side by
-// side and named speakers count, answer turns lie where the question gathers); neither answers a
-// question about nothing the folder holds.
+// The answer ranking (rare keywords weigh more, frequency saturates, age decays, the user's own meetings
+// are boosted) and the question ranking (the wording carries no weight, keywords side by side and named
+// speakers count, answer turns lie where the question gathers); neither answers about nothing held.
 #include "ZelmorMarkdownKit/answer/AnswerRanking.h"
 #include "ZelmorMarkdownKit/answer/QuestionRanking.h"
 
@@ -11,6 +10,7 @@
 
 #include <cmath>
 #include <random>
+#include <tuple>
 
 namespace zelmor {
 namespace {
@@ -58,6 +58,9 @@ TEST(AnswerRanking, FrequencySaturatesAndTitleAndParticipantHitsCountMore) {
     EXPECT_DOUBLE_EQ(hits[0].relevance, 1.5);
     EXPECT_DOUBLE_EQ(hits[1].relevance, 1.5);
     EXPECT_DOUBLE_EQ(hits[2].relevance, 4.0 / 3);
+    EXPECT_EQ(std::make_tuple(hits[0].match.score, hits[1].match.score, hits[2].match.score),
+              std::make_tuple(2LL, 3LL, 2LL))
+        << "two turns; the title; a participant";
     EXPECT_DOUBLE_EQ(hits[3].relevance, 1.0);
     // With K = 0 every matched keyword contributes its weight, whatever the frequency.
     EXPECT_DOUBLE_EQ(answerRank(items, "budget", plain(0))[0].relevance, 1);
@@ -135,7 +138,6 @@ std::vector<QuestionRanking::Hit> ranked(const std::vector<TranscriptDocument>& 
     return QuestionRanking::rank(documents, question, {workers});
 }
 
-/// The positions of the ranked meetings, best first.
 Order order(const std::vector<TranscriptDocument>& meetings, std::string_view question,
             unsigned workers = 0) {
     Order positions;
@@ -157,13 +159,20 @@ TEST(QuestionRanking, TheQuestionsWordingIsNoKeywordAndOnlyAQuestionAboutNothing
     EXPECT_TRUE(order(meetings, "Summarize the discussion.").empty());
 }
 
-TEST(QuestionRanking, KeywordsSideBySideBeatTheSameKeywordsApart) {
+TEST(QuestionRanking, KeywordsSideBySideAndTheWordsNamingTheTopicWeighMore) {
     // The second meeting is a word longer, so only the pair puts it first.
     std::vector<TranscriptDocument> meetings{
         meeting({{"Ana", "the pricing is late " + filler}, {"Bo", "the roadmap is late " + filler}}),
         meeting({{"Ana", "the pricing roadmap is late " + filler}, {"Bo", "the report is late " + filler}}),
         meeting({{"Ana", filler}})};
     EXPECT_EQ(order(meetings, "What is the pricing roadmap?"), (Order{1, 0}));
+    // As long and as rare as each other: only where each stands in the question tells them apart.
+    meetings = {meeting({{"Ana", "design " + filler}}), meeting({{"Ana", "launch " + filler}}),
+                meeting({{"Ana", filler}})};
+    EXPECT_EQ(order(meetings, "What did design say about the launch?"), (Order{1, 0}));
+    EXPECT_EQ(QuestionRanking::keywords("What about, regarding, on, of, for, with, toward or towards it?"),
+              Strings{})
+        << "the words that open a topic are no keywords themselves";
 }
 
 TEST(QuestionRanking, ANamedSpeakersMeetingAndTurnsCount) {
@@ -197,21 +206,11 @@ TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {
     turns.assign(30, {"Bo", filler});
     for (size_t at : {0, 8, 16}) turns[at].text = "the pricing";
     turns[24].text = "the roadmap";
-    EXPECT_EQ(ranked({meeting(turns)}, "What about the pricing roadmap?").at(0).answerTurns.front(), 24u);
+    EXPECT_EQ(ranked({meeting(turns)}, "What about the pricing roadmap?").at(0).answerTurns,
+              (Order{24, 0, 8}));
     // Snippets come from the file read again; turns it no longer has are left out.
     EXPECT_EQ(QuestionRanking::snippets(meetings[0], {0, 1, {"pricing"}, {1, 40}}),
               Strings{"**Bo:** pricing and roadmap and pricing roadmap"});
-}
-
-TEST(QuestionRanking, TheWordsNamingTheTopicWeighMore) {
-    // As long and as rare as each other: only where each stands in the question tells them apart.
-    std::vector<TranscriptDocument> meetings{meeting({{"Ana", "design " + filler}}),
-                                             meeting({{"Ana", "launch " + filler}}),
-                                             meeting({{"Ana", filler}})};
-    EXPECT_EQ(order(meetings, "What did design say about the launch?"), (Order{1, 0}));
-    EXPECT_EQ(QuestionRanking::keywords("What about, regarding, on, of, for, with, toward or towards it?"),
-              Strings{})
-        << "the words that open a topic are no keywords themselves";
 }
 
 TEST(QuestionRanking, LengthIsNormalisedAndTiesKeepTheOrderGiven) {

@@ -31,27 +31,24 @@ Strings covered(std::string_view text, const std::vector<QT::Word>& words) {
 
 TEST(QueryTokenizer, NormalizeFoldsAndKeepsOnlyLettersAndNumbers) {
     const std::pair<const char*, const char*> cases[] = {
-        {"Résumé", "resume"}, {"RESUME", "resume"}, {"Alex's", "alex"},       {"Alex\u2019s", "alex"},
-        {"ALEX'S", "alex"},   {"don't", "dont"},    {"e.g.", "eg"},           {"co-op", "coop"},
-        {"東京", "東京"},     {"’s", ""},           {"Ünïcödé-2", "unicode2"}};
+        {"Alex's", "alex"}, {"Alex\u2019s", "alex"},  {"ALEX'S", "alex"}, {"don't", "dont"}, {"東京", "東京"},
+        {"’s", ""},         {"Ünïcödé-2", "unicode2"}};
     for (const auto& [word, normal] : cases) EXPECT_EQ(QT::normalize(word), normal) << word;
 }
 
 TEST(QueryTokenizer, StemGivesTheWorkedResultsUndoublingOnlyRepeatedConsonants) {
     const std::pair<const char*, const char*> stems[] = {
-        {"sing", "sing"},   {"bodies", "body"},  {"planning", "plan"}, {"prioritized", "priority"},
-        {"boxes", "box"},   {"buzzes", "buzz"},  {"status", "status"}, {"discussed", "discuss"},
-        {"1o1s", "1o1"},    {"agreed", "agre"},  {"decided", "decid"}, {"analysis", "analysis"},
-        {"axes", "axe"},    {"horses", "hors"},  {"meetings", "meet"}, {"committed", "commit"},
-        {"ties", "tie"},    {"wishes", "wish"},  {"stopped", "stop"},  {"decisions", "decid"},
-        {"gas", "gas"},     {"cafés", "café"},   {"fizzing", "fizz"},  {"release", "releas"},
-        {"skies", "skie"},  {"calling", "call"}, {"glasses", "glass"}, {"used", "used"},
-        {"größes", "größ"}, {"batches", "batch"}};
+        {"sing", "sing"},     {"bodies", "body"},    {"planning", "plan"}, {"prioritized", "priority"},
+        {"boxes", "box"},     {"buzzes", "buzz"},    {"status", "status"}, {"discussed", "discuss"},
+        {"1o1s", "1o1"},      {"agreed", "agre"},    {"decided", "decid"}, {"analysis", "analysis"},
+        {"axes", "axe"},      {"horses", "hors"},    {"meetings", "meet"}, {"stopped", "stop"},
+        {"ties", "tie"},      {"wishes", "wish"},    {"gas", "gas"},       {"cafés", "café"},
+        {"fizzing", "fizz"},  {"release", "releas"}, {"skies", "skie"},    {"calling", "call"},
+        {"glasses", "glass"}, {"used", "used"},      {"größes", "größ"},   {"batches", "batch"}};
     for (const auto& [word, stemmed] : stems) EXPECT_EQ(QT::stem(word), stemmed) << word;
+    // The stems above undouble "plann", "call", "discuss" and "fizz"; these are the other cases.
     const std::pair<const char*, const char*> undoubled[] = {
-        {"plann", "plan"}, {"call", "call"},   {"discuss", "discuss"},
-        {"fizz", "fizz"},  {"agree", "agree"}, {"1011", "1011"},
-        {"ññ", "ñ"},       {"t", "t"},         {"", ""}};
+        {"agree", "agree"}, {"1011", "1011"}, {"ññ", "ñ"}, {"t", "t"}, {"", ""}};
     for (const auto& [word, single] : undoubled) EXPECT_EQ(QT::undouble(word), single) << word;
 }
 
@@ -62,24 +59,20 @@ TEST(QueryTokenizer, ShadowRewritesOneOnOneSpellingsKeepingLengthAndWordsRangesM
         {"1 on 1", "1o1   "},
         {"é 1:1", "é 1o1"},
         {"someone on one", std::nullopt},
-        {"phone 11:15", std::nullopt},
-        {"no digits here", std::nullopt}};
+        {"phone 11:15", std::nullopt}};
     for (const auto& [text, shadow] : shadows) EXPECT_EQ(QT::oneOnOneShadow(text), shadow) << text;
-    // Words give their raw form, stem and range in the caller's text.
     std::string text = "Planning the Q3 roadmap: Dana's 1:1 and one on one, a I 5 x";
     auto found = QT::words(text);
     EXPECT_EQ(each(found, &QT::Word::raw),
               (Strings{"planning", "the", "q3", "roadmap", "dana", "1o1", "and", "1o1"}));
     EXPECT_EQ(covered(text, found),
               (Strings{"Planning", "the", "Q3", "roadmap", "Dana's", "1:1", "and", "one on one"}));
-    EXPECT_EQ(found[0], (QT::Word{"planning", "plan", {0, 8}}));
     EXPECT_EQ(QT::words("1:1s"), (std::vector<QT::Word>{{"1o1s", "1o1", {0, 4}}}));
     // Ranges map back through the shadow in non-ASCII text too.
     text = "Café — our one-on-ones, Zoë";
     found = QT::words(text);
     EXPECT_EQ(each(found, &QT::Word::raw), (Strings{"cafe", "our", "1o1s", "zoe"}));
     EXPECT_EQ(covered(text, found), (Strings{"Café", "our", "one-on-ones", "Zoë"}));
-    EXPECT_EQ(found[2].stem, "1o1");
     EXPECT_TRUE(QT::words("a I 5 — é ?!").empty());
 }
 
@@ -124,14 +117,13 @@ TEST(QueryTokenizer, ASCIIFastPathSegmentsAsICUDoes) {
 }
 
 TEST(QueryTokenizer, KeywordsAreContentStemsInFirstSeenOrderAndPhrasesAreCountedAndFound) {
-    EXPECT_TRUE(QT::keywords("what did we do last week").empty());
-    EXPECT_TRUE(QT::keywords("the three of us, a couple of days ago").empty());
+    // Stop, time and number words are no keywords; one quoted word is no phrase, so it is one too.
+    for (const char* none : {"what did we do last week", "the three of us, a couple of days ago", "\"next\""})
+        EXPECT_TRUE(QT::keywords(none).empty()) << none;
     EXPECT_EQ(QT::keywords("our 1:1 notes"), (Strings{"1o1", "note"}));
     // Quoted phrases keep all their stems.
     EXPECT_EQ(QT::keywords("\"next steps\""), (Strings{"next step"}));
     EXPECT_EQ(QT::keywords("budget \u201Cthe Q3 plans\u201D budget"), (Strings{"budget", "the q3 plan"}));
-    // One quoted word is no phrase: it must be content to count.
-    EXPECT_TRUE(QT::keywords("\"next\"").empty());
     // Pieces of one character never become words, so this term is the single word "plan".
     EXPECT_EQ(QT::keywords("\"plan-b\""), (Strings{"plan"}));
     // Phrases are counted with overlaps, and found by their stems.
@@ -168,18 +160,24 @@ TEST(RankedTranscriptSearch, TermsAreWordsAndQuotedPhrasesGluedOrUnclosed) {
 }
 
 // The rest of matching is held to the plain definition below, which never sets meeting notes.
-TEST(RankedTranscriptSearch, NoTermsMatchNothingAndNeitherSpeakersNorMeetingNotesAreSearched) {
+TEST(RankedTranscriptSearch, NoTermsOrATermThatFoldsToNothingMatchNothingNorDoSpeakersOrMeetingNotes) {
     EXPECT_FALSE(RTS::match(document({{"Ann", "The budget looks fine."}}), {}));
     EXPECT_FALSE(RTS::match(document({{"Zed", "hello"}}, "t", {}), {"zed"}));
     auto doc = document({{"Ann", "Hi."}});
     doc.meetingNotes = "Secret harbour plans.";
     EXPECT_EQ(RTS::match(doc, {"harbour"}), std::nullopt);
+    // A term that folds to nothing leaves no needles, so nothing matches; needles are one per folded term.
+    EXPECT_FALSE(RTS::needles({"plan", "\xCC\x81"}).has_value()); // a lone combining mark
+    EXPECT_EQ(RTS::needles({"Plan", "plan", "PL\u00c1N", "budget", "plan"})->size(), 2u);
+    EXPECT_EQ(RTS::match(document({{"Ann", "plan \xCC\x81"}}), {"plan", "\xCC\x81"}), std::nullopt);
 }
 
 TEST(RankedTranscriptSearch, ExcerptsCountUserPerceivedCharactersWithEllipsesOnCutEnds) {
     std::string longTurn = std::string(120, 'x') + " the budget " + std::string(120, 'y');
-    EXPECT_EQ(RTS::excerpt(longTurn, TextRange{125, 131}, 90),
-              "\u2026" + std::string(85, 'x') + " the budget " + std::string(89, 'y') + "\u2026");
+    const std::string cut =
+        "\u2026" + std::string(85, 'x') + " the budget " + std::string(89, 'y') + "\u2026";
+    EXPECT_EQ(RTS::excerpt(longTurn, TextRange{125, 131}, 90), cut);
+    EXPECT_EQ(RTS::match(document({{"Ann", longTurn}}), {"BUDGET"})->snippets, Strings{"**Ann:** " + cut});
     EXPECT_EQ(RTS::excerpt("  short budget line \n", TextRange{8, 14}, 90), "short budget line");
 
     const std::string thumb = "\U0001F44D\U0001F3FD"; // thumbs up with a skin tone: one character
@@ -208,8 +206,6 @@ TEST(RankedTranscriptSearch, RankSortsByScoreKeepingInputOrderOnTies) {
     for (const auto& hit : hits) order.push_back(hit.id);
     EXPECT_EQ(order, (Strings{"five", "two", "one", "four"}));
     EXPECT_EQ(hits[0].match, (Match{3, 0, {}}));
-    EXPECT_TRUE(RTS::rank(items, "   ").empty());
-    EXPECT_TRUE(RTS::rank(items, std::nullopt).empty());
 }
 
 bool anyIn(const Strings& texts, const Strings& terms) {
@@ -223,7 +219,6 @@ bool anyIn(const Strings& texts, const Strings& terms) {
 std::optional<Match> plainMatch(const TranscriptDocument& doc, const Strings& terms) {
     Strings turns, fields{doc.notes, doc.summary, doc.actionItems, doc.keyMoments}, unplaced;
     for (const auto& turn : doc.turns) turns.push_back(turn.text);
-    if (terms.empty()) return std::nullopt;
     for (const auto& term : terms)
         if (!anyIn(turns, {term}) && !anyIn(fields, {term}) && !anyIn(doc.participants, {term}) &&
             !anyIn({doc.title}, {term}))
@@ -292,13 +287,6 @@ TEST(RankedTranscriptSearch, OnePassMatchAndTheSnippetFreeMatchAgreeWithThePlain
         }
         ASSERT_EQ(scorer.finish(doc), expected);
     }
-}
-
-TEST(RankedTranscriptSearch, ATermThatFoldsToNothingLeavesNoNeedlesSoNothingMatches) {
-    EXPECT_FALSE(RTS::needles({"plan", "\xCC\x81"}).has_value()); // a lone combining mark
-    EXPECT_EQ(RTS::needles({"Plan", "plan", "PL\u00c1N", "budget", "plan"})->size(), 2u)
-        << "one per folded term";
-    EXPECT_EQ(RTS::match(document({{"Ann", "plan \xCC\x81"}}), {"plan", "\xCC\x81"}), std::nullopt);
 }
 
 } // namespace

@@ -20,7 +20,6 @@ TEST(TextFolding, FoldsCaseAndDiacriticsTogetherAndFindGivesTheOriginalBytesOfTh
     EXPECT_EQ(TextFolding::folded("İstanbul"), "istanbul");
     EXPECT_EQ(TextFolding::folded("한국어 ’quoted’"), "한국어 ’quoted’");
     EXPECT_EQ(TextFolding::folded("𝐀Ǆ"), "𝐀ǆ");
-    EXPECT_FALSE(TextFolding::contains("anything", ""));
     EXPECT_FALSE(TextFolding::contains("e\u0301", "\u0301")) << "a term that folds to nothing is never found";
     // A match that ends on a decomposed letter takes the dropped mark with it, and half of an
     // expanded letter still maps to the whole letter.
@@ -37,28 +36,26 @@ bool byDefinition(std::string_view text, const std::string& needle) {
     return TextFolding::folded(text).find(needle) != std::string::npos;
 }
 
-TEST(FoldedNeedle, TextFullOfNearMissesIsSearchedToTheEndAtEveryOffset) {
-    // Many near misses make the search leave its first method midway; the needle then sits at
-    // every place relative to the 16-byte blocks, and once past the last whole block.
-    FoldedNeedle needle(TextFolding::folded("pricing page"));
-    std::string decoys;
-    for (int i = 0; i < 40; ++i) decoys += "Pricing Pag. gig ";
-    for (size_t pad = 0; pad < 40; ++pad) {
-        std::string text = decoys + std::string(pad, 'g');
-        EXPECT_FALSE(needle.occursIn(text)) << pad;
-        EXPECT_TRUE(needle.occursIn(text + "PRICING page")) << pad;
-        EXPECT_TRUE(needle.occursIn(text + "pricing page" + std::string(pad % 17, '.'))) << pad;
-    }
-}
-
-TEST(FoldedNeedle, AnAccentedLetterAtEitherEndOfAShortTextIsSeen) {
-    // The block scan of a turn-sized text loads its bytes at the needle's rarest letter's
-    // offset, so the first and last few bytes are checked apart for letters that fold. Here í
-    // and é fold into the needle; ó, in the same place, does not. In "zeppelin" the rarest
-    // letter comes first, so the unloaded bytes are at the end; the last needle is longer than
-    // one block.
+TEST(FoldedNeedle, NearMissesAndAnAccentedLetterAtEitherEndOfATurnAreSeenAtEveryOffset) {
     FoldedNeedle pricing(TextFolding::folded("pricing page")), early(TextFolding::folded("zeppelin")),
         longer(TextFolding::folded("pricing page review zeppelin"));
+    // Near misses, in a turn-sized text and in a longer one where they make the search leave its
+    // first method midway; the needle then sits at every place relative to the 16-byte blocks,
+    // and once past the last whole block.
+    for (int copies : {40, 130}) {
+        std::string decoys;
+        for (int i = 0; i < copies; ++i) decoys += "Pricing Pag. gig ";
+        for (size_t pad = 0; pad < 40; ++pad) {
+            std::string text = decoys + std::string(pad, 'g');
+            EXPECT_FALSE(pricing.occursIn(text)) << pad;
+            EXPECT_TRUE(pricing.occursIn(text + "PRICING page")) << pad;
+            EXPECT_TRUE(pricing.occursIn(text + "pricing page" + std::string(pad % 17, '.'))) << pad;
+        }
+    }
+    // The block scan of a turn-sized text loads its bytes at the needle's rarest letter's offset,
+    // so the first and last few bytes are checked apart for letters that fold: í and é fold into
+    // the needle, ó does not. In "zeppelin" the rarest letter comes first, so the unloaded bytes
+    // are at the end; the last needle is longer than one block.
     for (size_t pad = 20; pad < 60; ++pad) {
         std::string x(pad, 'x');
         for (const auto& [needle, found, missed] :

