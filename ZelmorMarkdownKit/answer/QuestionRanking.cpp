@@ -50,6 +50,9 @@ constexpr size_t maxAnswerTurns = 3;
 constexpr size_t snippetContext = 90;
 /// How many turns before and after a turn count as its neighbourhood when finding the answer.
 constexpr size_t answerReach = 6;
+/// Within a meeting where the question names a speaker, the words of that name say whose answer
+/// it is more than what it is about: where the answer lies, they weigh half.
+constexpr double speakerNameWordWeight = 0.5;
 
 /// Words that say what kind of answer is wanted rather than what it is about.
 const std::set<std::string, std::less<>>& wordingStems() {
@@ -482,14 +485,15 @@ std::vector<size_t> Question::answerTurns(const Evidence& found, const std::vect
     // keywords and keyword pairs, twice, plus that of every other turn about it (an answer is a
     // stretch of talk where the question's words keep coming back). When the question names a
     // speaker, that speaker's turns come first: it asks what they said. Within the meeting a
-    // keyword said in few turns points to the answer more than one said all through it.
+    // keyword said in few turns points to the answer more than one said all through it, and a
+    // word of the named speaker's label less than the words of the topic.
     std::vector<double> inTurns(weights.size(), 0);
     for (const auto& turn : found.turns)
         for (size_t k : turn.keywords) inTurns[k] += 1;
     std::vector<double> local(weights.size());
     for (size_t k = 0; k < weights.size(); ++k)
-        local[k] =
-            weights[k] * std::log(2 + static_cast<double>(found.turnCount) / std::max(inTurns[k], 1.0));
+        local[k] = (found.inNamedSpeaker[k] ? speakerNameWordWeight : 1.0) * weights[k] *
+                   std::log(2 + static_cast<double>(found.turnCount) / std::max(inTurns[k], 1.0));
     std::vector<double> own;
     for (const auto& turn : found.turns) {
         double weight = 0;

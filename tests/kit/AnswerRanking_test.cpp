@@ -208,6 +208,12 @@ TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {
     turns[24].text = "the roadmap";
     EXPECT_EQ(ranked({meeting(turns)}, "What about the pricing roadmap?").at(0).answerTurns,
               (Order{24, 0, 8}));
+    // The words of a named speaker's label say whose answer, not what it is about.
+    turns.assign(30, {"Marketing", filler});
+    for (size_t at = 0; at < 8; ++at) turns[at].text = "for marketing";
+    turns[20].text = "the battery";
+    EXPECT_EQ(ranked({meeting(turns)}, "What did Marketing say about the battery?").at(0).answerTurns.front(),
+              20u);
     // Snippets come from the file read again; turns it no longer has are left out.
     EXPECT_EQ(QuestionRanking::snippets(meetings[0], {0, 1, {"pricing"}, {1, 40}}),
               Strings{"**Bo:** pricing and roadmap and pricing roadmap"});
