@@ -125,6 +125,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(sieved.evidence(document) == plain, "the sieve changes no evidence");
         if (auto header = zelmor::MarkdownTranscriptParser::parseFrontmatter(text))
             require(sieved.evidence(text, *header) == plain, "turns read in place hold the same evidence");
+        for (const auto& hit : zelmor::QuestionRanking::rank({&document}, query))
+            for (size_t turn : hit.answerTurns)
+                require(turn < document.turns.size(), "an answer turn is a turn of the meeting");
     }
     auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
     require(hits.size() <= 1, "one document ranks at most once");
