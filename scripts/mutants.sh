@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # A mutation run: how many small faults planted in the product code the tests catch.
 #
-#   scripts/mutants.sh [--sample N] [--seed S] [--jobs J] [--rev REV] [--list]
+#   scripts/mutants.sh [--sample N] [--seed S] [--jobs J] [--rev REV] [--list] [--matrix]
 #
 # A fixed, seeded sample of N single-site mutations of the product code (never of tests):
 # comparison and arithmetic operators swapped, integer constants moved by one, a condition
@@ -14,13 +14,16 @@
 # --jobs J judges J mutants at a time, each in a copy of its own (a mutant that hangs waits out
 # its limit mostly asleep); the verdicts do not depend on it. --rev REV judges the tree of that
 # commit instead of the working tree as it is (to measure an earlier suite). --list prints the
-# sample without running it. The last lines give the surviving mutants and
-# the kill rate; the whole report is also written to build/mutants/report-SEED-N-TIME.txt.
+# sample without running it. --matrix runs every test executable to its end for each mutant and
+# names, after each verdict, the tests that failed, then lists the tests that alone catch some
+# mutant: what a trim of the tests must keep (slower, since a killed mutant no longer stops at
+# its first failing executable). The last lines give the surviving mutants and the kill rate;
+# the whole report is also written to build/mutants/report-SEED-N-TIME.txt.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
-sample=150 seed=1 jobs=1 list=0 rev=
-usage() { echo "usage: scripts/mutants.sh [--sample N] [--seed S] [--jobs J] [--rev REV] [--list]"; }
+sample=150 seed=1 jobs=1 list=0 rev= matrix=0
+usage() { echo "usage: scripts/mutants.sh [--sample N] [--seed S] [--jobs J] [--rev REV] [--list] [--matrix]"; }
 while (($#)); do
     case "$1" in
         --sample) sample=${2:?--sample needs a number}; shift 2 ;;
@@ -28,6 +31,7 @@ while (($#)); do
         --jobs) jobs=${2:?--jobs needs a number}; shift 2 ;;
         --rev) rev=${2:?--rev needs a commit}; shift 2 ;;
         --list) list=1; shift ;;
+        --matrix) matrix=1; shift ;;
         -h | --help) usage; exit 0 ;;
         *) echo "scripts/mutants.sh: unknown option '$1'" >&2; usage >&2; exit 1 ;;
     esac
@@ -67,11 +71,12 @@ if ((!list)); then
     done
 fi
 
-exec python3 - "$root" "$sample" "$seed" "$list" "${trees[@]}" <<'PYTHON'
-import os, platform, queue, random, re, signal, subprocess, sys, time
+exec python3 - "$root" "$sample" "$seed" "$list" "$matrix" "${trees[@]}" <<'PYTHON'
+import collections, os, platform, queue, random, re, signal, subprocess, sys, time
 from concurrent.futures import ThreadPoolExecutor
 
-root, sample, seed, list_only, trees = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4] == "1", sys.argv[5:]
+root, sample, seed = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
+list_only, matrix, trees = sys.argv[4] == "1", sys.argv[5] == "1", sys.argv[6:]
 # Sources of the other system are not built here: their mutants could never be killed.
 other_system = "-linux.cpp" if platform.system() == "Darwin" else "-macos.cpp"
 product = ("ZelmorMarkdownKit/", "ZelmorMCP/", "platform/", "tools/zelmor-kit/")
@@ -189,7 +194,7 @@ def judge(m):
     assert text[column:column + len(old)] == old, describe(m)
     lines[line - 1] = text[:column] + new + text[column + len(old):]
     t0 = time.time()
-    verdict = None
+    verdict, failed = None, set()
     try:
         open(target, "w", encoding="utf-8").write("\n".join(lines))
         if subprocess.run(["cmake", "--build", build, "--target", *tests],
@@ -197,9 +202,11 @@ def judge(m):
             verdict = "killed (build)"
         else:
             for test in tests:
+                output = os.path.join(build, "test-output.txt")
+                out = open(output, "w") if matrix else subprocess.DEVNULL
                 # In a session of its own, so that the servers a hung test started go with it.
                 run = subprocess.Popen([os.path.join(build, "tests", test), "--gtest_brief=1"],
-                                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                       stdout=out, stderr=subprocess.DEVNULL,
                                        cwd=os.path.join(build, "tests"), start_new_session=True)
                 try:
                     status = run.wait(timeout=test_limit)
@@ -210,26 +217,38 @@ def judge(m):
                 except ProcessLookupError:
                     pass
                 run.wait()
-                if status is None:
-                    verdict = f"killed (limit, {test})"
-                    break
-                if status != 0:
-                    verdict = f"killed ({test})"
+                if matrix:
+                    out.close()
+                    # gtest names each failed test on a line of its own ("[  FAILED  ] Suite.Name").
+                    for row in open(output, errors="replace"):
+                        found = re.match(r"\[  FAILED  \] ([^\s,]+\.[^\s,]+)", row)
+                        if found:
+                            failed.add(found.group(1))
+                    if status is None:
+                        failed.add(f"{test} past its limit")
+                if status == 0:
+                    continue
+                verdict = verdict or (f"killed (limit, {test})" if status is None else f"killed ({test})")
+                if not matrix:
                     break
     finally:
         open(target, "w", encoding="utf-8").write(original)
         free.put(tree)
-    return verdict or "survived", time.time() - t0
+    return verdict or "survived", failed, time.time() - t0
 
-report, survivors, killed = [], [], 0
+report, survivors, killed, alone = [], [], 0, collections.Counter()
 started = time.time()
 with ThreadPoolExecutor(max_workers=len(trees)) as pool:
-    for k, (m, (verdict, seconds)) in enumerate(zip(mutants, pool.map(judge, mutants)), 1):
+    for k, (m, (verdict, failed, seconds)) in enumerate(zip(mutants, pool.map(judge, mutants)), 1):
         if verdict == "survived":
             survivors.append(m)
         else:
             killed += 1
+        if len(failed) == 1:
+            alone.update(failed)
         entry = f"[{k}/{len(mutants)}] {verdict:28} {describe(m)}  {seconds:.0f} s"
+        if matrix and failed:
+            entry += "\n    failed: " + " ".join(sorted(failed))
         report.append(entry)
         print(entry, flush=True)
 
@@ -237,7 +256,10 @@ with ThreadPoolExecutor(max_workers=len(trees)) as pool:
 for tree in trees:
     subprocess.run(["cmake", "--build", os.path.join(tree, "build"), "--target", *tests], stdout=subprocess.DEVNULL)
 minutes = (time.time() - started) / 60
-summary = [f"survivors ({len(survivors)}):"] + ["  " + describe(m) for m in survivors] + [
+summary = [f"survivors ({len(survivors)}):"] + ["  " + describe(m) for m in survivors]
+if matrix:
+    summary += ["tests that alone catch a mutant (how many):"] + [f"  {n}  {t}" for t, n in alone.most_common()]
+summary += [
     f"kill rate {killed}/{len(mutants)} = {100.0 * killed / max(len(mutants), 1):.1f}% "
     f"(seed {seed}, sample {len(mutants)}, {minutes:.0f} min)"]
 print("\n".join(summary))
