@@ -278,10 +278,15 @@ private:
             return true;
         };
         if (offset) {
-            // The file's places that fall in the text.
-            for (auto place = std::lower_bound(filePlaces.begin(), filePlaces.end(), *offset);
-                 place != filePlaces.end() && *place < *offset + text.size(); ++place)
-                visit(*place - *offset);
+            // The file's places that fall in the text. Paragraphs come in file order, so the
+            // places are walked along with them; one that comes earlier is searched for.
+            if (nextPlace > 0 && filePlaces[nextPlace - 1] >= *offset)
+                nextPlace = static_cast<size_t>(
+                    std::lower_bound(filePlaces.begin(), filePlaces.end(), *offset) - filePlaces.begin());
+            while (nextPlace < filePlaces.size() && filePlaces[nextPlace] < *offset) ++nextPlace;
+            for (; nextPlace < filePlaces.size() && filePlaces[nextPlace] < *offset + text.size();
+                 ++nextPlace)
+                visit(filePlaces[nextPlace] - *offset);
         } else {
             sieve.forEachPlace(text, visit);
         }
@@ -378,6 +383,7 @@ private:
     // The file, when the turns are views into it.
     std::string_view file;
     std::vector<size_t> filePlaces;
+    size_t nextPlace = 0; // the first of them not yet passed
     // Where the file's next byte outside ASCII stands from `outsideFrom` on.
     size_t outsideFrom = SIZE_MAX, nextOutside = 0;
 };
