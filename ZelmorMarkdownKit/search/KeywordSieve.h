@@ -19,7 +19,11 @@ namespace zelmor {
 /// word of `QueryTokenizer::words(text)` with one of the stems starts anywhere else.
 class KeywordSieve {
 public:
-    explicit KeywordSieve(const std::vector<std::string>& stems);
+    /// How the blocks are tested: with the processor's byte shuffle where it has one (x86's
+    /// SSSE3), whatever the number of stems; or, on every processor, comparing each stem's bytes.
+    enum class Blocks { fastest, portable };
+
+    explicit KeywordSieve(const std::vector<std::string>& stems, Blocks blocks = Blocks::fastest);
 
     /// For ASCII text: each place, in order, where a word holding one of the stems may have its
     /// first letter or digit, until `visit` answers false. Every such word's place is among them.
@@ -33,6 +37,12 @@ private:
     /// prefix's first character stands.
     static bool mayStartAt(std::string_view text, size_t at, std::string_view prefix);
 
+    void forEachPlacePortably(std::string_view text, const std::function<bool(size_t)>& visit) const;
+    void forEachPlaceByNibbles(std::string_view text, const std::function<bool(size_t)>& visit) const;
+    /// Whether one of the prefixes whose bit `buckets` sets (or any, with all bits) starts a word
+    /// at `at`.
+    bool mayStartAny(std::string_view text, size_t at, unsigned buckets = 0xff) const;
+
     /// What each stem's words start with: lowered ASCII letters and digits, two or more.
     std::vector<std::string> prefixes;
     /// Each prefix's first two bytes in every lane of a 16-byte vector.
@@ -40,6 +50,13 @@ private:
         ByteBlocks::Bytes first, second;
     };
     std::vector<Lanes> lanes;
+    /// For the shuffle: prefix i is in bucket i % 8; each table answers, for a nibble of a
+    /// lowered byte, the buckets whose prefixes' first (second) byte has it.
+    struct Nibbles {
+        unsigned char firstLow[16], firstHigh[16], secondLow[16], secondHigh[16];
+    };
+    Nibbles nibbles{};
+    bool byNibbles = false;
     /// A stem no bytes can rule out (outside ASCII, too short, or the one-on-one stand-in).
     bool holdsAnything = false;
 };

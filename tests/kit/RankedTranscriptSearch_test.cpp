@@ -1,5 +1,6 @@
 // Search: the tokenizer's folding, stems, one-on-one shadow, keywords and phrases with its ASCII path
 // held to ICU; keyword matches, excerpts and ranks, the one-pass match held to the plain definition.
+#include "ZelmorMarkdownKit/search/KeywordSieve.h"
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
 
@@ -286,6 +287,35 @@ TEST(RankedTranscriptSearch, OnePassMatchAndTheSnippetFreeMatchAgreeWithThePlain
             scorer.addTurn(paragraphs);
         }
         ASSERT_EQ(scorer.finish(doc), expected);
+    }
+}
+
+TEST(KeywordSieve, TheShuffledBlocksFindThePlacesThePortableOnesFind) {
+    // Words with and near the prefixes, joining marks, capitals, digits and bytes outside ASCII,
+    // for one stem, a few, and more than the eight buckets (which then share).
+    const std::vector<std::string> pieces = {"budget", "BUDGE", "b_udget",  "bu.dg", "xbudget", "_plan",
+                                             "Plan's", "pla",   "launch",   "lau",   "1s",      "q3",
+                                             "Q3x",    "zé",    "zeppelin", "ana",   "Bo",      "—",
+                                             "\xff",   " ",     ". ",       ",",     "@",       "\n\n"};
+    const std::vector<std::vector<std::string>> stemSets = {
+        {"zeppelin"},
+        {"budget", "launch", "plan"},
+        {"budget", "launch", "plan", "polici", "zeppelin", "decid", "q3", "1s", "ana", "bo", "lau", "zz"}};
+    std::mt19937 random(5);
+    for (int round = 0; round < 200; ++round) {
+        std::string text;
+        for (size_t i = 0, length = random() % 60; i < length; ++i) text += pieces[random() % pieces.size()];
+        for (const auto& stems : stemSets) {
+            auto places = [&](KeywordSieve::Blocks blocks) {
+                std::vector<size_t> found;
+                KeywordSieve(stems, blocks).forEachPlace(text, [&](size_t at) {
+                    found.push_back(at);
+                    return true;
+                });
+                return found;
+            };
+            ASSERT_EQ(places(KeywordSieve::Blocks::fastest), places(KeywordSieve::Blocks::portable)) << text;
+        }
     }
 }
 
