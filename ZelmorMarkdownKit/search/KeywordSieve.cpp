@@ -3,7 +3,8 @@
 // the way `QueryTokenizer::words` segments ASCII text, but leniently: a place it cannot rule out counts as a
 // find, which costs only the tokenizing the sieve was meant to spare. Where the processor can
 // shuffle bytes, a block is tested for all prefixes at once, Teddy's way (as in Hyperscan and
-// ripgrep): each byte's two nibbles look up the prefixes that may stand there.
+// ripgrep): the two nibbles of each of three bytes look up the prefixes whose first, second or third
+// byte it may be.
 #include "ZelmorMarkdownKit/search/KeywordSieve.h"
 
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
@@ -13,7 +14,7 @@
 #include <bit>
 #include <cstring>
 
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__x86_64__)
 #include <immintrin.h>
 #define ZELMOR_SIEVE_SHUFFLES 1
 #endif
@@ -94,6 +95,11 @@ KeywordSieve::KeywordSieve(const std::vector<std::string>& stems, Blocks blocks)
         nibbles.firstHigh[first >> 4] |= bucket;
         nibbles.secondLow[second & 15] |= bucket;
         nibbles.secondHigh[second >> 4] |= bucket;
+        const auto third = static_cast<unsigned char>(prefix.size() > 2 ? prefix[2] : 0);
+        for (size_t nibble = 0; nibble < 16; ++nibble) {
+            if (prefix.size() == 2 || nibble == (third & 15u)) nibbles.thirdLow[nibble] |= bucket;
+            if (prefix.size() == 2 || nibble == third >> 4) nibbles.thirdHigh[nibble] |= bucket;
+        }
         prefixes.push_back(std::move(prefix));
     }
 #if ZELMOR_SIEVE_SHUFFLES
@@ -166,23 +172,29 @@ KeywordSieve::forEachPlaceByNibbles(std::string_view text, const std::function<b
     // Copied out of the object: a store through the visit could otherwise alias them.
     const __m128i firstLow = table(nibbles.firstLow), firstHigh = table(nibbles.firstHigh),
                   secondLow = table(nibbles.secondLow), secondHigh = table(nibbles.secondHigh),
+                  thirdLow = table(nibbles.thirdLow), thirdHigh = table(nibbles.thirdHigh),
                   joiningLow = table(joiningMarks.low), joiningHigh = table(joiningMarks.high),
                   wordLow = table(lettersAndDigits.low), wordHigh = table(lettersAndDigits.high);
     const __m128i lowering = _mm_set1_epi8(0x20), none = _mm_setzero_si128(), every = _mm_set1_epi8(-1);
     alignas(16) unsigned char buckets[16];
     size_t at = 1;
-    for (; at + 17 <= text.size(); at += 16) {
-        const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at));
-        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at + 1));
-        const __m128i before = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at - 1));
-        // The buckets whose first byte stands here and whose second (or a joining mark) follows,
-        // where no letter or digit comes before.
+    for (; at + 18 <= text.size(); at += 16) {
+        auto load = [&text](size_t from) {
+            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
+        };
+        const __m128i before = load(at - 1), here = load(at), next = load(at + 1), after = load(at + 2);
+        // The buckets whose first three bytes stand here, or whose first does with a joining mark
+        // after it or after the next, where no letter or digit comes before.
         const __m128i first = shuffled(firstLow, firstHigh, _mm_or_si128(here, lowering));
         const __m128i second = shuffled(secondLow, secondHigh, _mm_or_si128(next, lowering));
-        const __m128i joining =
-            _mm_andnot_si128(_mm_cmpeq_epi8(shuffled(joiningLow, joiningHigh, next), none), every);
+        const __m128i third = shuffled(thirdLow, thirdHigh, _mm_or_si128(after, lowering));
+        const __m128i joined =
+            _mm_andnot_si128(_mm_and_si128(_mm_cmpeq_epi8(shuffled(joiningLow, joiningHigh, next), none),
+                                           _mm_cmpeq_epi8(shuffled(joiningLow, joiningHigh, after), none)),
+                             every);
         const __m128i startsWord = _mm_cmpeq_epi8(shuffled(wordLow, wordHigh, before), none);
-        const __m128i found = _mm_and_si128(_mm_and_si128(first, startsWord), _mm_or_si128(second, joining));
+        const __m128i found = _mm_and_si128(_mm_and_si128(first, startsWord),
+                                            _mm_or_si128(_mm_and_si128(second, third), joined));
         unsigned marks = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(found, none))) ^ 0xffffu;
         if (marks == 0) continue;
         _mm_store_si128(reinterpret_cast<__m128i*>(buckets), found);

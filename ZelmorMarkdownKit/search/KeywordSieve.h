@@ -51,9 +51,10 @@ private:
     };
     std::vector<Lanes> lanes;
     /// For the shuffle: prefix i is in bucket i % 8; each table answers, for a nibble of a
-    /// lowered byte, the buckets whose prefixes' first (second) byte has it.
+    /// lowered byte, the buckets whose prefixes' first (second, third) byte has it. A prefix of
+    /// two bytes takes any third.
     struct Nibbles {
-        unsigned char firstLow[16], firstHigh[16], secondLow[16], secondHigh[16];
+        unsigned char firstLow[16], firstHigh[16], secondLow[16], secondHigh[16], thirdLow[16], thirdHigh[16];
     };
     Nibbles nibbles{};
     bool byNibbles = false;
