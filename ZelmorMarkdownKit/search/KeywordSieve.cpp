@@ -1,10 +1,10 @@
-// Sixteen places at a time, the sieve looks for a prefix's first character at the start of a
-// word, followed by its second or by a joining mark; each such place is then checked by hand. Words are found
-// the way `QueryTokenizer::words` segments ASCII text, but leniently: a place it cannot rule out counts as a
-// find, which costs only the tokenizing the sieve was meant to spare. Where the processor can
-// shuffle bytes, a block is tested for all prefixes at once, Teddy's way (as in Hyperscan and
-// ripgrep): the two nibbles of each of three bytes look up the prefixes whose first, second or third
-// byte it may be.
+// Sixteen places at a time (32 where the processor shuffles bytes), the sieve looks for a prefix's first
+// character at the start of a word, followed by its second or by a joining mark; each such place is then
+// checked by hand. Words are found the way `QueryTokenizer::words` segments ASCII text, but leniently: a
+// place it cannot rule out counts as a find, which costs only the tokenizing the sieve was meant to spare.
+// Where the processor can shuffle bytes (x86's AVX2), a block is tested for all prefixes at once, Teddy's way
+// (as in Hyperscan and ripgrep): the two nibbles of each of three bytes look up the prefixes whose first,
+// second or third byte it may be.
 #include "ZelmorMarkdownKit/search/KeywordSieve.h"
 
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
@@ -65,14 +65,23 @@ constexpr ByteSet joiningMarks(isJoiningMark);
 constexpr ByteSet lettersAndDigits(isAlphanumeric);
 
 /// The and of each byte's two nibbles' entries in `low` and `high`.
-__attribute__((target("ssse3"))) inline __m128i shuffled(__m128i low, __m128i high, __m128i bytes) {
-    const __m128i nibble = _mm_set1_epi8(0x0f);
-    return _mm_and_si128(_mm_shuffle_epi8(low, _mm_and_si128(bytes, nibble)),
-                         _mm_shuffle_epi8(high, _mm_and_si128(_mm_srli_epi16(bytes, 4), nibble)));
+__attribute__((target("avx2"))) inline __m256i shuffled(__m256i low, __m256i high, __m256i bytes) {
+    const __m256i nibble = _mm256_set1_epi8(0x0f);
+    return _mm256_and_si256(_mm256_shuffle_epi8(low, _mm256_and_si256(bytes, nibble)),
+                            _mm256_shuffle_epi8(high, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble)));
+}
+
+/// A table of 16 bytes in both halves (the shuffle looks up within each half).
+__attribute__((target("avx2"))) inline __m256i table(const unsigned char (&bytes)[16]) {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)));
+}
+
+__attribute__((target("avx2"))) inline __m256i load(std::string_view text, size_t at) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text.data() + at));
 }
 
 bool processorShuffles() {
-    static const bool shuffles = __builtin_cpu_supports("ssse3");
+    static const bool shuffles = __builtin_cpu_supports("avx2");
     return shuffles;
 }
 #endif
@@ -164,40 +173,37 @@ void KeywordSieve::forEachPlacePortably(std::string_view text,
 }
 
 #if ZELMOR_SIEVE_SHUFFLES
-__attribute__((target("ssse3"))) void
+__attribute__((target("avx2"))) void
 KeywordSieve::forEachPlaceByNibbles(std::string_view text, const std::function<bool(size_t)>& visit) const {
-    auto table = [](const unsigned char(&bytes)[16]) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-    };
     // Copied out of the object: a store through the visit could otherwise alias them.
-    const __m128i firstLow = table(nibbles.firstLow), firstHigh = table(nibbles.firstHigh),
+    const __m256i firstLow = table(nibbles.firstLow), firstHigh = table(nibbles.firstHigh),
                   secondLow = table(nibbles.secondLow), secondHigh = table(nibbles.secondHigh),
                   thirdLow = table(nibbles.thirdLow), thirdHigh = table(nibbles.thirdHigh),
                   joiningLow = table(joiningMarks.low), joiningHigh = table(joiningMarks.high),
                   wordLow = table(lettersAndDigits.low), wordHigh = table(lettersAndDigits.high);
-    const __m128i lowering = _mm_set1_epi8(0x20), none = _mm_setzero_si128(), every = _mm_set1_epi8(-1);
-    alignas(16) unsigned char buckets[16];
+    const __m256i lowering = _mm256_set1_epi8(0x20), none = _mm256_setzero_si256(),
+                  every = _mm256_set1_epi8(-1);
+    alignas(32) unsigned char buckets[32];
     size_t at = 1;
-    for (; at + 18 <= text.size(); at += 16) {
-        auto load = [&text](size_t from) {
-            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
-        };
-        const __m128i before = load(at - 1), here = load(at), next = load(at + 1), after = load(at + 2);
+    for (; at + 34 <= text.size(); at += 32) {
+        const __m256i before = load(text, at - 1), here = load(text, at), next = load(text, at + 1),
+                      after = load(text, at + 2);
         // The buckets whose first three bytes stand here, or whose first does with a joining mark
         // after it or after the next, where no letter or digit comes before.
-        const __m128i first = shuffled(firstLow, firstHigh, _mm_or_si128(here, lowering));
-        const __m128i second = shuffled(secondLow, secondHigh, _mm_or_si128(next, lowering));
-        const __m128i third = shuffled(thirdLow, thirdHigh, _mm_or_si128(after, lowering));
-        const __m128i joined =
-            _mm_andnot_si128(_mm_and_si128(_mm_cmpeq_epi8(shuffled(joiningLow, joiningHigh, next), none),
-                                           _mm_cmpeq_epi8(shuffled(joiningLow, joiningHigh, after), none)),
-                             every);
-        const __m128i startsWord = _mm_cmpeq_epi8(shuffled(wordLow, wordHigh, before), none);
-        const __m128i found = _mm_and_si128(_mm_and_si128(first, startsWord),
-                                            _mm_or_si128(_mm_and_si128(second, third), joined));
-        unsigned marks = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(found, none))) ^ 0xffffu;
+        const __m256i first = shuffled(firstLow, firstHigh, _mm256_or_si256(here, lowering));
+        const __m256i second = shuffled(secondLow, secondHigh, _mm256_or_si256(next, lowering));
+        const __m256i third = shuffled(thirdLow, thirdHigh, _mm256_or_si256(after, lowering));
+        const __m256i joined = _mm256_andnot_si256(
+            _mm256_and_si256(_mm256_cmpeq_epi8(shuffled(joiningLow, joiningHigh, next), none),
+                             _mm256_cmpeq_epi8(shuffled(joiningLow, joiningHigh, after), none)),
+            every);
+        const __m256i startsWord = _mm256_cmpeq_epi8(shuffled(wordLow, wordHigh, before), none);
+        const __m256i found = _mm256_and_si256(_mm256_and_si256(first, startsWord),
+                                               _mm256_or_si256(_mm256_and_si256(second, third), joined));
+        unsigned marks =
+            static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(found, none))) ^ 0xffffffffu;
         if (marks == 0) continue;
-        _mm_store_si128(reinterpret_cast<__m128i*>(buckets), found);
+        _mm256_store_si256(reinterpret_cast<__m256i*>(buckets), found);
         for (; marks != 0; marks &= marks - 1) {
             const size_t i = static_cast<size_t>(std::countr_zero(marks));
             if (mayStartAny(text, at + i, buckets[i]) && !visit(at + i)) return;

@@ -20,7 +20,7 @@ namespace zelmor {
 class KeywordSieve {
 public:
     /// How the blocks are tested: with the processor's byte shuffle where it has one (x86's
-    /// SSSE3), whatever the number of stems; or, on every processor, comparing each stem's bytes.
+    /// AVX2), whatever the number of stems; or, on every processor, comparing each stem's bytes.
     enum class Blocks { fastest, portable };
 
     explicit KeywordSieve(const std::vector<std::string>& stems, Blocks blocks = Blocks::fastest);
