@@ -122,6 +122,8 @@ struct detail::ParsedQuestion {
     std::vector<std::string> written;
     /// Keyword indexes of adjacent keywords in the question, in order.
     std::set<std::pair<size_t, size_t>> pairs;
+    /// Whether each keyword is the first of a pair.
+    std::vector<bool> startsPair;
     std::string spaced;
     std::set<char> capitals;
     /// Finds the places where a keyword may stand; none when every word is to be read.
@@ -153,6 +155,8 @@ detail::ParsedQuestion parse(std::string_view text, Question::Reading reading = 
         if (previous && *previous != at->second) question.pairs.emplace(*previous, at->second);
         previous = at->second;
     }
+    question.startsPair.assign(question.keywords.size(), false);
+    for (const auto& pair : question.pairs) question.startsPair[pair.first] = true;
     question.spaced = spacedWords(words);
     question.capitals = loneCapitals(text);
     if (reading == Question::Reading::sieved) question.sieve.emplace(question.keywords);
@@ -272,7 +276,10 @@ private:
             if (!segment) return true;
             int tag = cache.tag(text.substr(segment->start, segment->end - segment->start));
             if (tag < 0) return true;
-            if (previous != none && holdsTopicWord(text.substr(0, segment->start), from)) previous = none;
+            // The words between matter only to a pair the question holds.
+            if (previous != none && question.pairs.contains({previous, static_cast<size_t>(tag)}) &&
+                holdsTopicWord(text.substr(0, segment->start), from))
+                previous = none;
             take(tag, byNamed);
             from = segment->end;
             return true;
@@ -290,7 +297,7 @@ private:
         } else {
             sieve.forEachPlace(text, visit);
         }
-        if (previous != none && holdsTopicWord(text, from)) previous = none;
+        if (previous != none && question.startsPair[previous] && holdsTopicWord(text, from)) previous = none;
     }
 
     bool isASCII(std::string_view text, std::optional<size_t> offset) {
