@@ -1,10 +1,11 @@
-// Sixteen places at a time (32 where the processor shuffles bytes), the sieve looks for a prefix's first
-// character at the start of a word, followed by its second or by a joining mark; each such place is then
-// checked by hand. Words are found the way `QueryTokenizer::words` segments ASCII text, but leniently: a
-// place it cannot rule out counts as a find, which costs only the tokenizing the sieve was meant to spare.
-// Where the processor can shuffle bytes (x86's AVX2), a block is tested for all prefixes at once, Teddy's way
-// (as in Hyperscan and ripgrep): the two nibbles of each of three bytes look up the prefixes whose first,
-// second or third byte it may be.
+// A block of bytes at a time, the sieve looks for a prefix's first character at the start of a
+// word, followed by its second or by a joining mark; each such place is then checked by hand.
+// Words are found the way `QueryTokenizer::words` segments ASCII text, but leniently: a place it
+// cannot rule out counts as a find, which costs only the tokenizing the sieve was meant to spare.
+// The portable loop compares 16 bytes with each prefix in turn. Where the processor shuffles bytes
+// (x86's AVX2), 32 bytes are tested for every prefix at once, Teddy's way (as in Hyperscan and
+// ripgrep): the two nibbles of each byte look up the prefixes whose first, second or third byte
+// it may be, so that the cost no longer grows with the prefixes and fewer places reach the check.
 #include "ZelmorMarkdownKit/search/KeywordSieve.h"
 
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"

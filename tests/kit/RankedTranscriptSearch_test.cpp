@@ -1,5 +1,6 @@
 // Search: the tokenizer's folding, stems, one-on-one shadow, keywords and phrases with its ASCII path
-// held to ICU; keyword matches, excerpts and ranks, the one-pass match held to the plain definition.
+// held to ICU; keyword matches, excerpts and ranks, the one-pass match held to the plain definition;
+// the keyword sieve's two loops held to each other.
 #include "ZelmorMarkdownKit/search/KeywordSieve.h"
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
