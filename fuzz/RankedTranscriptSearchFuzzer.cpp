@@ -2,12 +2,13 @@
 // search on them: the query's terms, the match of the parsed transcript (and, for UTF-8 input as
 // the store gives it, the snippet-free scoring and raw-text needles held to it), the tokenizer's
 // fast paths against ICU's and its word cache against its words, the question ranking's sieve
-// against reading every word, and excerpts.
+// against reading every word (and its two loops against each other), and excerpts.
 // Text that does not parse as a transcript fills every searched field of a document instead.
 #include "FuzzInput.h"
 
 #include "ZelmorMarkdownKit/answer/QuestionRanking.h"
 #include "ZelmorMarkdownKit/format/MarkdownTranscriptParser.h"
+#include "ZelmorMarkdownKit/search/KeywordSieve.h"
 #include "ZelmorMarkdownKit/search/QueryTokenizer.h"
 #include "ZelmorMarkdownKit/search/RankedTranscriptSearch.h"
 #include "ZelmorMarkdownKit/text/TextFolding.h"
@@ -128,6 +129,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (const auto& hit : zelmor::QuestionRanking::rank({&document}, query))
             for (size_t turn : hit.answerTurns)
                 require(turn < document.turns.size(), "an answer turn is a turn of the meeting");
+    }
+    // The sieve's two loops find the same places, on any bytes.
+    {
+        const auto stems = zelmor::QuestionRanking::keywords(query);
+        auto places = [&](zelmor::KeywordSieve::Blocks blocks) {
+            std::vector<size_t> found;
+            zelmor::KeywordSieve(stems, blocks).forEachPlace(text, [&](size_t at) {
+                found.push_back(at);
+                return true;
+            });
+            return found;
+        };
+        require(places(zelmor::KeywordSieve::Blocks::fastest) ==
+                    places(zelmor::KeywordSieve::Blocks::portable),
+                "the sieve's loops find the same places");
     }
     auto hits = RTS::rank(std::vector<std::pair<int, zelmor::TranscriptDocument>>{{1, document}}, query);
     require(hits.size() <= 1, "one document ranks at most once");
