@@ -99,16 +99,19 @@ KeywordSieve::KeywordSieve(const std::vector<std::string>& stems, Blocks blocks)
         lanes.push_back({ByteBlocks::lane(static_cast<unsigned char>(prefix[0])),
                          ByteBlocks::lane(static_cast<unsigned char>(prefix[1]))});
         const auto bucket = static_cast<unsigned char>(1u << (prefixes.size() % 8));
-        const auto first = static_cast<unsigned char>(prefix[0]),
-                   second = static_cast<unsigned char>(prefix[1]);
-        nibbles.firstLow[first & 15] |= bucket;
-        nibbles.firstHigh[first >> 4] |= bucket;
-        nibbles.secondLow[second & 15] |= bucket;
-        nibbles.secondHigh[second >> 4] |= bucket;
-        const auto third = static_cast<unsigned char>(prefix.size() > 2 ? prefix[2] : 0);
-        for (size_t nibble = 0; nibble < 16; ++nibble) {
-            if (prefix.size() == 2 || nibble == (third & 15u)) nibbles.thirdLow[nibble] |= bucket;
-            if (prefix.size() == 2 || nibble == third >> 4) nibbles.thirdHigh[nibble] |= bucket;
+        auto add = [bucket](unsigned char(&low)[16], unsigned char(&high)[16], char byte) {
+            low[static_cast<unsigned char>(byte) & 15] |= bucket;
+            high[static_cast<unsigned char>(byte) >> 4] |= bucket;
+        };
+        add(nibbles.firstLow, nibbles.firstHigh, prefix[0]);
+        add(nibbles.secondLow, nibbles.secondHigh, prefix[1]);
+        if (prefix.size() > 2) {
+            add(nibbles.thirdLow, nibbles.thirdHigh, prefix[2]);
+        } else {
+            for (size_t nibble = 0; nibble < 16; ++nibble) {
+                nibbles.thirdLow[nibble] |= bucket;
+                nibbles.thirdHigh[nibble] |= bucket;
+            }
         }
         prefixes.push_back(std::move(prefix));
     }
@@ -145,7 +148,9 @@ bool KeywordSieve::mayStartAny(std::string_view text, size_t at, unsigned bucket
 void KeywordSieve::forEachPlace(std::string_view text, const std::function<bool(size_t)>& visit) const {
     if (prefixes.empty()) return;
     if (!text.empty() && mayStartAny(text, 0) && !visit(0)) return;
+#if ZELMOR_SIEVE_SHUFFLES
     if (byNibbles) return forEachPlaceByNibbles(text, visit);
+#endif
     forEachPlacePortably(text, visit);
 }
 
@@ -212,11 +217,6 @@ KeywordSieve::forEachPlaceByNibbles(std::string_view text, const std::function<b
     }
     for (; at < text.size(); ++at)
         if (mayStartAny(text, at) && !visit(at)) return;
-}
-#else
-void KeywordSieve::forEachPlaceByNibbles(std::string_view text,
-                                         const std::function<bool(size_t)>& visit) const {
-    forEachPlacePortably(text, visit);
 }
 #endif
 

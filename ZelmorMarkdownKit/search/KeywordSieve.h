@@ -38,6 +38,7 @@ private:
     static bool mayStartAt(std::string_view text, size_t at, std::string_view prefix);
 
     void forEachPlacePortably(std::string_view text, const std::function<bool(size_t)>& visit) const;
+    /// Only where the processor shuffles bytes (x86).
     void forEachPlaceByNibbles(std::string_view text, const std::function<bool(size_t)>& visit) const;
     /// Whether one of the prefixes whose bit `buckets` sets (or any, with all bits) starts a word
     /// at `at`.
