@@ -135,6 +135,9 @@ TEST_F(AgentActivity, TheFirstCallOfADayCountsOneDaysTurnAtLocalMidnightAndTheDa
                                                {"2025-03-14", {{"read_meeting", 2}, {"search_meetings", 2}}},
                                                {"2025-03-15", {{"read_meeting", 1}}}}));
     EXPECT_EQ(Log::dayKey(utc(2025, 3, 15, 6, 59, 59), *losAngeles), "2025-03-14");
+    // Without a calendar from the caller, the system's own counts the call.
+    Log::recordCall("list_participants", log, utc(2025, 3, 15, 12));
+    EXPECT_NE(readFile(log).find(R"("list_participants":1)"), std::string::npos) << readFile(log);
 }
 
 TEST_F(AgentActivity, ACountFileNotShapedAsTheTableIsTreatedAsEmptyAndOverwritten) {

@@ -1,5 +1,6 @@
 // The platform layer on a real disk: reads into a reused buffer, what atomic and exclusive
-// writes leave behind, the recursive folder walk, and the freedesktop.org trash layout.
+// writes leave behind, the recursive folder walk, the home folder, and the freedesktop.org trash
+// layout.
 #include "platform/FileSystem.h"
 #include "platform/FolderListing.h"
 #include "platform/Trash.h"
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,6 +40,16 @@ TEST(ReadFileInto, EachFileReadsWhateverTheBufferHeldBeforeAndOnlyRegularFilesAr
     EXPECT_EQ(read("empty.md"), "");
     for (const char* name : {"folder.md", "pipe.md", "missing.md"}) // and a FIFO must not block
         EXPECT_EQ(read(name), std::nullopt) << name;
+}
+
+TEST(HomeDirectory, AnEmptyOrMissingHOMEFallsBackToTheAccountsHome) {
+    const std::string account = ::getpwuid(::getuid())->pw_dir;
+    for (const char* home : {"", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(test::runInChild([&] {
+                      home ? ::setenv("HOME", home, 1) : ::unsetenv("HOME");
+                      return platform::homeDirectory();
+                  }),
+                  account);
 }
 
 unsigned permissionsOf(const std::string& path) {
