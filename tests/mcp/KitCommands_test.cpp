@@ -201,6 +201,9 @@ TEST_F(KitCommandTest, AskScopesByTimePhrasesWidensAThinWindowAndSaysSoWhenNothi
                 widened.out.find("relevance 1.828, 2 of 3 keywords\n") != std::string::npos &&
                 widened.out.find("\n2. ") == std::string::npos)
         << widened.out;
+    // Two matching meetings are still too few.
+    EXPECT_TRUE(kit({"ask", "team tier", "--folder", examples})
+                    .out.starts_with("Widened to 3650 days \u2014 only 2 meetings in the last 365\n"));
     auto answer = nlohmann::json::parse(
         kit({"ask", "pricing", "last", "month", "--folder", examples, "--json", "--limit", "1"}).out);
     EXPECT_EQ(answer["question"], "pricing last month");
