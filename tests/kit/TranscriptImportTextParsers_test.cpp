@@ -120,12 +120,13 @@ TEST(SpeakerLines, EachReaderTakesItsOwnShapeAndRefusesTheRest) {
 }
 
 TEST(SpeakerLineTurns, OneSpeakersLinesMergeContinuationsJoinAndHeadingsEndTheTurn) {
-    auto lines =
-        Text::split("Preamble without speaker\nAna: One\nstill Ana\n\n- bullet for Ana\nana: Other\nAna:\n"
-                    "Ana: Three\n## Summary\nnot speech\nBen: Two\n---",
-                    "\n");
+    // "..." and "__" are speech; "---" is a thematic break.
+    auto lines = Text::split(
+        "Preamble without speaker\nAna: One\nstill Ana\n...\n__\n\n- bullet for Ana\nana: Other\nAna:\n"
+        "Ana: Three\n## Summary\nnot speech\nBen: Two\n---",
+        "\n");
     Turns spoken = {
-        {"Ana", "One still Ana bullet for Ana"}, {"ana", "Other"}, {"Ana", "Three"}, {"Ben", "Two"}};
+        {"Ana", "One still Ana ... __ bullet for Ana"}, {"ana", "Other"}, {"Ana", "Three"}, {"Ben", "Two"}};
     EXPECT_EQ(speakerLineTurns(lines, std::nullopt), spoken);
     spoken.insert(spoken.begin() + 3, {"Speaker 1", "not speech"});
     spoken.insert(spoken.begin(), {"Speaker 1", "Preamble without speaker"});
