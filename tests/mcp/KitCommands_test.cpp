@@ -269,7 +269,7 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
     test::TempFolder folder;
     ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
     folder.write("2026/good.md", meeting("Kept", "2026-03-02"));
-    folder.write("latin1 Â©.md", "---\ntitle: caf\xe9\nsource: Zelmor\n---\n");
+    folder.write("latin1 ©.md", "---\ntitle: caf\xe9\nsource: Zelmor\n---\n");
     folder.write("sub/no-frontmatter.MD", "source: Zelmor\n\n**Ana:** Hello.\n");
     ASSERT_EQ(::chmod(folder.write("sub/locked.md", meeting("Locked", "2026-03-01")).c_str(), 0), 0);
     folder.write("Memory/Skills/digest.md", meeting("A skill", "2026-03-03"));
@@ -292,7 +292,7 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
             "  note     7 markdown files are left out:\n"
             "             \\x1b[31mred.md: no \"source: Zelmor\" line\n"
             "             huge.md: larger than 16 MB, far beyond any transcript\n"
-            "             latin1 Â©.md: not UTF-8 text\n"
+            "             latin1 ©.md: not UTF-8 text\n"
             "             out.md: a link to a file outside the folder\n"
             "             sub/locked.md: cannot be read\n"
             "             sub/no-frontmatter.MD: no frontmatter (a first line \"---\" and a closing "
