@@ -183,6 +183,7 @@ TEST(QuestionRanking, ANamedSpeakersMeetingAndTurnsCount) {
     ASSERT_EQ(hits.size(), 2u);
     EXPECT_EQ(hits[0].index, 1u);
     EXPECT_EQ(hits[0].answerTurns.front(), 0u) << "Gareth's own turn carries the answer";
+    EXPECT_EQ(order(meetings, "What did Gareth Pierce say?"), Order{1}) << "no keyword said, a speaker named";
     // A lone capital letter names a speaker so labelled; "A" and "I" are words.
     meetings = {meeting({{"C", "the budget " + filler}}), meeting({{"D", "the budget " + filler}})};
     EXPECT_EQ(order(meetings, "What did D think of the budget?"), (Order{1, 0}));
