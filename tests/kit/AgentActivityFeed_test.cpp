@@ -101,12 +101,14 @@ TEST_F(AgentActivity, FeedLinesThatDoNotDecodeAreDroppedAndTheRestSortedByTime) 
 
 TEST_F(AgentActivity, FeedTimestampsReadOnlyInTheirInternetForm) {
     EXPECT_EQ(Feed::parsedTimestamp("2025-03-04T14:05:09Z"), utc(2025, 3, 4, 14, 5, 9));
-    EXPECT_EQ(Feed::parsedTimestamp("2025-03-04T16:05:09+02:00"), utc(2025, 3, 4, 14, 5, 9));
+    EXPECT_EQ(Feed::parsedTimestamp("2025-03-04T19:35:09+05:30"), utc(2025, 3, 4, 14, 5, 9));
+    EXPECT_EQ(Feed::parsedTimestamp("2025-03-04T23:59:09+23:59"), utc(2025, 3, 4, 0, 0, 9));
     EXPECT_EQ(Feed::parsedTimestamp("2024-02-29T23:30:00-01:00"), utc(2024, 3, 1, 0, 30));
-    for (const char* bad : {"2025-03-04T14:05:09.250Z", "2025-03-04T14:05:09", "2025-03-04T14:05:09z",
-                            "2025-03-04 14:05:09Z", "2025-3-04T14:05:09Z", "2025-02-29T14:05:09Z",
-                            "2025-03-04T24:00:00Z", "2025-03-04T14:05:60Z", "2025-03-04T14:05:09+0200",
-                            " 2025-03-04T14:05:09Z", "2025-03-04T14:05:09Zx", "9999-12-31T23:59:59Z", ""})
+    for (const char* bad :
+         {"2025-03-04T14:05:09.250Z", "2025-03-04T14:05:09", "2025-03-04T14:05:09z", "2025-03-04 14:05:09Z",
+          "2025-3-04T14:05:09Z", "2025-02-29T14:05:09Z", "2025-03-04T24:00:00Z", "2025-03-04T14:05:60Z",
+          "2025-03-04T14:05:09+0200", "2025-03-04T14:05:09+24:00", " 2025-03-04T14:05:09Z",
+          "2025-03-04T14:05:09Zx", "9999-12-31T23:59:59Z", ""})
         EXPECT_EQ(Feed::parsedTimestamp(bad), std::nullopt) << bad;
 }
 

@@ -115,14 +115,15 @@ TEST(AnswerRanking, MeetingsWhereTheUserSpokeAreBoosted) {
     EXPECT_EQ(ids(answerRank(items, "budget", options)), (Strings{"listened", "spoke"}));
 }
 
-TEST(AnswerRanking, SnippetsShowEachKeywordInItsOwnTurnAndTheScopeComesFirst) {
+TEST(AnswerRanking, SnippetsShowEachKeywordInItsOwnTurnAtMostThreeAndTheScopeComesFirst) {
     TranscriptDocument document =
-        meeting({{"Ana", "Budgets first."}, {"Bo", "The hiring plan, then budgets."}}, "2026-11-03");
+        meeting({{"Ana", "Budgets first."}, {"Bo", "The hiring plan, then budgets."}, {"Cy", "In March."}},
+                "2026-11-03");
     document.summary = "We talked about the roadmap.";
     Items items{{"/m/c.md", document},
                 {"/m/b.md", meeting({{"Ana", "budget"}}, "2026-11-02")},
                 {"/m/a.md", meeting({{"Ana", "budget"}}, "2026-10-01")}};
-    auto result = answerRank(items, "budget hiring roadmap",
+    auto result = answerRank(items, "budget hiring roadmap march",
                              AnswerScope{.dateFrom = "2026-11-01", .lastN = 1}, plain());
     EXPECT_EQ(result.scannedCount, 1);
     ASSERT_EQ(ids(result.hits), Strings{"/m/c.md"});
@@ -187,6 +188,8 @@ TEST(QuestionRanking, ANamedSpeakersMeetingAndTurnsCount) {
     // A lone capital letter names a speaker so labelled; "A" and "I" are words.
     meetings = {meeting({{"C", "the budget " + filler}}), meeting({{"D", "the budget " + filler}})};
     EXPECT_EQ(order(meetings, "What did D think of the budget?"), (Order{1, 0}));
+    EXPECT_EQ(order(meetings, "What did D think?"), Order{1});
+    EXPECT_EQ(order(meetings, "Did the CD budget hold?"), (Order{0, 1})) << "no letter stands alone";
 }
 
 TEST(QuestionRanking, AnswerTurnsAreWhereTheQuestionGathers) {

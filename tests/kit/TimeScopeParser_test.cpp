@@ -72,6 +72,16 @@ TEST(TimeScopeParser, PhrasesGiveRangesCountsOrHorizonsAndLeaveTheRestOnSingleSp
         EXPECT_EQ(result.scope.lastN, c.lastN);
         EXPECT_EQ(result.horizonDays, c.horizon);
     }
+    // Every spelled count means its number: look-aheads take one to twelve, look-backs two to ten.
+    const std::string spelled[] = {"one",   "two",   "three", "four", "five",   "six",
+                                   "seven", "eight", "nine",  "ten",  "eleven", "twelve"};
+    for (int n = 1; n <= 12; ++n) {
+        const std::string& word = spelled[n - 1];
+        EXPECT_EQ(TimeScopeParser::parse("next " + word + " days", wed, *berlin).horizonDays, n) << word;
+        EXPECT_EQ(TimeScopeParser::parse("past " + word + " meetings", wed, *berlin).scope.lastN,
+                  n >= 2 && n <= 10 ? std::optional<int>(n) : std::nullopt)
+            << word;
+    }
     // What is left of the question once its phrases are taken out.
     const std::tuple<const char*, const char*, Strings> strips[] = {
         {"  what did \n we   decide ?", "what did we decide?", {}},

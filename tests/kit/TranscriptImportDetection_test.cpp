@@ -63,6 +63,10 @@ TEST(ImportConversion, ConvertGivesTheFirstMeetingDatedByItsContentThenFileNameT
     EXPECT_EQ(std::get<Result>(convert(vtt, "call.vtt", std::nullopt)).date, std::nullopt);
     std::string markdown = "---\ndate: 2023-05-06\n---\nAna: hi\n";
     EXPECT_EQ(std::get<Result>(convert(markdown, "notes-2024-01-01.md", "2025-01-01")).date, "2023-05-06");
+    // The user comes first among the participants, the others in the order they first spoke.
+    std::string three = vtt + "\n00:02.000 --> 00:03.000\n<v Bo>Yes\n\n00:03.000 --> 00:04.000\n<v Me>No\n";
+    EXPECT_EQ(std::get<Result>(convert(three, "call.vtt", std::nullopt)).participants,
+              (std::vector<std::string>{"Me", "Ana", "Bo"}));
     std::string weekly = importFixture("weekly-export.json");
     EXPECT_EQ(std::get<Result>(convert(weekly, "w.json", std::nullopt)),
               std::get<std::vector<Result>>(convertAll(weekly, "w.json", std::nullopt)).front());
@@ -120,11 +124,11 @@ TEST(Render, ByteForByteWithValuesThatWouldBreakTheirLineKeptOnIt) {
               "## Notes\n\n_(User-added context. Empty until the user types here in the Library window.)_\n\n"
               "## Transcript\n\n**Ana:** Hello: everyone.\n\n**Ben:** \"Hi\" — with quotes.\n");
     std::string text = render("Weekly\nprivate: true\nparticipants:\n  - CEO", std::nullopt,
-                              {"Ana\r\n  - Mallory", "Ben\u2028x\u0085y\x1b"}, {{"Ana\nB", "Hi."}},
+                              {"Ana\r\n  - Mallory", "Ben\u2028x\u0085y\u2029z\x1b"}, {{"Ana\nB", "Hi."}},
                               Format::genericJSON, "call\nsource: Zelmor.json");
     EXPECT_EQ(text.substr(0, text.find("## Notes")),
               "---\ntitle: Weekly private: true participants:   - CEO\nparticipants:\n  - Ana    - Mallory\n"
-              "  - Ben x y \nduration_min: 0\nsource: Zelmor\nasr: imported (json)\n"
+              "  - Ben x y z \nduration_min: 0\nsource: Zelmor\nasr: imported (json)\n"
               "imported_from: call source: Zelmor.json\n---\n\n");
     EXPECT_NE(text.find("**Ana B:** Hi."), std::string::npos);
 }

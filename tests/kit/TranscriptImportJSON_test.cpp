@@ -72,6 +72,8 @@ TEST(JSONExport, SegmentListsFoundByKeyWithTheirFallbacks) {
         // A later key wins when an earlier one is not a list of objects.
         {R"({"transcript":"plain text","utterances":[{"speaker":"Ana","text":"Hi"}]})",
          {{{{"Ana", "Hi"}}, std::nullopt, std::nullopt, std::nullopt}}},
+        {R"({"transcript":[{"speaker":"Bo"},2],"utterances":[{"speaker":"Ana","text":"Hi"}]})",
+         {{{{"Ana", "Hi"}}, std::nullopt, std::nullopt, std::nullopt}}},
         // An empty list is a meeting without turns.
         {R"({"title":"Quiet","transcript":[],"segments":[{"speaker":"Ana","text":"Hi"}]})",
          {{{}, "Quiet", std::nullopt, std::nullopt}}},

@@ -79,7 +79,7 @@ TEST(MCPServer, ClientNameIsTrimmedToolOutcomesBecomeEnvelopesOutOfMemoryFailsOn
 using Attribution = ToolExecutor::ActivityAttribution;
 
 constexpr const char* transcript =
-    "---\ntitle: Pricing review\ndate: 2026-10-01\nparticipants:\n  - Ana\nsource: Zelmor\n---\n\n"
+    "---\ntitle: Pricing review, round two\ndate: 2026-10-01\nparticipants:\n  - Ana\nsource: Zelmor\n---\n\n"
     "## Transcript\n\n**Ana:** The pricing page ships in November.\n";
 constexpr const char* untitled =
     "---\ndate: 2026-10-02\nsource: Zelmor\n---\n\n## Transcript\n\n**Me:** Pricing again.\n";
@@ -139,14 +139,15 @@ TEST_F(ToolExecutorTest, EveryKnownCallIsCountedOnTheUsersDayAndSuccessfulOnesAr
     // path is kept exactly as the agent sent it.
     const auto at = utc(2026, 11, 22, 10);
     const std::string client = "test-client";
-    EXPECT_EQ(AgentActivityFeed::load(support),
-              (std::vector<AgentActivityFeed::Entry>{
-                  {at, "search_meetings", "pricing", {}, false, client},
-                  {at, "search_meetings", {}, {}, true, client},
-                  {at, "read_meeting", "Pricing review", folder + "/2026/Pricing review.md", false, {}},
-                  {at, "read_meeting", "2026-10-02", folder + "/2026/../2026-10-02.md", false, client},
-                  {at, "list_participants", {}, {}, false, client},
-                  {at, "ask_meetings", "Pricing last month?", {}, false, client}}));
+    EXPECT_EQ(
+        AgentActivityFeed::load(support),
+        (std::vector<AgentActivityFeed::Entry>{
+            {at, "search_meetings", "pricing", {}, false, client},
+            {at, "search_meetings", {}, {}, true, client},
+            {at, "read_meeting", "Pricing review, round two", folder + "/2026/Pricing review.md", false, {}},
+            {at, "read_meeting", "2026-10-02", folder + "/2026/../2026-10-02.md", false, client},
+            {at, "list_participants", {}, {}, false, client},
+            {at, "ask_meetings", "Pricing last month?", {}, false, client}}));
     EXPECT_EQ(
         readFile(countsFile),
         R"({"2026-11-22":{"ask_meetings":1,"list_participants":1,"read_meeting":3,"search_meetings":2}})");
@@ -301,10 +302,11 @@ TEST(CommandLine, AttributionFromEnvironment) {
 class HostileProtocol : public testing::Test {
 protected:
     test::TempFolder home;
+    std::map<std::string, std::string> environment{{"HOME", home.path()}};
     std::string run(std::string input, bool closeOutputEarly = false) {
         ProcessOptions options;
         options.arguments = {"--transcripts-folder", home / "Meetings"};
-        options.environment = {{"HOME", home.path()}};
+        options.environment = environment;
         options.input = std::move(input);
         options.closeOutputEarly = closeOutputEarly;
         return expectCleanExit(test::runProcess(ZELMOR_MCP_BINARY, options));
@@ -355,6 +357,7 @@ TEST_F(HostileProtocol, ActivityAndSettingsFilesTooLargeToBeRealAreReplacedOrIgn
         R"({"id":1,"method":"tools/call","params":{"name":"search_meetings","arguments":{"query":"budget"}}})";
     std::string input;
     for (int i = 0; i < 20; ++i) input += search + "\n";
+    environment["ZELMOR_TRIGGERED_RUN"] = "1"; // the app's own run, marked in the feed
     std::string replies = run(input);
     size_t answered = 0;
     for (size_t at = 0; (at = replies.find(R"("total":1)", at)) != std::string::npos; ++at) ++answered;
@@ -364,6 +367,7 @@ TEST_F(HostileProtocol, ActivityAndSettingsFilesTooLargeToBeRealAreReplacedOrIgn
               R"({"search_meetings":20}})");
     std::string feed = test::readFile(home / (support + "agent-activity-log.jsonl"));
     EXPECT_EQ(std::count(feed.begin(), feed.end(), '\n'), 20);
+    EXPECT_EQ(AgentActivityFeed::entries(feed).back().triggered, true);
 }
 
 } // namespace
