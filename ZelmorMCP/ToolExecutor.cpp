@@ -277,22 +277,12 @@ json ToolExecutor::askMeetings(const MeetingStore& store, const json& arguments)
         QuestionRanking::Evidence evidence;
     };
     auto weighed = store.collect([&](MeetingStore::FileVisit& file) -> std::optional<Weighed> {
-        // Dates and participant need only the frontmatter: a meeting outside them is never
-        // parsed. Only a speaker restriction looks at the turns.
-        const bool needsTurns = scope.speaker.has_value();
-        std::optional<Weighed> found;
-        if (!needsTurns) {
-            if (!scope.admits(file.path, file.header)) return std::nullopt;
-            found.emplace(
-                Weighed{{file.path, {}},
-                        asked.evidence(file.text, file.header, QuestionRanking::Question::Keep::counts)});
-        } else {
-            MarkdownTranscriptParser::parseBody(file.text, file.header);
-            if (!scope.admits(file.path, file.header)) return std::nullopt;
-            found.emplace(Weighed{{file.path, {}},
-                                  asked.evidence(file.header, QuestionRanking::Question::Keep::counts)});
-        }
-        TranscriptDocument& kept = found->meeting.doc;
+        // Dates and participant need only the frontmatter (the scope here never restricts the
+        // speaker): a meeting outside them is never parsed.
+        if (!scope.admits(file.path, file.header)) return std::nullopt;
+        Weighed found{{file.path, {}},
+                      asked.evidence(file.text, file.header, QuestionRanking::Question::Keep::counts)};
+        TranscriptDocument& kept = found.meeting.doc;
         kept.title = std::move(file.header.title);
         kept.date = std::move(file.header.date);
         kept.startedAt = std::move(file.header.startedAt);
