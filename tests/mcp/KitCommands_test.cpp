@@ -213,6 +213,19 @@ TEST_F(KitCommandTest, AskScopesByTimePhrasesWidensAThinWindowAndSaysSoWhenNothi
     EXPECT_FALSE(answer.contains("note")) << "the window was not widened";
     ASSERT_EQ(answer["hits"].size(), 1u);
     EXPECT_EQ(answer["hits"][0]["title"], "Pricing decision: Team tier");
+    for (auto [question, start] : std::vector<std::pair<std::string, std::string>>{
+             {"pricing in the last 2 meetings",
+              "Best matches in the last 2 meetings (2 meetings searched):\n"},
+             {"pricing since September",
+              "Best matches in meetings since 2026-09-01 (8 meetings searched):\n"},
+             {"last month", "The question has no words to look for beyond its time phrases.\n"}})
+        EXPECT_TRUE(kit({"ask", question, "--folder", examples}).out.starts_with(start)) << question;
+    // Meetings where the user spoke twice in substance rank a quarter higher: 0.707 becomes 0.883
+    // and passes the Northwind call's 0.710.
+    std::string asWenna = kit({"ask", "northwind", "--folder", examples, "--as", "Wenna Okafor"}).out;
+    EXPECT_NE(asWenna.find("\n1. Pricing decision: Team tier \u2014 2026-10-13\n"), std::string::npos)
+        << asWenna;
+    EXPECT_NE(asWenna.find("relevance 0.883, 1 of 1 keyword\n"), std::string::npos) << asWenna;
     EXPECT_EQ(
         outcome(kit({"ask", "zeppelin airships in March", "--folder", examples})),
         std::make_tuple(
@@ -275,9 +288,9 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
     folder.write("Memory/Skills/digest.md", meeting("A skill", "2026-03-03"));
     folder.write("call.txt", "text");
     folder.write(".hidden/secret.md", "hidden files are not looked at");
-    // A name that would turn the terminal red, a file far larger than any transcript, and links
-    // the server would not read through.
-    folder.write("\x1b[31mred.md", "# Notes\n");
+    // A name that would turn the terminal red and break the line, a file far larger than any transcript, and
+    // links the server would not read through.
+    folder.write("\x1b[31mred\t\r\n\u009b\x7f.md", "# Notes\n");
     ASSERT_EQ(::truncate(folder.write("huge.md", meeting("Huge", "2026-03-04")).c_str(), off_t{1} << 30), 0);
     ASSERT_EQ(::symlink(home.write("secret.md", meeting("Secret", "2026-03-05")).c_str(),
                         (folder / "out.md").c_str()),
@@ -290,7 +303,7 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
             " (given with --folder)\n"
             "  ok       1 meeting, the newest \"Kept\" of 2026-03-02\n"
             "  note     7 markdown files are left out:\n"
-            "             \\x1b[31mred.md: no \"source: Zelmor\" line\n"
+            "             \\x1b[31mred\\t\\r\\n\\u009b\\x7f.md: no \"source: Zelmor\" line\n"
             "             huge.md: larger than 16 MB, far beyond any transcript\n"
             "             latin1 ©.md: not UTF-8 text\n"
             "             out.md: a link to a file outside the folder\n"
