@@ -123,7 +123,9 @@ TEST(ImportOutcomeText, OneLinePerOutcome) {
         {{"/s/call.vtt", Imported{"/t/call.md", Format::webVTT, 1}},
          "/s/call.vtt \u2192 /t/call.md (vtt, 1 turn)"},
         {{"/s/e.json", ImportedMany{{"/t/e (1 of 2).md", "/t/e (2 of 2).md"}, Format::fathomJSON, 7}},
-         "/s/e.json \u2192 2 meetings: /t/e (1 of 2).md, /t/e (2 of 2).md (fathom, 7 turns)"}};
+         "/s/e.json \u2192 2 meetings: /t/e (1 of 2).md, /t/e (2 of 2).md (fathom, 7 turns)"},
+        {{"/s/a.pdf", Unrecognized{}}, "/s/a.pdf: skipped, not a transcript format we recognise"},
+        {{"/s/b.vtt", NoSpeech{}}, "/s/b.vtt: skipped, no speaker turns found"}};
     for (const auto& [outcome, line] : cases) EXPECT_EQ(describe(outcome), line);
 }
 
