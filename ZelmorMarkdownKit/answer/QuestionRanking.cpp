@@ -406,10 +406,6 @@ Question::Question(std::string_view text, Reading reading)
 
 Question::~Question() = default;
 
-const std::vector<std::string>& Question::keywords() const {
-    return parsed_->keywords;
-}
-
 Evidence Question::nothing() const {
     Evidence found;
     found.counts.assign(parsed_->keywords.size(), 0);

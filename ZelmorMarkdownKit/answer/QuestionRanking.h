@@ -90,9 +90,6 @@ public:
     Question(const Question&) = delete;
     Question& operator=(const Question&) = delete;
 
-    /// As `QuestionRanking::keywords`.
-    const std::vector<std::string>& keywords() const;
-
     /// What of a meeting's evidence to keep.
     enum class Keep {
         /// The turns that hold a keyword too, which answer turns are found in.
