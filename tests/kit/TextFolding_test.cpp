@@ -1,5 +1,6 @@
 // Folding case and diacritics together, ranges that map back to the original bytes, FoldedNeedle
-// held to folding the whole text, and UTF-8 validation and decoding held to repairing.
+// held to folding the whole text, prefixes of whole characters, and UTF-8 validation and
+// decoding held to repairing.
 #include "ZelmorMarkdownKit/text/FoldedNeedle.h"
 #include "ZelmorMarkdownKit/text/ICUText.h"
 #include "ZelmorMarkdownKit/text/TextFolding.h"
@@ -100,6 +101,21 @@ TEST(FoldedNeedle, AgreesWithFoldingTheWholeTextOnRandomMixedText) {
             << "text \"" << haystack << "\" needle \"" << piece << "\"";
     }
     EXPECT_GT(found, 500) << "too few hits for the comparison to mean much";
+}
+
+TEST(ICUText, APrefixOfCharactersKeepsEachWholeHoweverManyBytesItTakes) {
+    // A letter with twelve accents is one character of 25 bytes, three times what the first
+    // window allows for.
+    std::string text;
+    for (int i = 0; i < 40; ++i) {
+        text += "e";
+        for (int k = 0; k < 12; ++k) text += "\u0301";
+    }
+    EXPECT_EQ(ICUText::prefixCharacters(text, 30), text.substr(0, 30 * 25));
+    EXPECT_EQ(ICUText::prefixCharacters(text, 4), text.substr(0, 4 * 25))
+        << "the first window ends in the fourth";
+    EXPECT_EQ(ICUText::prefixCharacters(text, 50), text);
+    EXPECT_EQ(ICUText::prefixCharacters("caf\u00e9s", 4), "caf\u00e9");
 }
 
 TEST(UTF8, IllFormedBytesAreFoundAnywhereWellFormedOnesPassAcrossBlocksAndDecodingReplacesAsRepairing) {
