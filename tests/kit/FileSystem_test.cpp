@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <regex>
 
 namespace zelmor {
@@ -154,6 +155,16 @@ TEST(FreedesktopTrash, FilesGoToFilesUnderFreeNamesAndInfoRecordsTheEncodedPathA
     EXPECT_NE(
         readFile(trash + "/info/notes.2.txt.trashinfo").find("Path=" + folder.path() + "/b/notes.txt\n"),
         std::string::npos);
+
+    // Into another file system (a data home in /dev/shm, which is memory): copied, then removed.
+    char memory[] = "/dev/shm/zelmor-trash-XXXXXX";
+    ASSERT_NE(::mkdtemp(memory), nullptr);
+    std::string far =
+        platform::moveToTrash(folder.write("far.txt", "across"), {home.path(), memory}).value_or("");
+    std::string farText = far.empty() ? "" : readFile(far);
+    std::filesystem::remove_all(memory);
+    EXPECT_EQ(std::make_tuple(far, farText, platform::exists(folder / "far.txt")),
+              std::make_tuple(std::string(memory) + "/Trash/files/far.txt", "across", false));
 
     // An absolute data home replaces the default location.
     EXPECT_EQ(platform::trashedFilesFolder({home.path(), home / "data"}), home / "data/Trash/files");
