@@ -53,6 +53,18 @@ TEST(HomeDirectory, AnEmptyOrMissingHOMEFallsBackToTheAccountsHome) {
                   account);
 }
 
+TEST(HomeDirectory, ATildeStartsAtTheGivenHomeOrANamedUsersAndNowhereElse) {
+    const std::string root = ::getpwnam("root")->pw_dir;
+    const std::pair<const char*, std::string> cases[] = {
+        {"~", "/h"},
+        {"~/a/b", "/h/a/b"},
+        {"~root/x", root + "/x"},
+        {"a/~", "a/~"},
+        {"", ""},
+        {"~no-such-zelmor-user/x", "~no-such-zelmor-user/x"}};
+    for (const auto& [path, expanded] : cases) EXPECT_EQ(platform::expandTilde(path, "/h"), expanded) << path;
+}
+
 unsigned permissionsOf(const std::string& path) {
     struct stat st {};
     return ::stat(path.c_str(), &st) == 0 ? static_cast<unsigned>(st.st_mode) & 0777u : 07777u;
