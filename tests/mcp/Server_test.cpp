@@ -171,6 +171,9 @@ TEST_F(ToolExecutorTest, ArgumentsAreReadLeniently) {
 TEST(ToolExecutor, ReadResultWithoutFrontmatterOrTextHasNoTitle) {
     for (const json& result : {ToolExecutor::textToolResult("no frontmatter"), json::object()})
         EXPECT_EQ(ToolExecutor::titleFromReadResult(result), std::nullopt) << result;
+    // The one refusal no tool raises today keeps its words for callers that check the marker.
+    EXPECT_EQ(ToolExecutor::describe(MeetingStore::StoreError::notZelmorTranscript("/m/a.md")),
+              "Refused: /m/a.md is not a Zelmor transcript (no 'source: Zelmor').");
 }
 
 /// Feeds `input` to the loop (limit 10) and gives what it wrote. Each line is answered with its
