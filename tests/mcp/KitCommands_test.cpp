@@ -288,8 +288,8 @@ TEST_F(DoctorCommandTest, EveryFileTheServerLeavesOutIsListedWithItsReason) {
     folder.write("Memory/Skills/digest.md", meeting("A skill", "2026-03-03"));
     folder.write("call.txt", "text");
     folder.write(".hidden/secret.md", "hidden files are not looked at");
-    // A name that would turn the terminal red and break the line, a file far larger than any transcript, and
-    // links the server would not read through.
+    // A name that would turn the terminal red and break the line, a file far larger than any
+    // transcript, and links the server would not read through.
     folder.write("\x1b[31mred\t\r\n\u009b\x7f.md", "# Notes\n");
     ASSERT_EQ(::truncate(folder.write("huge.md", meeting("Huge", "2026-03-04")).c_str(), off_t{1} << 30), 0);
     ASSERT_EQ(::symlink(home.write("secret.md", meeting("Secret", "2026-03-05")).c_str(),
