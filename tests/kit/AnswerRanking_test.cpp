@@ -130,6 +130,12 @@ TEST(AnswerRanking, SnippetsShowEachKeywordInItsOwnTurnAtMostThreeAndTheScopeCom
     EXPECT_EQ(result.hits[0].match.snippets,
               (Strings{"**Ana:** Budgets first.", "**Bo:** The hiring plan, then budgets.",
                        "We talked about the roadmap."}));
+    // A long turn is cut 90 characters either side of the keyword.
+    Items longTurn{
+        {"/m/l.md", meeting({{"Ana", std::string(120, 'a') + " budget " + std::string(120, 'b')}})}};
+    EXPECT_EQ(
+        answerRank(longTurn, "budget", plain())[0].match.snippets,
+        Strings{"**Ana:** \u2026" + std::string(89, 'a') + " budget " + std::string(89, 'b') + "\u2026"});
 }
 
 std::vector<QuestionRanking::Hit> ranked(const std::vector<TranscriptDocument>& meetings,
